@@ -1,0 +1,42 @@
+# What all targets share: warnings, and reports that name sources from the root of the tree.
+
+# Every report of a source place reads the same on every machine: "Larkspan/Common/...".
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+set(LARKSPAN_WARNINGS
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override -Wmissing-declarations -Wundef
+    -Wextra-semi)
+
+# larkspan_warnings(TARGET): the project's warnings on a target of its own. Whether they are
+# errors is CMAKE_COMPILE_WARNING_AS_ERROR's affair; the presets set it.
+function(larkspan_warnings target)
+  target_compile_options(${target} PRIVATE ${LARKSPAN_WARNINGS})
+  if(CMAKE_COMPILE_WARNING_AS_ERROR AND CMAKE_VERSION VERSION_LESS 3.24)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# larkspan_library(TARGET NAME DIRECTORIES dir... [HEADERS file...]): a library of all the units
+# below the directories, with the alias Larkspan::NAME and its headers installed.
+function(larkspan_library target name)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "DIRECTORIES;HEADERS")
+  set(patterns ${arg_DIRECTORIES})
+  list(TRANSFORM patterns APPEND "/*.cpp" OUTPUT_VARIABLE sources)
+  list(TRANSFORM patterns APPEND "/*.h" OUTPUT_VARIABLE headers)
+  file(GLOB_RECURSE units CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${sources})
+  add_library(${target} ${units} ${arg_HEADERS})
+  add_library(Larkspan::${name} ALIAS ${target})
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target} PUBLIC
+      $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${target} PROPERTIES
+      EXPORT_NAME ${name}
+      VERSION ${PROJECT_VERSION}
+      SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(target STREQUAL "foundation")
+    set_target_properties(${target} PROPERTIES OUTPUT_NAME larkspan-foundation)
+  endif()
+  larkspan_warnings(${target})
+endfunction()

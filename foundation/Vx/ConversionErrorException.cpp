@@ -1,0 +1,7 @@
+#include "foundation/Vx/ConversionErrorException.h"
+
+namespace Vx {
+
+ConversionErrorException::~ConversionErrorException() = default;
+
+}  // namespace Vx

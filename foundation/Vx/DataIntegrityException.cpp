@@ -1,0 +1,7 @@
+#include "foundation/Vx/DataIntegrityException.h"
+
+namespace Vx {
+
+DataIntegrityException::~DataIntegrityException() = default;
+
+}  // namespace Vx

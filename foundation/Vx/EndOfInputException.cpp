@@ -1,0 +1,7 @@
+#include "foundation/Vx/EndOfInputException.h"
+
+namespace Vx {
+
+EndOfInputException::~EndOfInputException() = default;
+
+}  // namespace Vx

@@ -1,0 +1,7 @@
+#include "foundation/Vx/GeneralException.h"
+
+namespace Vx {
+
+GeneralException::~GeneralException() = default;
+
+}  // namespace Vx

@@ -1,0 +1,7 @@
+#include "foundation/Vx/IOException.h"
+
+namespace Vx {
+
+IOException::~IOException() = default;
+
+}  // namespace Vx

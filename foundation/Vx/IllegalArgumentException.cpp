@@ -1,0 +1,7 @@
+#include "foundation/Vx/IllegalArgumentException.h"
+
+namespace Vx {
+
+IllegalArgumentException::~IllegalArgumentException() = default;
+
+}  // namespace Vx

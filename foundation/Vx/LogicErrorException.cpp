@@ -1,0 +1,7 @@
+#include "foundation/Vx/LogicErrorException.h"
+
+namespace Vx {
+
+LogicErrorException::~LogicErrorException() = default;
+
+}  // namespace Vx

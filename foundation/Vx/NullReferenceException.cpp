@@ -1,0 +1,7 @@
+#include "foundation/Vx/NullReferenceException.h"
+
+namespace Vx {
+
+NullReferenceException::~NullReferenceException() = default;
+
+}  // namespace Vx

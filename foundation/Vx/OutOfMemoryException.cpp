@@ -1,0 +1,7 @@
+#include "foundation/Vx/OutOfMemoryException.h"
+
+namespace Vx {
+
+OutOfMemoryException::~OutOfMemoryException() = default;
+
+}  // namespace Vx

@@ -1,0 +1,7 @@
+#include "foundation/Vx/PreconditionException.h"
+
+namespace Vx {
+
+PreconditionException::~PreconditionException() = default;
+
+}  // namespace Vx

@@ -1,0 +1,7 @@
+#include "foundation/Vx/RunTimeErrorException.h"
+
+namespace Vx {
+
+RunTimeErrorException::~RunTimeErrorException() = default;
+
+}  // namespace Vx
