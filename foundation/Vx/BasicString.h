@@ -22,29 +22,29 @@ class BasicString {
   static constexpr unsigned int MaxLength = 0x7FFFFFFFU;
 
   [[nodiscard]] unsigned int GetLength() const noexcept {
-    return static_cast<unsigned int>(text.size());
+    return static_cast<unsigned int>(units.size());
   }
-  [[nodiscard]] bool IsEmpty() const noexcept { return text.empty(); }
+  [[nodiscard]] bool IsEmpty() const noexcept { return units.empty(); }
 
   /// The units, with a zero unit behind the last. Valid until the text changes.
-  [[nodiscard]] const Unit* GetBuffer() const noexcept { return text.c_str(); }
-  [[nodiscard]] View GetView() const noexcept { return View(text); }
+  [[nodiscard]] const Unit* GetBuffer() const noexcept { return units.c_str(); }
+  [[nodiscard]] View GetView() const noexcept { return View(units); }
 
   /// The unit at `index`, which must lie inside the text.
-  [[nodiscard]] Unit operator[](unsigned int index) const noexcept { return text[index]; }
-  [[nodiscard]] Unit& operator[](unsigned int index) noexcept { return text[index]; }
+  [[nodiscard]] Unit operator[](unsigned int index) const noexcept { return units[index]; }
+  [[nodiscard]] Unit& operator[](unsigned int index) noexcept { return units[index]; }
 
   /// Makes room for `capacity` units in all.
-  void Reserve(unsigned int capacity) { text.reserve(CheckedLength(capacity, 0)); }
-  void Clear() noexcept { text.clear(); }
+  void Reserve(unsigned int capacity) { units.reserve(CheckedLength(capacity, 0)); }
+  void Clear() noexcept { units.clear(); }
 
   void Assign(View source) {
     CheckedLength(source.size(), 0);
-    text.assign(source);
+    units.assign(source);
   }
   void Append(View source) {
-    CheckedLength(source.size(), text.size());
-    text.append(source);
+    CheckedLength(source.size(), units.size());
+    units.append(source);
   }
   void Append(Unit unit) { Append(View(&unit, 1)); }
 
@@ -63,7 +63,7 @@ class BasicString {
 
   /// Replaces every `from` by `to`, from left to right; what was put in is not searched again.
   void ReplaceAll(Unit from, Unit to) noexcept {
-    for (Unit& unit : text) {
+    for (Unit& unit : units) {
       if (unit == from) unit = to;
     }
   }
@@ -72,14 +72,14 @@ class BasicString {
     if (from.empty()) return;
     BasicString replaced;
     std::size_t position = 0;
-    for (std::size_t found = text.find(from); found != View::npos;
-         found = text.find(from, position)) {
+    for (std::size_t found = units.find(from); found != View::npos;
+         found = units.find(from, position)) {
       replaced.Append(GetView().substr(position, found - position));
       replaced.Append(to);
       position = found + from.size();
     }
     replaced.Append(GetView().substr(position));
-    text.swap(replaced.text);
+    units.swap(replaced.units);
   }
 
  protected:
@@ -92,7 +92,7 @@ class BasicString {
   ~BasicString() = default;
 
   [[nodiscard]] View SubView(unsigned int start, unsigned int count) const noexcept {
-    if (start >= text.size()) return View();
+    if (start >= units.size()) return View();
     return GetView().substr(start, count);
   }
 
@@ -106,7 +106,7 @@ class BasicString {
     return position == View::npos ? NotFound : static_cast<unsigned int>(position);
   }
 
-  std::basic_string<Unit, std::char_traits<Unit>, Allocator<Unit>> text;
+  std::basic_string<Unit, std::char_traits<Unit>, Allocator<Unit>> units;
 };
 
 }  // namespace Vx

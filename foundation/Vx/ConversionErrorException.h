@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// Text or bytes that can't be converted.
-class FOUNDATION_API ConversionErrorException : public ExceptionClass<ConversionErrorException, RunTimeErrorException, -7010> {
+class FOUNDATION_API ConversionErrorException
+    : public ExceptionClass<ConversionErrorException, RunTimeErrorException, -7010> {
  public:
   using ExceptionClass::ExceptionClass;
   ~ConversionErrorException() override;

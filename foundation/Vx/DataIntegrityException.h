@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// Data that does not fit its format.
-class FOUNDATION_API DataIntegrityException : public ExceptionClass<DataIntegrityException, IOException, -7005> {
+class FOUNDATION_API DataIntegrityException
+    : public ExceptionClass<DataIntegrityException, IOException, -7005> {
  public:
   using ExceptionClass::ExceptionClass;
   ~DataIntegrityException() override;

@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// Input ended before a value was complete.
-class FOUNDATION_API EndOfInputException : public ExceptionClass<EndOfInputException, IOException, -7004> {
+class FOUNDATION_API EndOfInputException
+    : public ExceptionClass<EndOfInputException, IOException, -7004> {
  public:
   using ExceptionClass::ExceptionClass;
   ~EndOfInputException() override;

@@ -22,17 +22,16 @@ namespace Vx {
 template <class Class, class Base, int Identifier>
 class ExceptionClass : public Base {
  public:
-  /// `message` is text in ISO 8859-1, null for none. `fileName` must live as long as the program.
-  explicit ExceptionClass(const char* message = nullptr, const char* fileName = nullptr,
-                          unsigned int lineNumber = 0,
-                          const VxException& cause = NoCauseException()) {
-    this->Initialize(message, fileName, lineNumber, cause, Identifier);
+  /// Message, source place and cause. A message of bytes is ISO 8859-1, null for none; the name of
+  /// the source file is not copied and must live as long as the program; the cause is copied.
+  explicit ExceptionClass(const char* text = nullptr, const char* sourceFile = nullptr,
+                          unsigned int line = 0, const VxException& reason = NoCauseException()) {
+    this->Initialize(text, sourceFile, line, reason, Identifier);
   }
 
-  explicit ExceptionClass(const UniString& message, const char* fileName = nullptr,
-                          unsigned int lineNumber = 0,
-                          const VxException& cause = NoCauseException()) {
-    this->Initialize(message, fileName, lineNumber, cause, Identifier);
+  explicit ExceptionClass(const UniString& text, const char* sourceFile = nullptr,
+                          unsigned int line = 0, const VxException& reason = NoCauseException()) {
+    this->Initialize(text, sourceFile, line, reason, Identifier);
   }
 
   [[nodiscard]] const char* GetName() const noexcept override { return Class::Name; }

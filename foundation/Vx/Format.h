@@ -19,8 +19,8 @@ class FormatArgument {
   enum class Kind { Signed, Unsigned, Float, Byte, Unit, Bytes, Units };
 
   template <class T>
-    requires std::is_arithmetic_v<T>
-  FormatArgument(T value) noexcept {
+  requires std::is_arithmetic_v<T> FormatArgument(T value)
+  noexcept {
     if constexpr (std::is_same_v<T, char>) {
       kind = Kind::Byte;
       number = static_cast<unsigned char>(value);

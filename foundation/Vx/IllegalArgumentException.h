@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// An argument that is wrong in itself.
-class FOUNDATION_API IllegalArgumentException : public ExceptionClass<IllegalArgumentException, LogicErrorException, -7007> {
+class FOUNDATION_API IllegalArgumentException
+    : public ExceptionClass<IllegalArgumentException, LogicErrorException, -7007> {
  public:
   using ExceptionClass::ExceptionClass;
   ~IllegalArgumentException() override;

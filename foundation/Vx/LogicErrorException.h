@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// A fault in the calling program.
-class FOUNDATION_API LogicErrorException : public ExceptionClass<LogicErrorException, GeneralException, -7001> {
+class FOUNDATION_API LogicErrorException
+    : public ExceptionClass<LogicErrorException, GeneralException, -7001> {
  public:
   using ExceptionClass::ExceptionClass;
   ~LogicErrorException() override;

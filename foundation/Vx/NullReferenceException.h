@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// Reading through an empty reference.
-class FOUNDATION_API NullReferenceException : public ExceptionClass<NullReferenceException, LogicErrorException, -7008> {
+class FOUNDATION_API NullReferenceException
+    : public ExceptionClass<NullReferenceException, LogicErrorException, -7008> {
  public:
   using ExceptionClass::ExceptionClass;
   ~NullReferenceException() override;

@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// Memory could not be had. Usually without message and place.
-class FOUNDATION_API OutOfMemoryException : public ExceptionClass<OutOfMemoryException, RunTimeErrorException, -7009> {
+class FOUNDATION_API OutOfMemoryException
+    : public ExceptionClass<OutOfMemoryException, RunTimeErrorException, -7009> {
  public:
   using ExceptionClass::ExceptionClass;
   ~OutOfMemoryException() override;

@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// An operation was called in a state that does not allow it.
-class FOUNDATION_API PreconditionException : public ExceptionClass<PreconditionException, LogicErrorException, -7006> {
+class FOUNDATION_API PreconditionException
+    : public ExceptionClass<PreconditionException, LogicErrorException, -7006> {
  public:
   using ExceptionClass::ExceptionClass;
   ~PreconditionException() override;

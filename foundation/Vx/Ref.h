@@ -40,8 +40,8 @@ class Ref {
         counter(std::exchange(source.counter, nullptr)) {}
 
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  Ref(const Ref<U, C>& source) noexcept : object(source.object), counter(source.counter) {
+  requires std::is_convertible_v<U*, T*> Ref(const Ref<U, C>& source)
+  noexcept : object(source.object), counter(source.counter) {
     static_assert(std::has_virtual_destructor_v<T> || std::is_same_v<T, const U>);
     Acquire();
   }

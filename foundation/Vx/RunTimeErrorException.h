@@ -6,7 +6,8 @@
 namespace Vx {
 
 /// A failure that a correct program can meet.
-class FOUNDATION_API RunTimeErrorException : public ExceptionClass<RunTimeErrorException, GeneralException, -7002> {
+class FOUNDATION_API RunTimeErrorException
+    : public ExceptionClass<RunTimeErrorException, GeneralException, -7002> {
  public:
   using ExceptionClass::ExceptionClass;
   ~RunTimeErrorException() override;

@@ -15,9 +15,8 @@ class UniString;
 class ScanTarget {
  public:
   template <class T>
-    requires std::is_integral_v<T>
-  ScanTarget(T* value) noexcept
-      : target(value), width(sizeof(T)), isSigned(std::is_signed_v<T>) {}
+  requires std::is_integral_v<T> ScanTarget(T* value)
+  noexcept : target(value), width(sizeof(T)), isSigned(std::is_signed_v<T>) {}
   ScanTarget(UniString* value) noexcept : target(value), isText(true) {}
 
   void* target;

@@ -2,7 +2,6 @@
 
 #include <exception>
 #include <memory>
-#include <string>
 
 #include "foundation/Export.h"
 #include "foundation/Vx/UniString.h"
@@ -54,7 +53,7 @@ class FOUNDATION_API VxException : public std::exception {
 
  private:
   Vx::UniString message;
-  std::string utf8Message;
+  Vx::String utf8Message;
   const char* fileName = nullptr;
   unsigned int lineNumber = 0;
   int identifier = 0;

@@ -1,0 +1,220 @@
+#include "Larkspan/Common/IO/ArchiveFile.h"
+
+#include "Larkspan/Common/IO/ArchiveException.h"
+#include "Larkspan/Common/IO/ArchiveExtraction.h"
+#include "Larkspan/Common/IO/ArchiveFileEntryIBinaryChannel.h"
+#include "Larkspan/Common/IO/ArchiveFileReader.h"
+#include "Larkspan/Common/IO/ArchiveHeaderTable.h"
+#include "Larkspan/Common/IO/ArchiveUpdate.h"
+#include "foundation/IO/File.h"
+#include "foundation/Vx/IllegalArgumentException.h"
+
+namespace Larkspan::Common::IO {
+namespace {
+
+constexpr const char* EmptyHeaderName = "Invalid header name: name is empty.";
+constexpr const char* EmptyEntryName = "Invalid entry name: name is empty.";
+
+void CheckEntryName(const Vx::UniString& name, unsigned int line) {
+  if (name.IsEmpty()) throw Vx::IllegalArgumentException(EmptyEntryName, __FILE__, line);
+}
+
+}  // namespace
+
+ArchiveFile::ArchiveFile(const ::IO::Location& archiveLocation)
+    : location(archiveLocation), headers(0, 0), entryIndex(0, 0) {
+  if (!location.IsValid()) {
+    throw Vx::IllegalArgumentException("Invalid archive file location: location is not valid.",
+                                       __FILE__, __LINE__);
+  }
+  if (location.IsEmpty()) {
+    throw Vx::IllegalArgumentException("Invalid archive file location: location is empty.",
+                                       __FILE__, __LINE__);
+  }
+  const ::IO::File file(location, ::IO::OnNotFound::Fail);
+  if (file.GetStatus() == ::IO::StatusFileNotFound) {
+    throw ArchiveException("Failed to create archive file: archive file is not found.", __FILE__,
+                           __LINE__);
+  }
+}
+
+ArchiveFile::~ArchiveFile() {
+  closed = true;
+}
+
+void ArchiveFile::CheckOpened(const char* file, unsigned int line) const {
+  if (closed) throw ArchiveException("Archive file is closed.", file, line);
+}
+
+unsigned int ArchiveFile::GetReservedHeaderSize() const {
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  return reservedHeaderSize;
+}
+
+unsigned int ArchiveFile::GetHeaderCount() const {
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  return headers.GetSize();
+}
+
+bool ArchiveFile::HasHeaders() const {
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  return headers.GetSize() > 0;
+}
+
+ArchiveHeaderIterator ArchiveFile::EnumerateHeaders() const {
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  return headers.EnumeratePairs();
+}
+
+bool ArchiveFile::ConstainsHeader(const Vx::UniString& name) const {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  return HasHeader(headers, name);
+}
+
+bool ArchiveFile::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  return FindHeader(headers, name, value);
+}
+
+Vx::UniString ArchiveFile::GetHeader(const Vx::UniString& name) const {
+  Vx::UniString value;
+  GetHeader(name, value);
+  return value;
+}
+
+void ArchiveFile::PutHeader(const Vx::UniString& name, const Vx::UniString& value) {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  headers.Put(name, value);
+  headersChanged = true;
+}
+
+void ArchiveFile::ClearHeader(const Vx::UniString& name) {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  headers.Delete(name);
+  headersChanged = true;
+}
+
+void ArchiveFile::ClearHeaders() {
+  CheckOpened(__FILE__, __LINE__);
+  ReadHeaders();
+  headers.Clear();
+  headersChanged = true;
+}
+
+bool ArchiveFile::IsUpdated() const {
+  CheckOpened(__FILE__, __LINE__);
+  return headersRead && headersChanged;
+}
+
+bool ArchiveFile::HasEntries() {
+  CheckOpened(__FILE__, __LINE__);
+  ReadEntries();
+  return entryList.GetSize() > 0;
+}
+
+unsigned int ArchiveFile::GetEntryCount() const {
+  CheckOpened(__FILE__, __LINE__);
+  ReadEntries();
+  return entryList.GetSize();
+}
+
+ArchiveFile::EntryIterator ArchiveFile::EnumerateEntries() const {
+  CheckOpened(__FILE__, __LINE__);
+  ReadEntries();
+  return entryList.EnumerateElements();
+}
+
+bool ArchiveFile::ConstainsEntry(const Vx::UniString& name) const {
+  CheckEntryName(name, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  ReadEntries();
+  return entryIndex.Find(name) != nullptr;
+}
+
+ArchiveFile::EntryRef ArchiveFile::GetEntry(const Vx::UniString& name) const {
+  CheckEntryName(name, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  ReadEntries();
+  const auto* const found = entryIndex.Find(name);
+  return found == nullptr ? EntryRef() : found->value;
+}
+
+ArchiveFile::ChannelRef ArchiveFile::GetInputChannel(const EntryRef& entry) const {
+  if (entry.IsEmpty()) {
+    throw Vx::IllegalArgumentException("Invalid archive entry: entry is null.", __FILE__, __LINE__);
+  }
+  CheckOpened(__FILE__, __LINE__);
+  ReadEntries();
+  const auto* const found = entryIndex.Find(entry->GetName());
+  if (found == nullptr || found->value != entry) {
+    throw ArchiveException("Failed to get archive entry input channel: archive entry not found.",
+                           __FILE__, __LINE__);
+  }
+  return ChannelRef(Vx::New<ArchiveFileEntryIBinaryChannel>(location, entry));
+}
+
+void ArchiveFile::ExtractTo(const ::IO::Location& folder) const {
+  ExtractArchive(location, folder);
+}
+
+void ArchiveFile::Update() {
+  CheckOpened(__FILE__, __LINE__);
+  if (!IsUpdated()) return;
+  // The file may have another reserved size now; a later update must know it.
+  reservedHeaderSize = UpdateArchiveHeaders(location, headers, reservedHeaderSize);
+}
+
+void ArchiveFile::TakeHeaders(const ArchiveIBinaryChannel& channel) {
+  reservedHeaderSize = channel.GetReservedHeaderSize();
+  headers.Clear();
+  for (const auto& [name, value] : channel.EnumerateHeaders()) headers.Put(name, value);
+}
+
+void ArchiveFile::ReadHeaders() {
+  if (headersRead) return;
+  ArchiveFileReader reader(location, FileShare::NoShare);
+  TakeHeaders(reader.GetChannel());
+  reader.Close();
+  headersRead = true;
+}
+
+void ArchiveFile::ReadHeaders() const {
+  const_cast<ArchiveFile*>(this)->ReadHeaders();
+}
+
+void ArchiveFile::ReadEntries() {
+  if (entriesRead) return;
+  // What an attempt that failed has gathered must not be counted twice.
+  entryIndex.Clear();
+  entryList.Clear();
+  ArchiveFileReader reader(location, FileShare::NoShare);
+  if (!headersRead) {
+    TakeHeaders(reader.GetChannel());
+    headersRead = true;
+  }
+  for (EntryRef entry = reader.GetNextEntry(); entry; entry = reader.GetNextEntry()) {
+    reader.GetChannel().CloseEntry();
+    entryIndex.Put(entry->GetName(), entry);
+    entryList.Push(entry);
+  }
+  reader.Close();
+  entriesRead = true;
+}
+
+void ArchiveFile::ReadEntries() const {
+  const_cast<ArchiveFile*>(this)->ReadEntries();
+}
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,20 @@
+#include "Larkspan/Common/IO/ArchiveFileReader.h"
+
+#include "Larkspan/Common/IO/ArchiveException.h"
+#include "Larkspan/Common/IO/FileIBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+ArchiveFileReader::ArchiveFileReader(const ::IO::Location& location, const FileShare& share)
+    : file(Vx::New<FileIBinaryChannel>(location, share)), channel(file) {}
+
+ArchiveIBinaryChannel::EntryRef ArchiveFileReader::GetNextEntry() {
+  auto entry = channel.GetNextEntry();
+  if (!entry && file->GetAvailable() != 0) {
+    throw ArchiveException("Failed to read archive file: the file could not be read to its end.",
+                           __FILE__, __LINE__);
+  }
+  return entry;
+}
+
+}  // namespace Larkspan::Common::IO

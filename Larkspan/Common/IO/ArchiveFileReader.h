@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
+#include "Larkspan/Common/IO/FileShare.h"
+#include "foundation/IO/Location.h"
+
+namespace Larkspan::Common::IO {
+
+/// An archive file opened for one pass over its stream.
+class ArchiveFileReader final {
+ public:
+  /// Raises as `FileIBinaryChannel` does.
+  ArchiveFileReader(const ::IO::Location& location, const FileShare& share);
+
+  [[nodiscard]] ArchiveIBinaryChannel& GetChannel() noexcept { return channel; }
+
+  /// The channel's next entry, empty at the end of the archive. A stream takes every failure to
+  /// read a name for its end; of a file it is known whether it has been read to the end.
+  /// Raises `ArchiveException` if it has not.
+  [[nodiscard]] ArchiveIBinaryChannel::EntryRef GetNextEntry();
+
+  /// Closes the file.
+  void Close() { channel.Close(); }
+
+ private:
+  Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter> file;
+  ArchiveIBinaryChannel channel;
+};
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Larkspan/Common/IO/ArchiveEntry.h"
+#include "Larkspan/Common/IO/JavaDataInputProtocolUtils.h"
+#include "foundation/Vx/IChannelX.h"
+#include "foundation/Vx/OChannelX.h"
+
+namespace Larkspan::Common::IO {
+
+/// What entries, channels and files do alike with their tables of headers. Each of them has its own
+/// words for a bad name, which it passes in with the place to report.
+
+/// Raises `Vx::IllegalArgumentException` with `message` if `name` is empty.
+void CheckHeaderName(const Vx::UniString& name, const char* message, const char* fileName,
+                     unsigned int lineNumber);
+
+/// Raises `Vx::IllegalArgumentException` if any header of the table has an empty name.
+void CheckHeaderNames(const ArchiveHeaders& headers, const char* fileName, unsigned int lineNumber);
+
+[[nodiscard]] bool HasHeader(const ArchiveHeaders& headers, const Vx::UniString& name);
+
+/// Assigns the value and gives true, or leaves `value` alone and gives false.
+bool FindHeader(const ArchiveHeaders& headers, const Vx::UniString& name, Vx::UniString& value);
+
+/// The value, or an empty string.
+[[nodiscard]] Vx::UniString FindHeader(const ArchiveHeaders& headers, const Vx::UniString& name);
+
+/// Whether both tables hold the same names with the same values, in any order.
+[[nodiscard]] bool HaveEqualHeaders(const ArchiveHeaders& left, const ArchiveHeaders& right);
+
+/// Writes the pairs from `headers` on, without their count.
+void WriteHeaders(Vx::OChannelX& channel, const ArchiveHeaderIterator& headers);
+
+/// Reads a count and as many pairs, and hands each to `put(name, value)`.
+template <class Put>
+void ReadHeaders(Vx::IChannelX& channel, Put put) {
+  unsigned int count = 0;
+  channel.Read(count);
+  for (unsigned int index = 0; index < count; ++index) {
+    const Vx::UniString name = ReadUTF(channel);
+    put(name, ReadUTF(channel));
+  }
+}
+
+}  // namespace Larkspan::Common::IO

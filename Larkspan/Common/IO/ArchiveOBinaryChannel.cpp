@@ -1,0 +1,259 @@
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
+
+#include <algorithm>
+
+#include "Larkspan/Common/IO/ArchiveEntryImpl.h"
+#include "Larkspan/Common/IO/ArchiveException.h"
+#include "Larkspan/Common/IO/ArchiveFormat.h"
+#include "Larkspan/Common/IO/ArchiveHeaderTable.h"
+#include "Larkspan/Common/IO/CRC32OBinaryChannel.h"
+#include "Larkspan/Common/IO/CountingOBinaryChannel.h"
+#include "Larkspan/Common/IO/DeflaterOBinaryChannel.h"
+#include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
+#include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
+#include "foundation/Vx/ChunkedOBinarySubChannel.h"
+#include "foundation/Vx/IllegalArgumentException.h"
+
+namespace Larkspan::Common::IO {
+namespace {
+
+constexpr const char* EmptyHeaderName = "Invalid archive header name: name is empty.";
+
+unsigned int CheckedHeaderSize(unsigned int headerSize) {
+  if (headerSize != 0 && headerSize < ArchiveFormat::MinReservedHeaderSize) {
+    throw Vx::IllegalArgumentException("Invalid header size: header size is too small.", __FILE__,
+                                       __LINE__);
+  }
+  return headerSize;
+}
+
+void CheckEntryName(const Vx::UniString& name, unsigned int line) {
+  if (name.IsEmpty()) {
+    throw Vx::IllegalArgumentException("Invalid archive entry name: name is empty.", __FILE__,
+                                       line);
+  }
+}
+
+void WriteFill(Vx::OChannelX& channel, const CountingOBinaryChannel& counter,
+               unsigned int headerSize) {
+  const char zeros[128] = {};
+  while (counter.GetCount() < headerSize) {
+    channel.WriteBin(zeros, static_cast<unsigned int>(std::min<unsigned __int64>(
+                                headerSize - counter.GetCount(), sizeof(zeros))));
+  }
+}
+
+}  // namespace
+
+ArchiveOBinaryChannel::ArchiveOBinaryChannel(
+    const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel, unsigned int headerSize)
+    : target(channel, "Invalid binary output channel: channel is null.", __FILE__, __LINE__),
+      reservedHeaderSize(CheckedHeaderSize(headerSize)),
+      headers(0, 0) {}
+
+ArchiveOBinaryChannel::ArchiveOBinaryChannel(Vx::OBinaryChannel& channel, unsigned int headerSize)
+    : target(channel), reservedHeaderSize(CheckedHeaderSize(headerSize)), headers(0, 0) {}
+
+ArchiveOBinaryChannel::~ArchiveOBinaryChannel() = default;
+
+void ArchiveOBinaryChannel::CheckOpened(const char* file, unsigned int line) const {
+  if (closed) throw Vx::IOException("Archive binary output channel is closed.", file, line);
+}
+
+void ArchiveOBinaryChannel::CheckHeaderUpdatable(const char* file, unsigned int line) const {
+  if (headerWritten) {
+    throw ArchiveException("Archive headers can't be updated, header has already been written.",
+                           file, line);
+  }
+}
+
+void ArchiveOBinaryChannel::CheckEntryStarted(const char* file, unsigned int line) {
+  if (!crcChannel) throw ArchiveException("Archive entry hasn't been started yet.", file, line);
+}
+
+void ArchiveOBinaryChannel::PutHeader(const Vx::UniString& name, const Vx::UniString& value) {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  CheckHeaderUpdatable(__FILE__, __LINE__);
+  headers.Put(name, value);
+}
+
+void ArchiveOBinaryChannel::ClearHeader(const Vx::UniString& name) {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  CheckHeaderUpdatable(__FILE__, __LINE__);
+  headers.Delete(name);
+}
+
+void ArchiveOBinaryChannel::ClearHeaders() {
+  CheckOpened(__FILE__, __LINE__);
+  CheckHeaderUpdatable(__FILE__, __LINE__);
+  headers.Clear();
+}
+
+unsigned int ArchiveOBinaryChannel::GetHeaderCount() const noexcept {
+  return headers.GetSize();
+}
+
+bool ArchiveOBinaryChannel::HasHeaders() const noexcept {
+  return headers.GetSize() > 0;
+}
+
+ArchiveHeaderIterator ArchiveOBinaryChannel::EnumerateHeaders() const {
+  return headers.EnumeratePairs();
+}
+
+bool ArchiveOBinaryChannel::ConstainsHeader(const Vx::UniString& name) const {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  return HasHeader(headers, name);
+}
+
+bool ArchiveOBinaryChannel::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  return FindHeader(headers, name, value);
+}
+
+Vx::UniString ArchiveOBinaryChannel::GetHeader(const Vx::UniString& name) const {
+  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  return FindHeader(headers, name);
+}
+
+void ArchiveOBinaryChannel::SetMethod(ArchiveEntry::Method method) {
+  if (method != ArchiveEntry::Deflated && method != ArchiveEntry::Stored) {
+    throw Vx::IllegalArgumentException("Invalid default archive entry compression method.",
+                                       __FILE__, __LINE__);
+  }
+  defaultMethod = method;
+}
+
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(const Vx::UniString& name,
+                                                                    const Headers& entryHeaders,
+                                                                    ArchiveEntry::Method method) {
+  CheckEntryName(name, __LINE__);
+  CheckHeaderNames(entryHeaders, __FILE__, __LINE__);
+  CheckOpened(__FILE__, __LINE__);
+  WriteArchiveHeader();
+  if (currentEntry) CloseEntry(currentEntry);
+  return StartEntry(name, entryHeaders, method);
+}
+
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(const Vx::UniString& name,
+                                                                    ArchiveEntry::Method method) {
+  return PutNextEntry(name, Headers(0, 0), method);
+}
+
+bool ArchiveOBinaryChannel::HasCurrentEntry() const {
+  CheckOpened(__FILE__, __LINE__);
+  return !currentEntry.IsEmpty();
+}
+
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::GetCurrentEntry() const {
+  CheckOpened(__FILE__, __LINE__);
+  return currentEntry;
+}
+
+void ArchiveOBinaryChannel::CloseEntry() {
+  CheckOpened(__FILE__, __LINE__);
+  if (currentEntry) CloseEntry(currentEntry);
+}
+
+void ArchiveOBinaryChannel::Write(const char* data, unsigned int size) {
+  CheckOpened(__FILE__, __LINE__);
+  CheckEntryStarted(__FILE__, __LINE__);
+  crcChannel->Write(data, size);
+}
+
+void ArchiveOBinaryChannel::Flush() {
+  CheckOpened(__FILE__, __LINE__);
+  if (crcChannel) {
+    crcChannel->Flush();
+  } else {
+    WriteArchiveHeader();
+  }
+  GetOutputChannel().Flush();
+}
+
+void ArchiveOBinaryChannel::Close() {
+  if (closed) return;
+  GetOutputChannel().Close();
+  closed = true;
+}
+
+void ArchiveOBinaryChannel::WriteArchiveHeader() {
+  if (headerWritten) return;
+  CountingOBinaryChannel counter(GetOutputChannel());
+  Vx::OChannelX channel(counter, JavaDataOutputProtocolX::GetInstance());
+  channel.WriteBin(ArchiveFormat::Magic, ArchiveFormat::MagicLength);
+  channel.Write(ArchiveFormat::MajorVersion);
+  channel.Write(ArchiveFormat::MinorVersion);
+  channel.Write(reservedHeaderSize);
+  channel.Write(headers.GetSize());
+  WriteHeaders(channel, EnumerateHeaders());
+  if (reservedHeaderSize != 0) {
+    if (reservedHeaderSize < counter.GetCount()) {
+      throw ArchiveException(
+          "Failed to write archive header: archive header size exceeds the specified header size.",
+          __FILE__, __LINE__);
+    }
+    WriteFill(channel, counter, reservedHeaderSize);
+  }
+  channel.Flush();
+  headerWritten = true;
+}
+
+void ArchiveOBinaryChannel::WriteEntryHeader(const EntryRef& entry) {
+  Vx::OChannelX channel(GetOutputChannel(), JavaDataOutputProtocolX::GetInstance());
+  WriteUTF(channel, entry->GetName());
+  channel.Write(static_cast<unsigned int>(entry->GetMethod()));
+  channel.Write(entry->GetHeaderCount());
+  WriteHeaders(channel, entry->EnumerateHeaders());
+  channel.Flush();
+}
+
+void ArchiveOBinaryChannel::WriteEntryFooter(const EntryRef& entry) {
+  Vx::OChannelX channel(GetOutputChannel(), JavaDataOutputProtocolX::GetInstance());
+  channel.Write(entry->GetArchivedSize());
+  channel.Write(entry->GetSize());
+  channel.Write(entry->GetCRC());
+}
+
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(const Vx::UniString& name,
+                                                                  const Headers& entryHeaders,
+                                                                  ArchiveEntry::Method method) {
+  if (method == ArchiveEntry::Default) method = defaultMethod;
+  const EntryRef entry(Vx::New<ArchiveEntryImpl>(name, entryHeaders, method));
+  WriteEntryHeader(entry);
+
+  const ChannelRef framing(Vx::New<Vx::ChunkedOBinarySubChannel>(
+      GetOutputChannel(), JavaDataOutputProtocolX::GetInstance(), ArchiveFormat::ChunkSize));
+  archivedSizeCounter = ChannelRef(Vx::New<CountingOBinaryChannel>(framing));
+  if (method == ArchiveEntry::Deflated) {
+    deflater = ChannelRef(Vx::New<DeflaterOBinaryChannel>(
+        archivedSizeCounter, DeflaterOBinaryChannel::DefaultCompression,
+        ArchiveFormat::CompressionBufferSize));
+  } else {
+    deflater.Reset();
+  }
+  sizeCounter =
+      ChannelRef(Vx::New<CountingOBinaryChannel>(deflater ? deflater : archivedSizeCounter));
+  crcChannel = ChannelRef(Vx::New<CRC32OBinaryChannel>(sizeCounter));
+  currentEntry = entry;
+  return entry;
+}
+
+// `entry` is the current entry, held by the caller's reference to the field; the field is released
+// last.
+void ArchiveOBinaryChannel::CloseEntry(const EntryRef& entry) {
+  if (deflater) static_cast<DeflaterOBinaryChannel&>(*deflater).Finish();
+  const auto archivedSize = static_cast<CountingOBinaryChannel&>(*archivedSizeCounter).GetCount();
+  const auto size = static_cast<CountingOBinaryChannel&>(*sizeCounter).GetCount();
+  const auto crc = static_cast<CRC32OBinaryChannel&>(*crcChannel).GetCRC();
+  crcChannel->Flush();
+  crcChannel->Close();
+  crcChannel.Reset();
+  static_cast<ArchiveEntryImpl&>(*entry).Close(archivedSize, size, crc);
+  WriteEntryFooter(entry);
+  currentEntry.Reset();
+}
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/ArchiveEntry.h"
+#include "foundation/Vx/OBinaryChannel.h"
+#include "foundation/Vx/WrappedChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// Writes an archive as a stream: first headers of the archive, then one entry after the other,
+/// each by `PutNextEntry`, any number of `Write`, and `CloseEntry`.
+///
+/// The archive header goes out with the first `PutNextEntry` or `Flush`, and headers can't be
+/// changed after that. The target is never read and never positioned; nothing is written before
+/// the header is. `Close` only closes the target: close the open entry first, or the archive ends
+/// in the middle of it. Destruction writes nothing.
+///
+/// Failures of the target pass through. After one the archive is damaged: drop the channel.
+class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
+ public:
+  using Headers = ArchiveHeaders;
+  using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
+
+  /// `headerSize` is the room in bytes that is kept for the archive header, so that headers can be
+  /// changed later in place: 0 for none, else at least 256. 4096 is recommended: no larger block
+  /// is replaced as one when a process is killed.
+  /// Raises `Vx::IllegalArgumentException` for another size and for an empty reference.
+  ArchiveOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel,
+                        unsigned int headerSize);
+  ArchiveOBinaryChannel(Vx::OBinaryChannel& channel, unsigned int headerSize);
+  ~ArchiveOBinaryChannel() override;
+
+  /// These raise `Vx::IllegalArgumentException` for an empty name, `Vx::IOException` after `Close`,
+  /// and `ArchiveException` once the archive header has been written.
+  void PutHeader(const Vx::UniString& name, const Vx::UniString& value);
+  void ClearHeader(const Vx::UniString& name);
+  void ClearHeaders();
+
+  /// Reading the headers works at all times.
+  [[nodiscard]] unsigned int GetHeaderCount() const noexcept;
+  [[nodiscard]] bool HasHeaders() const noexcept;
+  [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const;
+  [[nodiscard]] bool ConstainsHeader(const Vx::UniString& name) const;
+  bool GetHeader(const Vx::UniString& name, Vx::UniString& value) const;
+  [[nodiscard]] Vx::UniString GetHeader(const Vx::UniString& name) const;
+
+  /// The method of entries that ask for `Default`: `Deflated`, if never set, or `Stored`.
+  void SetMethod(ArchiveEntry::Method method);
+
+  /// Closes the open entry, if there is one, and starts the next. The entry is open and gets its
+  /// sizes and CRC when it is closed.
+  EntryRef PutNextEntry(const Vx::UniString& name, const Headers& headers,
+                        ArchiveEntry::Method method = ArchiveEntry::Default);
+  EntryRef PutNextEntry(const Vx::UniString& name,
+                        ArchiveEntry::Method method = ArchiveEntry::Default);
+  [[nodiscard]] bool HasCurrentEntry() const;
+  /// Empty if no entry is open.
+  [[nodiscard]] EntryRef GetCurrentEntry() const;
+  /// Completes the open entry; does nothing if there is none.
+  void CloseEntry();
+
+  /// Data of the open entry. Raises `ArchiveException` if there is none.
+  void Write(const char* data, unsigned int size) override;
+  /// Brings all data so far to the target and flushes it; without an entry, the archive header.
+  void Flush() override;
+  void Close() override;
+
+ private:
+  using ChannelRef = Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>;
+
+  void CheckOpened(const char* file, unsigned int line) const;
+  void CheckHeaderUpdatable(const char* file, unsigned int line) const;
+  void CheckEntryStarted(const char* file, unsigned int line);
+  Vx::OBinaryChannel& GetOutputChannel() noexcept { return target.Get(); }
+  const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return target.Get(); }
+  void WriteArchiveHeader();
+  void WriteEntryHeader(const EntryRef& entry);
+  void WriteEntryFooter(const EntryRef& entry);
+  EntryRef StartEntry(const Vx::UniString& name, const Headers& entryHeaders,
+                      ArchiveEntry::Method method);
+  void CloseEntry(const EntryRef& entry);
+
+  Vx::WrappedChannel<Vx::OBinaryChannel> target;
+  const unsigned int reservedHeaderSize;
+  bool headerWritten = false;
+  Headers headers;
+  // The open entry's stack of channels. Whether `crcChannel` is set decides whether data is taken;
+  // the others live on until the next entry.
+  ChannelRef archivedSizeCounter;
+  ChannelRef sizeCounter;
+  ChannelRef deflater;
+  ChannelRef crcChannel;
+  EntryRef currentEntry;
+  ArchiveEntry::Method defaultMethod = ArchiveEntry::Deflated;
+  bool closed = false;
+};
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/CRC32.h"
+#include "Larkspan/Common/IO/DigestIBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// Takes the CRC-32 of the bytes that are read through it.
+/// The count of a reference is shared with the caller; a plain reference must outlive this channel.
+/// An empty reference raises `Vx::IllegalArgumentException`.
+class LARKSPAN_API CRC32IBinaryChannel final : public DigestIBinaryChannel<CRC32> {
+ public:
+  explicit CRC32IBinaryChannel(Vx::IBinaryChannel& channel) noexcept;
+  explicit CRC32IBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel);
+  ~CRC32IBinaryChannel() override;
+
+  [[nodiscard]] unsigned int GetCRC() const noexcept { return GetDigest().GetValue(); }
+  void ResetCRC() noexcept { ResetDigest(); }
+};
+
+}  // namespace Larkspan::Common::IO

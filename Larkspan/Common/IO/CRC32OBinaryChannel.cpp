@@ -1,0 +1,14 @@
+#include "Larkspan/Common/IO/CRC32OBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+CRC32OBinaryChannel::CRC32OBinaryChannel(Vx::OBinaryChannel& channel) noexcept
+    : DigestOBinaryChannel(channel) {}
+
+CRC32OBinaryChannel::CRC32OBinaryChannel(
+    const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel)
+    : DigestOBinaryChannel(channel) {}
+
+CRC32OBinaryChannel::~CRC32OBinaryChannel() = default;
+
+}  // namespace Larkspan::Common::IO

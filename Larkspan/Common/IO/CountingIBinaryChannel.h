@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/ByteCount.h"
+#include "Larkspan/Common/IO/DigestIBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// Counts the bytes that are read through it.
+/// The count of a reference is shared with the caller; a plain reference must outlive this channel.
+/// An empty reference raises `Vx::IllegalArgumentException`.
+class LARKSPAN_API CountingIBinaryChannel final : public DigestIBinaryChannel<ByteCount> {
+ public:
+  explicit CountingIBinaryChannel(Vx::IBinaryChannel& channel) noexcept;
+  explicit CountingIBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel);
+  ~CountingIBinaryChannel() override;
+
+  [[nodiscard]] unsigned __int64 GetCount() const noexcept { return GetDigest().GetValue(); }
+  void ResetCount() noexcept { ResetDigest(); }
+};
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,14 @@
+#include "Larkspan/Common/IO/CountingOBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+CountingOBinaryChannel::CountingOBinaryChannel(Vx::OBinaryChannel& channel) noexcept
+    : DigestOBinaryChannel(channel) {}
+
+CountingOBinaryChannel::CountingOBinaryChannel(
+    const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel)
+    : DigestOBinaryChannel(channel) {}
+
+CountingOBinaryChannel::~CountingOBinaryChannel() = default;
+
+}  // namespace Larkspan::Common::IO

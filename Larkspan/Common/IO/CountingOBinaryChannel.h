@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/ByteCount.h"
+#include "Larkspan/Common/IO/DigestOBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// Counts the bytes that are written through it.
+/// The count of a reference is shared with the caller; a plain reference must outlive this channel.
+/// An empty reference raises `Vx::IllegalArgumentException`.
+class LARKSPAN_API CountingOBinaryChannel final : public DigestOBinaryChannel<ByteCount> {
+ public:
+  explicit CountingOBinaryChannel(Vx::OBinaryChannel& channel) noexcept;
+  explicit CountingOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel);
+  ~CountingOBinaryChannel() override;
+
+  [[nodiscard]] unsigned __int64 GetCount() const noexcept { return GetDigest().GetValue(); }
+  void ResetCount() noexcept { ResetDigest(); }
+};
+
+}  // namespace Larkspan::Common::IO

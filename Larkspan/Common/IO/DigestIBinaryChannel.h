@@ -1,0 +1,43 @@
+#pragma once
+
+#include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/WrappedChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// The shape of the input filters that let everything through and take a digest of it. `Digest` has
+/// `Update(data, size)`, `GetValue()` and `Reset()`.
+///
+/// Adds no buffer and no closed state. `Close` closes the wrapped channel; destruction does not.
+template <class Digest>
+class DigestIBinaryChannel : public Vx::IBinaryChannel {
+ public:
+  using IBinaryChannel::Read;
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
+                                  ReadSomeModeSelector mode) override {
+    const unsigned int count = GetInputChannel().Read(buffer, size, mode);
+    if (count != 0) digest.Update(buffer, count);
+    return count;
+  }
+  [[nodiscard]] unsigned __int64 GetAvailable() const override {
+    return GetInputChannel().GetAvailable();
+  }
+  void Close() override { GetInputChannel().Close(); }
+
+ protected:
+  explicit DigestIBinaryChannel(Vx::IBinaryChannel& channel) noexcept : wrapped(channel) {}
+  explicit DigestIBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel)
+      : wrapped(channel, "Invalid binary input channel: channel is null.", __FILE__, __LINE__) {}
+
+  [[nodiscard]] const Digest& GetDigest() const noexcept { return digest; }
+  void ResetDigest() noexcept { digest.Reset(); }
+
+ private:
+  Vx::IBinaryChannel& GetInputChannel() noexcept { return wrapped.Get(); }
+  const Vx::IBinaryChannel& GetInputChannel() const noexcept { return wrapped.Get(); }
+
+  Vx::WrappedChannel<Vx::IBinaryChannel> wrapped;
+  Digest digest;
+};
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "foundation/Vx/OBinaryChannel.h"
+#include "foundation/Vx/WrappedChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// The shape of the output filters that let everything through and take a digest of it. `Digest`
+/// has `Update(data, size)`, `GetValue()` and `Reset()`; it sees only what the wrapped channel has
+/// taken without a failure.
+///
+/// Adds no buffer and no closed state. `Close` closes the wrapped channel; destruction does not.
+template <class Digest>
+class DigestOBinaryChannel : public Vx::OBinaryChannel {
+ public:
+  void Write(const char* data, unsigned int size) override {
+    GetOutputChannel().Write(data, size);
+    if (size != 0) digest.Update(data, size);
+  }
+  void Flush() override { GetOutputChannel().Flush(); }
+  void Close() override { GetOutputChannel().Close(); }
+
+ protected:
+  explicit DigestOBinaryChannel(Vx::OBinaryChannel& channel) noexcept : wrapped(channel) {}
+  explicit DigestOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel)
+      : wrapped(channel, "Invalid binary output channel: channel is null.", __FILE__, __LINE__) {}
+
+  [[nodiscard]] const Digest& GetDigest() const noexcept { return digest; }
+  void ResetDigest() noexcept { digest.Reset(); }
+
+ private:
+  Vx::OBinaryChannel& GetOutputChannel() noexcept { return wrapped.Get(); }
+  const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return wrapped.Get(); }
+
+  Vx::WrappedChannel<Vx::OBinaryChannel> wrapped;
+  Digest digest;
+};
+
+}  // namespace Larkspan::Common::IO

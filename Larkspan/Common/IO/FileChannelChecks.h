@@ -1,0 +1,30 @@
+#pragma once
+
+#include "foundation/IO/Location.h"
+#include "foundation/Vx/IllegalArgumentException.h"
+
+namespace Larkspan::Common::IO {
+
+/// The first tests of both file channels: the location is valid and not empty.
+inline void CheckFileLocation(const ::IO::Location& location, const char* fileName,
+                              unsigned int lineNumber) {
+  if (!location.IsValid()) {
+    throw Vx::IllegalArgumentException("Invalid file location: location is not valid.", fileName,
+                                       lineNumber);
+  }
+  if (location.IsEmpty()) {
+    throw Vx::IllegalArgumentException("Invalid file location: location is empty.", fileName,
+                                       lineNumber);
+  }
+}
+
+/// Closes a channel that is being destroyed; nobody is left to be told of a failure.
+template <class Channel>
+void CloseInDestructor(Channel& channel) noexcept {
+  try {
+    channel.Channel::Close();
+  } catch (...) {
+  }
+}
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,75 @@
+#include "Larkspan/Common/IO/FileIBinaryChannel.h"
+
+#include "Larkspan/Common/IO/FileChannelChecks.h"
+#include "Larkspan/Common/IO/FileNotFoundException.h"
+#include "foundation/Vx/IOException.h"
+#include "foundation/Vx/IllegalArgumentException.h"
+
+namespace Larkspan::Common::IO {
+namespace {
+
+[[noreturn]] void FailToOpen(unsigned int line) {
+  throw Vx::IOException("Failed to create file binary input channel: failed to open file.",
+                        __FILE__, line);
+}
+
+}  // namespace
+
+FileIBinaryChannel::FileIBinaryChannel(const ::IO::Location& location, const FileShare& share)
+    : file(location, ::IO::OnNotFound::Fail) {
+  CheckFileLocation(location, __FILE__, __LINE__);
+  if (file.GetStatus() == ::IO::StatusFileNotFound) {
+    throw FileNotFoundException("Failed to create file binary input channel: file not found.",
+                                __FILE__, __LINE__);
+  }
+  if (file.GetStatus() != 0) FailToOpen(__LINE__);
+  const auto mode = share == FileShare::NoShare ? ::IO::OpenMode::Read : ::IO::OpenMode::ReadShared;
+  if (file.Open(mode, ::IO::AccessDeniedTreatment::Report) != 0) FailToOpen(__LINE__);
+}
+
+FileIBinaryChannel::~FileIBinaryChannel() {
+  CloseInDestructor(*this);
+}
+
+unsigned int FileIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
+  if (buffer == nullptr) {
+    throw Vx::IllegalArgumentException("Invalid destination buffer: buffer is null.", __FILE__,
+                                       __LINE__);
+  }
+  if (size == 0) {
+    throw Vx::IllegalArgumentException("Invalid destination buffer length: length is 0.", __FILE__,
+                                       __LINE__);
+  }
+  CheckOpened(__FILE__, __LINE__);
+  unsigned int count = 0;
+  const int status = file.ReadBin(buffer, size, &count);
+  if (status == ::IO::StatusEndOfInput) return count;
+  if (status != 0 || count == 0) {
+    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
+  }
+  return count;
+}
+
+unsigned __int64 FileIBinaryChannel::GetAvailable() const {
+  CheckOpened(__FILE__, __LINE__);
+  unsigned __int64 size = 0;
+  if (file.GetAvailableSize(&size) != 0) {
+    throw Vx::IOException("Failed to get available data size of file binary input channel.",
+                          __FILE__, __LINE__);
+  }
+  return size;
+}
+
+void FileIBinaryChannel::Close() {
+  if (!opened) return;
+  if (file.IsOpen() && file.Close() != 0) {
+    throw Vx::IOException("Failed to close file binary input channel.", __FILE__, __LINE__);
+  }
+  opened = false;
+}
+
+void FileIBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+  if (!opened) throw Vx::IOException("File binary input channel is closed.", fileName, lineNumber);
+}
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/FileShare.h"
+#include "foundation/IO/File.h"
+#include "foundation/Vx/IBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// Reads a file. One `Read` is one read of the file object. A read of no bytes, or into a null
+/// buffer, raises `Vx::IllegalArgumentException`. The destructor closes the file.
+class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel {
+ public:
+  /// Opens the file. Raises `Vx::IllegalArgumentException` for a location that is not valid or
+  /// empty, `FileNotFoundException` for a missing file, and `Vx::IOException` for one that can't
+  /// be opened.
+  FileIBinaryChannel(const ::IO::Location& location, const FileShare& share);
+  ~FileIBinaryChannel() override;
+
+  using IBinaryChannel::Read;
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
+                                  ReadSomeModeSelector mode) override;
+  /// The bytes from the present position to the end of the file.
+  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  /// If it fails, the channel stays open and `Close` can be called again.
+  void Close() override;
+
+ private:
+  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+
+  ::IO::File file;
+  bool opened = true;
+};
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/FileShare.h"
+#include "foundation/IO/File.h"
+#include "foundation/Vx/OBinaryChannel.h"
+
+namespace Larkspan::Common::IO {
+
+/// Writes a file. One `Write` is one write of the file object, which reaches the system before it
+/// returns; `Flush` therefore has nothing to do, and does not force the disk. A write of no bytes,
+/// or from a null buffer, raises `Vx::IllegalArgumentException`. The destructor closes the file; a
+/// failure of that goes unseen.
+class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
+ public:
+  /// Opens the file, and creates it if it is missing. With `append` the bytes go behind the
+  /// content, else the file is emptied. Only `FileShare::NoShare` is supported.
+  /// Raises `Vx::IllegalArgumentException` for a location that is not valid or empty and for the
+  /// share, and `Vx::IOException` for a file that can't be opened.
+  FileOBinaryChannel(const ::IO::Location& location, bool append, const FileShare& share);
+  ~FileOBinaryChannel() override;
+
+  void Write(const char* data, unsigned int size) override;
+  void Flush() override;
+  /// If it fails, the channel stays open and `Close` can be called again.
+  void Close() override;
+
+ private:
+  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+
+  ::IO::File file;
+  bool opened = true;
+};
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,129 @@
+#include "Larkspan/Common/IO/InflaterIBinaryChannel.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <zlib.h>
+
+#include "foundation/Vx/IOException.h"
+#include "foundation/Vx/IllegalArgumentException.h"
+
+namespace Larkspan::Common::IO {
+
+InflaterIBinaryChannel::InflaterIBinaryChannel(Vx::IBinaryChannel& channel, unsigned int bufferSize)
+    : wrapped(channel) {
+  Initialize(bufferSize);
+}
+
+InflaterIBinaryChannel::InflaterIBinaryChannel(
+    const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel, unsigned int bufferSize)
+    : wrapped(channel, "Invalid input channel: channel is null.", __FILE__, __LINE__) {
+  Initialize(bufferSize);
+}
+
+InflaterIBinaryChannel::~InflaterIBinaryChannel() {
+  if (stream) inflateEnd(stream.get());
+  Destroy();
+}
+
+void InflaterIBinaryChannel::Initialize(unsigned int bufferSize) {
+  if (bufferSize == 0) {
+    throw Vx::IllegalArgumentException("Invalid buffer size: buffer size is too small.", __FILE__,
+                                       __LINE__);
+  }
+  inputCapacity = bufferSize;
+  input = AllocateZlibMemory<char[]>(bufferSize,
+                                     "Failed to allocate input buffer for inflater input channel.",
+                                     __FILE__, __LINE__);
+  outputCapacity = bufferSize;
+  output = AllocateZlibMemory<char[]>(
+      bufferSize, "Failed to allocate output buffer for inflater input channel.", __FILE__,
+      __LINE__);
+  stream = AllocateZlibMemory<z_stream>(sizeof(z_stream), "Failed to allocate inflater.", __FILE__,
+                                        __LINE__);
+  std::memset(stream.get(), 0, sizeof(z_stream));
+  if (inflateInit_(stream.get(), "1.2.3", static_cast<int>(sizeof(z_stream))) != Z_OK) {
+    // The stream was not set up: the members free the memory, and nothing else is to be ended.
+    throw Vx::IOException("Failed to initialize inflater.", __FILE__, __LINE__);
+  }
+}
+
+void InflaterIBinaryChannel::Destroy() noexcept {
+  input.reset();
+  output.reset();
+  stream.reset();
+}
+
+void InflaterIBinaryChannel::EnsureOpened(const char* file, unsigned int line) const {
+  if (closed) throw Vx::IOException("Inflater input channel closed.", file, line);
+}
+
+// The pump: decompresses into `target` until it is full or the stream has ended; gives the bytes.
+unsigned int InflaterIBinaryChannel::Inflate(char* target, unsigned int size) const {
+  stream->avail_out = size;
+  stream->next_out = reinterpret_cast<Bytef*>(target);
+  while (stream->avail_out != 0 && !streamEnded) {
+    if (stream->avail_in == 0) {
+      const unsigned int count = GetBaseChannel().Read(input.get(), inputCapacity, ReadSome);
+      if (count == 0) {
+        throw Vx::IOException("Inflate failed: end of stream reached.", __FILE__, __LINE__);
+      }
+      stream->avail_in = count;
+      stream->next_in = reinterpret_cast<Bytef*>(input.get());
+    }
+    const int result = inflate(stream.get(), Z_NO_FLUSH);
+    if (result != Z_OK && result != Z_STREAM_END) {
+      Vx::UniString message;
+      message.Printf("Inflate failed: %s", zError(result));
+      throw Vx::IOException(message, __FILE__, __LINE__);
+    }
+    streamEnded = result == Z_STREAM_END;
+  }
+  return size - stream->avail_out;
+}
+
+void InflaterIBinaryChannel::FillBuffer() const {
+  valid = Inflate(output.get(), outputCapacity);
+  position = 0;
+}
+
+void InflaterIBinaryChannel::RefillUsedUpBuffer() const {
+  if (position == valid && !streamEnded) FillBuffer();
+}
+
+unsigned int InflaterIBinaryChannel::TakeBuffered(char* target, unsigned int size) {
+  const unsigned int count = std::min(size, valid - position);
+  std::memcpy(target, output.get() + position, count);
+  position += count;
+  return count;
+}
+
+unsigned int InflaterIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
+  EnsureOpened(__FILE__, __LINE__);
+  RefillUsedUpBuffer();
+  if (size == 0) return 0;
+  unsigned int total = TakeBuffered(buffer, size);
+  // The buffer is used up and more is wanted: as many whole buffers as still fit are decompressed
+  // straight into the caller's. The wrapped channel is read as if each had gone through ours.
+  if (position == valid && !streamEnded && size - total >= outputCapacity) {
+    const unsigned int left = size - total;
+    total += Inflate(buffer + total, left - left % outputCapacity);
+  }
+  // Runs ahead of need by one buffer, so that the end of the stream is seen with its last byte.
+  RefillUsedUpBuffer();
+  return total + TakeBuffered(buffer + total, size - total);
+}
+
+unsigned __int64 InflaterIBinaryChannel::GetAvailable() const {
+  EnsureOpened(__FILE__, __LINE__);
+  RefillUsedUpBuffer();
+  return valid - position;
+}
+
+void InflaterIBinaryChannel::Close() {
+  if (closed) return;
+  GetBaseChannel().Close();
+  closed = true;
+}
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,30 @@
+#include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
+
+#include "Larkspan/Common/IO/BigEndian.h"
+#include "foundation/Vx/DataIntegrityException.h"
+
+namespace Larkspan::Common::IO {
+namespace {
+
+constexpr unsigned int MaxLength = 65535;
+
+// The text in the form that goes on the channel: what stands before the first zero byte.
+Vx::String EncodeUTF(const Vx::UniString& text) {
+  const Vx::ByteArray bytes = text.ToCStr(0, Vx::ToEnd, VxCharCodeUTF, OnConversionErrorFail);
+  return Vx::String(bytes.get());
+}
+
+}  // namespace
+
+void WriteUTF(Vx::OChannelX& channel, const Vx::UniString& text) {
+  const Vx::String bytes = EncodeUTF(text);
+  const unsigned int length = bytes.GetLength();
+  if (length > MaxLength) {
+    throw Vx::DataIntegrityException("String length exceeds limit.", __FILE__, __LINE__);
+  }
+  const auto prefix = BigEndian::Encode(static_cast<unsigned short>(length));
+  channel.WriteBin(prefix.data(), static_cast<unsigned int>(prefix.size()));
+  if (length != 0) channel.WriteBin(bytes.GetBuffer(), length);
+}
+
+}  // namespace Larkspan::Common::IO

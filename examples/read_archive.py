@@ -1,0 +1,314 @@
+#!/usr/bin/env python3
+"""Reads archives with nothing but Python's standard library.
+
+ARCHIVE is a file, or - for standard input. The format is told in docs/archive-format.md; the
+classes of this file follow its order, and can be used by themselves:
+
+    with open("a.lsa", "rb") as stream:
+        archive = ArchiveReader(stream)
+        for entry in archive.entries():
+            for piece in entry.data:
+                ...
+
+An archive is one stream, read once from front to back. No entry is held in memory, and no length
+or count from the stream decides how much memory is taken. An entry's data is proved only when
+its last piece has come and the footer behind it agreed: until then, take it for a rumour.
+
+Names and values are printed as JSON texts in ASCII, so that no byte of an archive reaches a
+terminal as a command. A file name that is no valid UTF-8 travels with lone surrogates, the very
+ones that Python uses: os.fsencode(entry.name) gives the original bytes.
+
+Exit codes: 0 done; 1 no entry of that name; 2 wrong usage; 3 the system said no; 4 the archive
+is bad; 130 interrupted.
+"""
+
+import argparse
+import hashlib
+import json
+import os
+import struct
+import sys
+import zlib
+
+MAGIC = b"LarkspanArchive"
+DEFLATED, STORED = 1, 2
+METHOD_NAMES = {DEFLATED: "deflated", STORED: "stored"}
+PIECE_SIZE = 65536  # the most that is read, or inflated, at a time
+
+HEADER_FAILED = "Failed to read archive header: "
+ENTRY_FAILED = "Failed to read archive entry: "
+
+
+class ArchiveError(Exception):
+    """The archive is bad. The message says why."""
+
+
+class EndOfInputError(ArchiveError):
+    """The stream ended where more had to come."""
+
+
+class ValueReader:
+    """Numbers and texts on a buffered binary stream, and the position behind the last of them."""
+
+    def __init__(self, stream):
+        self._stream = stream
+        self.position = 0
+
+    def read_some(self, size):
+        """At most `size` bytes, and at most a piece; empty only at the end of the stream."""
+        data = self._stream.read(min(size, PIECE_SIZE))
+        self.position += len(data)
+        return data
+
+    def read_exactly(self, size):
+        """`size` bytes, which must not be more than a piece."""
+        data = self.read_some(size)
+        if len(data) < size:
+            raise EndOfInputError("End of input reached.")
+        return data
+
+    def read_u32(self):
+        return struct.unpack(">I", self.read_exactly(4))[0]
+
+    def read_u64(self):
+        return struct.unpack(">Q", self.read_exactly(8))[0]
+
+    def read_text(self):
+        (length,) = struct.unpack(">H", self.read_exactly(2))
+        return decode_text(self.read_exactly(length))
+
+    def read_frames(self):
+        """The bytes that the chunked framing carries; ends behind the frame of length zero."""
+        while True:
+            left = self.read_u32()
+            if left == 0:
+                return
+            while left > 0:
+                piece = self.read_some(left)
+                if not piece:
+                    raise EndOfInputError("End of input reached.")
+                left -= len(piece)
+                yield piece
+
+
+def decode_text(data):
+    """Decodes modified UTF-8; 16-bit units that are no half of a pair come as lone surrogates."""
+    data, _, _ = data.partition(b"\0")  # a zero byte ends the text early
+    # C0 can't stand in any valid sequence but C0 80, so that no other one is torn by this.
+    data = data.replace(b"\xc0\x80", b"\0")
+    try:
+        units = data.decode("utf-8", "surrogatepass").encode("utf-16-be", "surrogatepass")
+    except UnicodeDecodeError:
+        raise ArchiveError("Failed to convert bytes: malformed UTF-8.") from None
+    return units.decode("utf-16-be", "surrogatepass")  # joins the pairs
+
+
+class Entry:
+    """One entry. `data` gives its plain bytes in pieces; the sizes and the CRC are None until the
+    last piece has been taken and the footer has been checked."""
+
+    def __init__(self, name, method):
+        self.name = name
+        self.method = method
+        self.headers = {}
+        self.archived_size = None
+        self.size = None
+        self.crc = None
+        self.data = iter(())
+
+    def verify(self):
+        """Reads what is left of the data, and so comes to the check of the footer."""
+        for _ in self.data:
+            pass
+        if self.crc is None:  # an earlier failure was caught, and the stream stands anywhere
+            raise ArchiveError(ENTRY_FAILED + "the entry is broken off.")
+
+
+class ArchiveReader:
+    """Reads the archive header at once, and the entries as they are asked for."""
+
+    def __init__(self, stream):
+        self._values = ValueReader(stream)
+        self.headers = {}
+        self._read_header()
+
+    def entries(self):
+        """The entries in order. What is left of an entry's data is read, and verified, before the
+        next one is begun."""
+        while True:
+            entry = self._read_entry_header()
+            if entry is None:
+                return
+            yield entry
+            entry.verify()
+
+    def _read_header(self):
+        values = self._values
+        if values.read_some(len(MAGIC)) != MAGIC:
+            raise ArchiveError(HEADER_FAILED + "invalid archive header magic.")
+        self.version = (values.read_u32(), values.read_u32())
+        if self.version[0] != 1 and self.version[1] != 0:
+            raise ArchiveError(HEADER_FAILED + "unsupported archive version read.")
+        self.reserved_size = values.read_u32()
+        for _ in range(values.read_u32()):
+            name = values.read_text()
+            self.headers[name] = values.read_text()
+        if self.reserved_size == 0:
+            return
+        if values.position > self.reserved_size:
+            reason = "archive header size exceeds the specified header size."
+            raise ArchiveError(HEADER_FAILED + reason)
+        while values.position < self.reserved_size:
+            if not values.read_some(self.reserved_size - values.position):
+                return  # cut inside the fill: the same as an archive without entries
+
+    def _read_entry_header(self):
+        """The next entry, or None where the stream ends before a name is complete."""
+        values = self._values
+        try:
+            name = values.read_text()
+        except EndOfInputError:
+            return None
+        if not name:
+            raise ArchiveError(ENTRY_FAILED + "invalid entry name.")
+        entry = Entry(name, values.read_u32())
+        if entry.method not in METHOD_NAMES:
+            raise ArchiveError(ENTRY_FAILED + "invalid entry method.")
+        for _ in range(values.read_u32()):
+            header = values.read_text()
+            value = values.read_text()
+            if not header:
+                raise ArchiveError("Invalid archive entry header name: header name is empty.")
+            entry.headers[header] = value
+        entry.data = self._read_data(entry)
+        return entry
+
+    def _read_data(self, entry):
+        archived_size = size = crc = 0
+        inflater = zlib.decompressobj() if entry.method == DEFLATED else None
+        for piece in self._values.read_frames():
+            archived_size += len(piece)
+            for plain in inflate(inflater, piece) if inflater else (piece,):
+                size += len(plain)
+                crc = zlib.crc32(plain, crc)
+                yield plain
+        if inflater and not inflater.eof:
+            raise ArchiveError("Inflate failed: end of stream reached.")
+        self._check(self._values.read_u64(), archived_size, "archived size")
+        self._check(self._values.read_u64(), size, "size")
+        self._check(self._values.read_u32(), crc, "crc")
+        entry.archived_size, entry.size, entry.crc = archived_size, size, crc
+
+    @staticmethod
+    def _check(stored, counted, what):
+        if stored != counted:
+            raise ArchiveError(f"{ENTRY_FAILED}entry {what} check failed.")
+
+
+def inflate(inflater, data):
+    """What `data` adds to the inflated stream, in pieces of bounded size."""
+    while True:
+        try:
+            plain = inflater.decompress(data, PIECE_SIZE)
+        except zlib.error as error:
+            # The two codes that data can cause, in zlib's own words.
+            reason = "need dictionary" if str(error).startswith("Error 2 ") else "data error"
+            raise ArchiveError("Inflate failed: " + reason) from error
+        if inflater.unused_data:  # bytes behind the end of the zlib stream
+            raise ArchiveError(ENTRY_FAILED + "entry archived size check failed.")
+        if not plain:
+            return
+        yield plain
+        data = inflater.unconsumed_tail
+
+
+def list_entries(archive, _):
+    for entry in archive.entries():
+        entry.verify()
+        print(f"{METHOD_NAMES[entry.method]:8} {entry.archived_size:12} {entry.size:12} "
+              f"{entry.crc:08x} {json.dumps(entry.name)}")
+    return 0
+
+
+def verify(archive, _):
+    count = sum(1 for _ in archive.entries())
+    print(f"Verified {count} {'entry' if count == 1 else 'entries'}.")
+    return 0
+
+
+def cat(archive, options):
+    for entry in archive.entries():
+        if entry.name == options.name:
+            for piece in entry.data:
+                sys.stdout.buffer.write(piece)
+            return 0
+    complain(options, "no entry named " + json.dumps(options.name))
+    return 1
+
+
+def dump(archive, _):
+    """One JSON line for the archive header, then one for each entry that has been verified."""
+    print(json.dumps({"headers": archive.headers, "reservedSize": archive.reserved_size,
+                      "version": archive.version}))
+    for entry in archive.entries():
+        digest = hashlib.sha256()
+        for piece in entry.data:
+            digest.update(piece)
+        print(json.dumps({"name": entry.name, "method": METHOD_NAMES[entry.method],
+                          "headers": entry.headers, "archivedSize": entry.archived_size,
+                          "size": entry.size, "crc": entry.crc, "sha256": digest.hexdigest()}))
+    return 0
+
+
+COMMANDS = {
+    "list": (list_entries, "print method, archived size, size, CRC and name of each entry"),
+    "verify": (verify, "read everything and check it"),
+    "cat": (cat, "print the data of the first entry of a name"),
+    "dump": (dump, "print headers, entries and SHA-256 digests as JSON lines"),
+}
+
+
+def parse_arguments(arguments):
+    parser = argparse.ArgumentParser(prog="read_archive.py", description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    commands = parser.add_subparsers(dest="command", metavar="COMMAND", required=True)
+    for name, (_, purpose) in COMMANDS.items():
+        command = commands.add_parser(name, help=purpose, description=purpose + ".")
+        command.add_argument("archive", metavar="ARCHIVE", help="a file, or - for standard input")
+        if name == "cat":
+            command.add_argument("name", metavar="NAME", help="the entry's name")
+    return parser.parse_args(arguments)
+
+
+def complain(options, message):
+    where = "standard input" if options.archive == "-" else json.dumps(options.archive)
+    print(f"read_archive.py: {where}: {message}", file=sys.stderr)
+
+
+def main(arguments=None):
+    options = parse_arguments(arguments)
+    command, _ = COMMANDS[options.command]
+    try:
+        if options.archive == "-":
+            status = command(ArchiveReader(sys.stdin.buffer), options)
+        else:
+            with open(options.archive, "rb") as stream:
+                status = command(ArchiveReader(stream), options)
+        sys.stdout.flush()
+        return status
+    except ArchiveError as error:
+        complain(options, error)
+        return 4
+    except BrokenPipeError:
+        # Nobody listens any more. Python would try to flush once again on its way out.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return 3
+    except OSError as error:
+        complain(options, error.strerror)
+        return 3
+    except KeyboardInterrupt:
+        return 130
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "foundation/IO/EntryType.h"
+#include "foundation/Vx/Types.h"
+
+namespace IO {
+
+/// What the file system knows of an item besides its name and content.
+struct Attributes {
+  EntryType type = EntryType::File;
+  unsigned __int64 size = 0;    // bytes
+  __int64 modifiedSeconds = 0;  // since 1970-01-01 00:00 UTC
+  unsigned int modifiedNanoseconds = 0;
+  unsigned int mode = 0;  // the permission bits, 0 to 07777
+  // Two items with the same device and node are the same item.
+  unsigned __int64 device = 0;
+  unsigned __int64 node = 0;
+
+  friend bool operator==(const Attributes&, const Attributes&) noexcept = default;
+};
+
+}  // namespace IO

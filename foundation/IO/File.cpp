@@ -1,0 +1,188 @@
+#include "foundation/IO/File.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "foundation/IO/posix/Descriptor.h"
+#include "foundation/IO/posix/ErrorStatus.h"
+#include "foundation/IO/posix/ItemAttributes.h"
+#include "foundation/IO/posix/PathText.h"
+
+namespace IO {
+namespace {
+
+constexpr unsigned int BufferSize = 65536;
+
+Posix::Access GetAccess(OpenMode mode, bool createIfMissing) noexcept {
+  switch (mode) {
+    case OpenMode::Write:
+      return createIfMissing ? Posix::Access::WriteCreated : Posix::Access::Write;
+    case OpenMode::WriteEmpty:
+      return Posix::Access::WriteEmptied;
+    case OpenMode::Read:
+    case OpenMode::ReadShared:
+      break;
+  }
+  return Posix::Access::Read;
+}
+
+// A path that leads through a file leads to nothing.
+int LookupStatus(int error) noexcept {
+  return Posix::IsMissing(error) ? StatusFileNotFound : Posix::FileStatus(error);
+}
+
+bool IsRegularFile(int descriptor) noexcept {
+  Attributes facts;
+  return Posix::ReadAttributes(descriptor, &facts) == 0 && facts.type == EntryType::File;
+}
+
+}  // namespace
+
+File::File(const Location& location, OnNotFound onNotFound) noexcept
+    : createIfMissing(onNotFound == OnNotFound::Ignore) {
+  int error = Posix::LocationToBytes(location, nativePath);
+  if (error == 0 && !createIfMissing) {
+    Attributes facts;
+    error = Posix::ReadAttributes(nativePath, true, &facts);
+  }
+  if (error == 0 || (createIfMissing && Posix::IsMissing(error))) return;
+  status = location.IsValid() ? LookupStatus(error) : location.GetStatus();
+}
+
+File::File(StandardStream stream) noexcept
+    : descriptor(static_cast<int>(stream)),
+      isStandard(true),
+      isRegular(IsRegularFile(static_cast<int>(stream))) {}
+
+File::~File() {
+  Close();
+}
+
+int File::Open(OpenMode mode, AccessDeniedTreatment) noexcept {
+  if (IsOpen()) return StatusAlreadyOpen;
+  // There is no path where no file can ever be; the reason is the status.
+  if (nativePath.IsEmpty()) return status != 0 ? status : StatusFileNotFound;
+  const int error = Posix::OpenFile(nativePath, GetAccess(mode, createIfMissing), &descriptor);
+  if (error != 0) return LookupStatus(error);
+  Attributes facts;
+  const int unknown = Posix::ReadAttributes(descriptor, &facts);
+  isRegular = facts.type == EntryType::File;
+  if (unknown == 0 && facts.type != EntryType::Folder) return StatusSuccess;
+  Close();
+  return unknown != 0 ? Posix::FileStatus(unknown) : StatusIsAFolder;
+}
+
+int File::Close() noexcept {
+  if (!IsOpen()) return StatusSuccess;
+  DropBuffer();
+  const int closed = std::exchange(descriptor, -1);
+  if (std::exchange(isStandard, false)) return StatusSuccess;
+  return Posix::WriteStatus(Posix::Close(closed));
+}
+
+int File::WriteBin(const char* data, unsigned int size, unsigned int* written) noexcept {
+  std::size_t count = 0;
+  int outcome = StatusNotOpen;
+  if (IsOpen()) outcome = Posix::WriteStatus(Posix::Write(descriptor, data, size, &count));
+  if (written != nullptr) *written = static_cast<unsigned int>(count);
+  return outcome;
+}
+
+int File::ReadBin(char* buffer, unsigned int size, unsigned int* delivered) noexcept {
+  *delivered = 0;
+  if (!IsOpen()) return StatusNotOpen;
+  unsigned int total = TakeBuffered(buffer, size);
+  while (total < size) {
+    // What a pipe has not sent yet may take long to come: give what there is.
+    if (total > 0 && !isRegular) break;
+    unsigned int count = 0;
+    const int outcome = ReadPiece(buffer + total, size - total, &count);
+    total += count;
+    *delivered = total;
+    if (outcome != StatusSuccess) return outcome;
+  }
+  *delivered = total;
+  return StatusSuccess;
+}
+
+unsigned int File::TakeBuffered(char* target, unsigned int size) noexcept {
+  const unsigned int count = std::min(size, GetBuffered());
+  if (count > 0) std::memcpy(target, readBuffer.get() + bufferStart, count);
+  bufferStart += count;
+  return count;
+}
+
+// With an empty buffer: one call of the system, straight to the target if that is as large.
+int File::ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept {
+  const bool direct = size >= BufferSize;
+  if (!direct && !readBuffer) {
+    readBuffer.reset(static_cast<char*>(Vx::NewArrayOperator(BufferSize)));
+    if (!readBuffer) return StatusOutOfMemory;
+  }
+  DropBuffer();
+  std::size_t count = 0;
+  const int error = Posix::Read(descriptor, direct ? target : readBuffer.get(),
+                                direct ? size : BufferSize, &count);
+  if (error != 0) return Posix::ReadStatus(error);
+  if (count == 0) return StatusEndOfInput;
+  if (direct) {
+    *delivered = static_cast<unsigned int>(count);
+    return StatusSuccess;
+  }
+  bufferEnd = static_cast<unsigned int>(count);
+  *delivered = TakeBuffered(target, size);
+  return StatusSuccess;
+}
+
+int File::Seek(SeekOrigin origin, __int64 offset) noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  // The system's position is behind what has been read ahead.
+  if (origin == SeekOrigin::Current) offset -= GetBuffered();
+  const int error = Posix::Seek(descriptor, origin, offset, nullptr);
+  if (error == 0) DropBuffer();
+  return Posix::FileStatus(error);
+}
+
+int File::GetAvailableSize(unsigned __int64* size) const noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  *size = GetBuffered();
+  if (!isRegular) return StatusSuccess;
+  Attributes facts;
+  __int64 position = 0;
+  int error = Posix::ReadAttributes(descriptor, &facts);
+  if (error == 0) error = Posix::Seek(descriptor, SeekOrigin::Current, 0, &position);
+  if (error != 0) return Posix::FileStatus(error);
+  const auto passed = static_cast<unsigned __int64>(position);
+  if (facts.size > passed) *size += facts.size - passed;
+  return StatusSuccess;
+}
+
+int File::GetDataLength(unsigned int* length) const noexcept {
+  if (!IsOpen() && nativePath.IsEmpty()) return status != 0 ? status : StatusFileNotFound;
+  Attributes facts;
+  const int error = IsOpen() ? Posix::ReadAttributes(descriptor, &facts)
+                             : Posix::ReadAttributes(nativePath, true, &facts);
+  if (error != 0) return LookupStatus(error);
+  if (facts.type == EntryType::Folder) return StatusIsAFolder;
+  if (facts.size > 0xFFFFFFFFU) return StatusTooLarge;
+  *length = static_cast<unsigned int>(facts.size);
+  return StatusSuccess;
+}
+
+int File::Flush() noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  return Posix::WriteStatus(Posix::SyncData(descriptor));
+}
+
+int File::GetAttributes(Attributes* attributes) const noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  return Posix::FileStatus(Posix::ReadAttributes(descriptor, attributes));
+}
+
+int File::SetAttributes(const Attributes& attributes) noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  return Posix::FileStatus(Posix::WriteAttributes(descriptor, attributes));
+}
+
+}  // namespace IO

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "foundation/IO/AccessDeniedTreatment.h"
+#include "foundation/IO/Attributes.h"
+#include "foundation/IO/Location.h"
+#include "foundation/IO/OnNotFound.h"
+#include "foundation/IO/OpenMode.h"
+#include "foundation/IO/SeekOrigin.h"
+#include "foundation/IO/StandardStream.h"
+#include "foundation/IO/Status.h"
+#include "foundation/Vx/Memory.h"
+#include "foundation/Vx/String.h"
+#include "foundation/Vx/Types.h"
+
+namespace IO {
+
+/// A file, to be opened for reading or for writing.
+///
+/// Reads go through a buffer of 64 KiB, made at the first one; reads as large as the buffer pass it
+/// by. Writes are not held back: each reaches the system before it returns. All operations report
+/// by status and none throws; reading, writing, seeking and flushing need an open file. There are
+/// no locks: a file can be open more than once. One thread at a time.
+class FOUNDATION_API File final {
+ public:
+  /// Looks whether the file is there, without opening it; `GetStatus` tells the outcome.
+  File(const Location& location, OnNotFound onNotFound) noexcept;
+  /// A standard stream, open at once. The descriptor beneath it is never closed.
+  explicit File(StandardStream stream) noexcept;
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  /// Closes the file; a failure of that goes unseen.
+  ~File();
+
+  /// What the constructor found: 0, `StatusFileNotFound`, or why the file can't be looked at.
+  [[nodiscard]] int GetStatus() const noexcept { return status; }
+
+  /// Opens the file at its first byte. `Write` creates a missing file only if the object was made
+  /// with `OnNotFound::Ignore`. A folder can't be opened.
+  [[nodiscard]] int Open(OpenMode mode, AccessDeniedTreatment treatment) noexcept;
+  [[nodiscard]] bool IsOpen() const noexcept { return descriptor >= 0; }
+  /// The file is closed afterwards in any case; a failure means that the system could not keep
+  /// something that was written. A closed file gives 0.
+  int Close() noexcept;
+
+  /// Writes all bytes from the present position on. A failure leaves in `written`, which may be
+  /// null, how many of them reached the file.
+  [[nodiscard]] int WriteBin(const char* data, unsigned int size, unsigned int* written) noexcept;
+
+  /// Reads from the present position on. `StatusEndOfInput` says that the input ended before
+  /// `size` bytes, with the ones before the end delivered. Success with fewer bytes, but at least
+  /// one, comes only from pipes and devices, which deliver what they have.
+  [[nodiscard]] int ReadBin(char* buffer, unsigned int size, unsigned int* delivered) noexcept;
+
+  [[nodiscard]] int Seek(SeekOrigin origin, __int64 offset) noexcept;
+
+  /// Bytes from the present position to the end of the file. For a pipe or a device: those that
+  /// have been read ahead.
+  [[nodiscard]] int GetAvailableSize(unsigned __int64* size) const noexcept;
+
+  /// Size of the file, which need not be open. Fails where it does not fit 32 bits.
+  [[nodiscard]] int GetDataLength(unsigned int* length) const noexcept;
+
+  /// Puts what was written on the disk itself. Does nothing on a stream that has no disk. After a
+  /// failure nobody knows what is on the disk; calling again does not help.
+  [[nodiscard]] int Flush() noexcept;
+
+  /// Of the open file.
+  [[nodiscard]] int GetAttributes(Attributes* attributes) const noexcept;
+  /// Sets mode and time of modification of the open file.
+  [[nodiscard]] int SetAttributes(const Attributes& attributes) noexcept;
+
+ private:
+  [[nodiscard]] unsigned int GetBuffered() const noexcept { return bufferEnd - bufferStart; }
+  unsigned int TakeBuffered(char* target, unsigned int size) noexcept;
+  int ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept;
+  void DropBuffer() noexcept { bufferStart = bufferEnd = 0; }
+
+  Vx::String nativePath;
+  Vx::ByteArray readBuffer;
+  unsigned int bufferStart = 0;
+  unsigned int bufferEnd = 0;
+  int status = 0;
+  int descriptor = -1;
+  bool createIfMissing = false;
+  bool isStandard = false;
+  bool isRegular = false;
+};
+
+}  // namespace IO

@@ -1,0 +1,49 @@
+#include "foundation/IO/Folder.h"
+
+#include "foundation/IO/MemoryGuard.h"
+#include "foundation/IO/posix/Descriptor.h"
+#include "foundation/IO/posix/ErrorStatus.h"
+#include "foundation/IO/posix/FolderEntries.h"
+#include "foundation/IO/posix/NameExchange.h"
+#include "foundation/IO/posix/PathText.h"
+
+namespace IO {
+
+Folder::Folder(const Location& location, OnNotFound onNotFound) noexcept {
+  Vx::String path;
+  int error = Posix::LocationToBytes(location, path);
+  if (error == 0) error = Posix::OpenFolder(path, &descriptor);
+  if (error == 0 || (onNotFound == OnNotFound::Ignore && Posix::IsMissing(error))) return;
+  status = location.IsValid() ? Posix::FileSystemStatus(error) : location.GetStatus();
+}
+
+Folder::~Folder() {
+  if (descriptor >= 0) static_cast<void>(Posix::Close(descriptor));
+}
+
+int Folder::Exchange(const Name& first, const Name& second, AccessDeniedTreatment) noexcept {
+  if (descriptor < 0) return status != 0 ? status : StatusNotFound;
+  Vx::String firstBytes;
+  Vx::String secondBytes;
+  int error = Posix::NameToBytes(first.GetText(), firstBytes);
+  if (error == 0) error = Posix::NameToBytes(second.GetText(), secondBytes);
+  if (error == 0) error = Posix::ExchangeNames(descriptor, firstBytes, secondBytes);
+  return Posix::FileSystemStatus(error);
+}
+
+int Folder::GetNames(Names& names) const noexcept {
+  if (descriptor < 0) return status != 0 ? status : StatusNotFound;
+  return GuardMemory(StatusOutOfMemory, [&] {
+    Names found;
+    const int error = Posix::ListNames(descriptor, found);
+    if (error == 0) names.swap(found);
+    return Posix::FileSystemStatus(error);
+  });
+}
+
+int Folder::Flush() noexcept {
+  if (descriptor < 0) return status != 0 ? status : StatusNotFound;
+  return Posix::FileSystemStatus(Posix::SyncAll(descriptor));
+}
+
+}  // namespace IO

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace IO {
+
+/// What a file is opened for.
+enum class OpenMode : int {
+  Read = 0,
+  Write = 1,       // the content is kept; starts at the first byte
+  WriteEmpty = 2,  // the content is dropped; the file is created if missing
+  ReadShared = 5,  // the same as `Read` where files are not locked
+};
+
+}  // namespace IO

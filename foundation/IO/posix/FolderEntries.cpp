@@ -1,0 +1,116 @@
+#include "foundation/IO/posix/FolderEntries.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "foundation/IO/posix/Descriptor.h"
+#include "foundation/IO/posix/PathText.h"
+
+namespace IO::Posix {
+namespace {
+
+int ErrorOf(int result) noexcept {
+  return result == 0 ? 0 : errno;
+}
+
+struct CloseStream {
+  void operator()(DIR* stream) const noexcept { ::closedir(stream); }
+};
+
+// A second descriptor, since the stream closes its own, and one with a position of its own.
+std::unique_ptr<DIR, CloseStream> OpenStream(int folder) noexcept {
+  const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (own < 0) return nullptr;
+  std::unique_ptr<DIR, CloseStream> stream(::fdopendir(own));
+  if (!stream) {
+    const int error = errno;
+    ::close(own);
+    errno = error;
+  }
+  return stream;
+}
+
+}  // namespace
+
+bool IsUnsupported(int error) noexcept {
+  return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+}
+
+int SwapNames(int folder, const Vx::String& first, const Vx::String& second) noexcept {
+  return ErrorOf(
+      ::renameat2(folder, first.GetBuffer(), folder, second.GetBuffer(), RENAME_EXCHANGE));
+}
+
+int MoveName(int folder, const Vx::String& from, const Vx::String& to) noexcept {
+  return ErrorOf(::renameat2(folder, from.GetBuffer(), folder, to.GetBuffer(), RENAME_NOREPLACE));
+}
+
+int ReplaceName(int folder, const Vx::String& from, const Vx::String& to) noexcept {
+  return ErrorOf(::renameat(folder, from.GetBuffer(), folder, to.GetBuffer()));
+}
+
+int LinkName(int folder, const Vx::String& from, const Vx::String& to) noexcept {
+  return ErrorOf(::linkat(folder, from.GetBuffer(), folder, to.GetBuffer(), 0));
+}
+
+int RemoveName(int folder, const Vx::String& name) noexcept {
+  return ErrorOf(::unlinkat(folder, name.GetBuffer(), 0));
+}
+
+int SyncFile(int folder, const Vx::String& name) noexcept {
+  // O_NONBLOCK: opening a pipe by mistake must not wait for its other end.
+  const Descriptor file(::openat(folder, name.GetBuffer(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  return file.value < 0 ? errno : SyncAll(file.value);
+}
+
+int ListNames(int folder, Folder::Names& names) {
+  const std::unique_ptr<DIR, CloseStream> stream = OpenStream(folder);
+  if (!stream) return errno;
+  while (true) {
+    errno = 0;
+    const dirent* const entry = ::readdir(stream.get());
+    if (entry == nullptr) return errno;
+    const std::string_view name(entry->d_name);
+    if (name != "." && name != "..") names.push_back(BytesToText(name));
+  }
+}
+
+int RemoveItem(const Vx::String& path) noexcept {
+  if (::unlink(path.GetBuffer()) == 0) return 0;
+  const int error = errno;
+  // POSIX has EPERM for a folder here, Linux EISDIR.
+  if (error != EISDIR && error != EPERM) return error;
+  if (::rmdir(path.GetBuffer()) == 0) return 0;
+  return errno == ENOTDIR ? error : errno;
+}
+
+int MakeFolder(const Vx::String& path) noexcept {
+  constexpr mode_t everybody = 0777;  // less what the process masks out
+  if (::mkdir(path.GetBuffer(), everybody) == 0) return 0;
+  const int error = errno;
+  struct stat facts {};
+  // Systems differ in the reason that they give for a folder that is there already.
+  if (::stat(path.GetBuffer(), &facts) == 0 && S_ISDIR(facts.st_mode)) return 0;
+  return error == EEXIST ? ENOTDIR : error;
+}
+
+int GetWorkingFolder(Vx::String& path) {
+  for (unsigned int size = 256; size <= 0x100000U; size *= 2) {
+    const Vx::ByteArray buffer = Vx::NewByteArray(size);
+    if (::getcwd(buffer.get(), size) != nullptr) {
+      path = Vx::String(buffer.get());
+      // A folder outside the process's root has a text that is no path.
+      return path[0] == '/' ? 0 : ENOENT;
+    }
+    if (errno != ERANGE) return errno;
+  }
+  return ENAMETOOLONG;
+}
+
+}  // namespace IO::Posix

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "foundation/IO/Folder.h"
+#include "foundation/Vx/String.h"
+
+/// Single steps on the names of a folder that is held open, and on paths. Every function gives a
+/// value of `errno`, 0 for success.
+namespace IO::Posix {
+
+/// Whether `error`, from `SwapNames` or `MoveName`, says that the file system has no such step.
+[[nodiscard]] bool IsUnsupported(int error) noexcept;
+
+/// Two names change places in one step.
+[[nodiscard]] int SwapNames(int folder, const Vx::String& first, const Vx::String& second) noexcept;
+/// The item gets another name; EEXIST if that is taken.
+[[nodiscard]] int MoveName(int folder, const Vx::String& from, const Vx::String& to) noexcept;
+/// The item gets another name in one step; what had it is gone.
+[[nodiscard]] int ReplaceName(int folder, const Vx::String& from, const Vx::String& to) noexcept;
+/// The file gets a second name; EEXIST if that is taken.
+[[nodiscard]] int LinkName(int folder, const Vx::String& from, const Vx::String& to) noexcept;
+[[nodiscard]] int RemoveName(int folder, const Vx::String& name) noexcept;
+
+/// Puts one file of the folder on the disk.
+[[nodiscard]] int SyncFile(int folder, const Vx::String& name) noexcept;
+
+/// Adds the names of all items but `.` and `..`. Raises `Vx::OutOfMemoryException`.
+[[nodiscard]] int ListNames(int folder, Folder::Names& names);
+
+/// A file, a link itself, or an empty folder.
+[[nodiscard]] int RemoveItem(const Vx::String& path) noexcept;
+/// 0 for a folder that is there; ENOTDIR if something else is.
+[[nodiscard]] int MakeFolder(const Vx::String& path) noexcept;
+/// The path of the current folder. Raises `Vx::OutOfMemoryException`.
+[[nodiscard]] int GetWorkingFolder(Vx::String& path);
+
+}  // namespace IO::Posix

@@ -1,0 +1,81 @@
+#include "foundation/IO/posix/ItemAttributes.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace IO::Posix {
+namespace {
+
+constexpr mode_t PermissionBits = 07777;
+
+EntryType GetEntryType(mode_t mode) noexcept {
+  if (S_ISREG(mode)) return EntryType::File;
+  if (S_ISDIR(mode)) return EntryType::Folder;
+  if (S_ISLNK(mode)) return EntryType::SymbolicLink;
+  return EntryType::Other;
+}
+
+Attributes FromSystem(const struct stat& facts) noexcept {
+  Attributes attributes;
+  attributes.type = GetEntryType(facts.st_mode);
+  attributes.size = static_cast<unsigned __int64>(facts.st_size);
+  attributes.modifiedSeconds = facts.st_mtim.tv_sec;
+  attributes.modifiedNanoseconds = static_cast<unsigned int>(facts.st_mtim.tv_nsec);
+  attributes.mode = facts.st_mode & PermissionBits;
+  attributes.device = facts.st_dev;
+  attributes.node = facts.st_ino;
+  return attributes;
+}
+
+// The time of access stays.
+struct Times {
+  explicit Times(const Attributes& attributes) noexcept {
+    values[0].tv_nsec = UTIME_OMIT;
+    values[1].tv_sec = attributes.modifiedSeconds;
+    values[1].tv_nsec = static_cast<long>(attributes.modifiedNanoseconds);
+  }
+  timespec values[2] = {};
+};
+
+}  // namespace
+
+int ReadAttributes(const Vx::String& path, bool followLinks, Attributes* attributes) noexcept {
+  struct stat facts {};
+  const int flags = followLinks ? 0 : AT_SYMLINK_NOFOLLOW;
+  if (::fstatat(AT_FDCWD, path.GetBuffer(), &facts, flags) != 0) return errno;
+  *attributes = FromSystem(facts);
+  return 0;
+}
+
+int ReadAttributes(int descriptor, Attributes* attributes) noexcept {
+  struct stat facts {};
+  if (::fstat(descriptor, &facts) != 0) return errno;
+  *attributes = FromSystem(facts);
+  return 0;
+}
+
+int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexcept {
+  Attributes present;
+  const int error = ReadAttributes(path, false, &present);
+  if (error != 0) return error;
+  // The flag holds even if somebody puts a link in the item's place between the two calls.
+  const bool hasMode = present.type != EntryType::SymbolicLink;
+  if (hasMode && ::fchmodat(AT_FDCWD, path.GetBuffer(), attributes.mode & PermissionBits,
+                            AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno;
+  }
+  const Times times(attributes);
+  if (::utimensat(AT_FDCWD, path.GetBuffer(), times.values, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno;
+  }
+  return 0;
+}
+
+int WriteAttributes(int descriptor, const Attributes& attributes) noexcept {
+  if (::fchmod(descriptor, attributes.mode & PermissionBits) != 0) return errno;
+  const Times times(attributes);
+  return ::futimens(descriptor, times.values) == 0 ? 0 : errno;
+}
+
+}  // namespace IO::Posix

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "foundation/IO/Attributes.h"
+#include "foundation/Vx/String.h"
+
+/// Facts about items, by path and by descriptor. Every function gives a value of `errno`.
+namespace IO::Posix {
+
+[[nodiscard]] int ReadAttributes(const Vx::String& path, bool followLinks,
+                                 Attributes* attributes) noexcept;
+[[nodiscard]] int ReadAttributes(int descriptor, Attributes* attributes) noexcept;
+
+/// Mode and time of modification. A link is not followed and has no mode.
+[[nodiscard]] int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexcept;
+[[nodiscard]] int WriteAttributes(int descriptor, const Attributes& attributes) noexcept;
+
+}  // namespace IO::Posix

@@ -1,0 +1,100 @@
+#include "foundation/IO/posix/NameExchange.h"
+
+#include <cerrno>
+
+#include "foundation/IO/MemoryGuard.h"
+#include "foundation/IO/posix/Descriptor.h"
+#include "foundation/IO/posix/FolderEntries.h"
+
+namespace IO::Posix {
+namespace {
+
+// Gives `name` a second, new name beside it.
+int LinkSpare(int folder, const Vx::String& name, Vx::String& spare) noexcept {
+  constexpr unsigned int attempts = 100;  // a kill leaves a spare name behind, hardly ever many
+  return GuardMemory(ENOMEM, [&] {
+    int error = EEXIST;
+    for (unsigned int attempt = 0; error == EEXIST && attempt < attempts; ++attempt) {
+      spare = Vx::String(".exchange-");
+      spare.Append(static_cast<char>('0' + attempt / 10));
+      spare.Append(static_cast<char>('0' + attempt % 10));
+      error = LinkName(folder, name, spare);
+    }
+    return error;
+  });
+}
+
+// The swap where there is no such step. What stands under the names, with "old" for what `first`
+// named at the start:
+//
+//              first  second  spare
+//   at first   old    new
+//   link       old    new     old
+//   replace    new            old      `first` goes from old to new in one step
+//   replace    new    old
+//
+// To move `first` out of the way instead would be a step less, and leave nothing under it.
+int SwapBySteps(int folder, const Vx::String& first, const Vx::String& second) noexcept {
+  Vx::String spare;
+  int error = LinkSpare(folder, first, spare);
+  if (error != 0) return error;
+  error = ReplaceName(folder, second, first);
+  if (error == 0) {
+    error = ReplaceName(folder, spare, second);
+    // The same steps backwards: the new file gets its name back before the old one takes `first`.
+    const bool undone = error != 0 && LinkName(folder, first, second) == 0 &&
+                        ReplaceName(folder, spare, first) == 0;
+    if (error != 0 && !undone) return error;  // the old content stays reachable as the spare
+  }
+  // Left over after a failure, and where both names are links to one file, which renaming skips.
+  static_cast<void>(RemoveName(folder, spare));
+  return error;
+}
+
+int Swap(int folder, const Vx::String& first, const Vx::String& second) noexcept {
+  const int error = SwapNames(folder, first, second);
+  return IsUnsupported(error) ? SwapBySteps(folder, first, second) : error;
+}
+
+// The move where the system can't refuse a name that is taken: to make a link does refuse it. A
+// kill between the steps leaves the file under both names.
+int MoveBySteps(int folder, const Vx::String& from, const Vx::String& to) noexcept {
+  int error = LinkName(folder, from, to);
+  if (error != 0) return error;
+  error = RemoveName(folder, from);
+  if (error != 0) static_cast<void>(RemoveName(folder, to));
+  return error;
+}
+
+int Move(int folder, const Vx::String& from, const Vx::String& to) noexcept {
+  const int error = MoveName(folder, from, to);
+  return IsUnsupported(error) ? MoveBySteps(folder, from, to) : error;
+}
+
+}  // namespace
+
+int ExchangeNames(int folder, const Vx::String& first, const Vx::String& second) noexcept {
+  if (first == second) return EINVAL;
+  // The content goes first: a name can reach the disk before the data that it leads to, and after
+  // a power cut in between the good name would lead to an empty file. Writers of a file that is
+  // replaced are often spared this by the file system; those that swap names are not.
+  int error = SyncFile(folder, first);
+  if (error == 0) error = SyncFile(folder, second);
+  if (error == 0) error = Swap(folder, first, second);
+  if (error != 0) return error;
+  // Only now may the caller delete the old file: its name must not outlive its successor's.
+  error = SyncAll(folder);
+  if (error != 0) static_cast<void>(Swap(folder, first, second));
+  return error;
+}
+
+int RenameItem(int folder, const Vx::String& from, const Vx::String& to) noexcept {
+  int error = Move(folder, from, to);
+  if (error != 0) return error;
+  // A caller that makes a new file under the old name counts on the old one being safe by then.
+  error = SyncAll(folder);
+  if (error != 0) static_cast<void>(Move(folder, to, from));
+  return error;
+}
+
+}  // namespace IO::Posix

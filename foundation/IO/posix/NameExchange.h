@@ -1,0 +1,16 @@
+#pragma once
+
+#include "foundation/Vx/String.h"
+
+/// Changes of names that survive a kill or a power cut at any point. Every function gives a value
+/// of `errno`, 0 for success, and leaves everything as it was otherwise.
+namespace IO::Posix {
+
+/// Two files of the folder swap names; a complete file stands under `first` at all times.
+[[nodiscard]] int ExchangeNames(int folder, const Vx::String& first,
+                                const Vx::String& second) noexcept;
+
+/// The item gets the name `to`, which must be free: EEXIST if it is not.
+[[nodiscard]] int RenameItem(int folder, const Vx::String& from, const Vx::String& to) noexcept;
+
+}  // namespace IO::Posix

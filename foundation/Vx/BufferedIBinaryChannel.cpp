@@ -1,0 +1,51 @@
+#include "foundation/Vx/BufferedIBinaryChannel.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "foundation/Vx/IOException.h"
+
+namespace Vx {
+
+BufferedIBinaryChannel::BufferedIBinaryChannel(const Ref<IBinaryChannel, AtomicCounter>& source,
+                                               unsigned int bufferSize)
+    : wrapped(source, "Invalid binary input channel: channel is null.", __FILE__, __LINE__),
+      capacity(bufferSize),
+      buffer(NewByteArray(bufferSize)) {}
+
+BufferedIBinaryChannel::BufferedIBinaryChannel(IBinaryChannel& source, unsigned int bufferSize)
+    : wrapped(source), capacity(bufferSize), buffer(NewByteArray(bufferSize)) {}
+
+BufferedIBinaryChannel::~BufferedIBinaryChannel() = default;
+
+unsigned int BufferedIBinaryChannel::Read(char* target, unsigned int size,
+                                          ReadSomeModeSelector mode) {
+  CheckOpened(__FILE__, __LINE__);
+  if (size == 0) return 0;
+  if (position == filled) {
+    if (size >= capacity) return wrapped.Get().Read(target, size, mode);
+    position = filled = 0;
+    filled = wrapped.Get().Read(buffer.get(), capacity, mode);
+  }
+  const unsigned int count = std::min(size, filled - position);
+  std::memcpy(target, buffer.get() + position, count);
+  position += count;
+  return count;
+}
+
+unsigned __int64 BufferedIBinaryChannel::GetAvailable() const {
+  CheckOpened(__FILE__, __LINE__);
+  return (filled - position) + wrapped.Get().GetAvailable();
+}
+
+void BufferedIBinaryChannel::Close() {
+  if (closed) return;
+  wrapped.Get().Close();
+  closed = true;
+}
+
+void BufferedIBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+  if (closed) throw IOException("Buffered binary input channel is closed.", fileName, lineNumber);
+}
+
+}  // namespace Vx

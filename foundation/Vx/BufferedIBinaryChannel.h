@@ -1,0 +1,39 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/Memory.h"
+#include "foundation/Vx/WrappedChannel.h"
+
+namespace Vx {
+
+/// Reads ahead from the channel beneath, so that small reads cost it few calls. A read of at least
+/// the buffer's size that meets an empty buffer passes it by. Destruction does not close.
+class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel {
+ public:
+  /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and raises
+  /// `IllegalArgumentException` for an empty reference.
+  BufferedIBinaryChannel(const Ref<IBinaryChannel, AtomicCounter>& source, unsigned int bufferSize);
+  BufferedIBinaryChannel(IBinaryChannel& source, unsigned int bufferSize);
+  ~BufferedIBinaryChannel() override;
+
+  using IBinaryChannel::Read;
+  [[nodiscard]] unsigned int Read(char* target, unsigned int size,
+                                  ReadSomeModeSelector mode) override;
+  /// What is in the buffer and what is available beneath.
+  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  /// Drops what was read ahead and closes the channel beneath.
+  void Close() override;
+
+ private:
+  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+
+  WrappedChannel<IBinaryChannel> wrapped;
+  const unsigned int capacity;
+  unsigned int position = 0;
+  unsigned int filled = 0;
+  ByteArray buffer;
+  bool closed = false;
+};
+
+}  // namespace Vx

@@ -1,0 +1,55 @@
+#include "foundation/Vx/BufferedOBinaryChannel.h"
+
+#include <cstring>
+
+#include "foundation/Vx/IOException.h"
+
+namespace Vx {
+
+BufferedOBinaryChannel::BufferedOBinaryChannel(const Ref<OBinaryChannel, AtomicCounter>& target,
+                                               unsigned int bufferSize)
+    : wrapped(target, "Invalid binary output channel: channel is null.", __FILE__, __LINE__),
+      capacity(bufferSize),
+      buffer(NewByteArray(bufferSize)) {}
+
+BufferedOBinaryChannel::BufferedOBinaryChannel(OBinaryChannel& target, unsigned int bufferSize)
+    : wrapped(target), capacity(bufferSize), buffer(NewByteArray(bufferSize)) {}
+
+BufferedOBinaryChannel::~BufferedOBinaryChannel() = default;
+
+void BufferedOBinaryChannel::Write(const char* data, unsigned int size) {
+  CheckOpened(__FILE__, __LINE__);
+  if (size == 0) return;
+  if (size > capacity - gathered) WriteGathered();
+  if (size >= capacity) {
+    wrapped.Get().Write(data, size);
+    return;
+  }
+  std::memcpy(buffer.get() + gathered, data, size);
+  gathered += size;
+}
+
+void BufferedOBinaryChannel::Flush() {
+  CheckOpened(__FILE__, __LINE__);
+  WriteGathered();
+  wrapped.Get().Flush();
+}
+
+void BufferedOBinaryChannel::Close() {
+  if (closed) return;
+  WriteGathered();
+  wrapped.Get().Close();
+  closed = true;
+}
+
+void BufferedOBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+  if (closed) throw IOException("Buffered binary output channel is closed.", fileName, lineNumber);
+}
+
+void BufferedOBinaryChannel::WriteGathered() {
+  if (gathered == 0) return;
+  wrapped.Get().Write(buffer.get(), gathered);
+  gathered = 0;
+}
+
+}  // namespace Vx

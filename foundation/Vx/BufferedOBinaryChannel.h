@@ -1,0 +1,37 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "foundation/Vx/Memory.h"
+#include "foundation/Vx/OBinaryChannel.h"
+#include "foundation/Vx/WrappedChannel.h"
+
+namespace Vx {
+
+/// Gathers small writes for the channel beneath. A write of at least the buffer's size that meets
+/// an empty buffer passes it by. Destruction neither writes nor closes: what was not flushed or
+/// closed is dropped.
+class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel {
+ public:
+  /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and raises
+  /// `IllegalArgumentException` for an empty reference.
+  BufferedOBinaryChannel(const Ref<OBinaryChannel, AtomicCounter>& target, unsigned int bufferSize);
+  BufferedOBinaryChannel(OBinaryChannel& target, unsigned int bufferSize);
+  ~BufferedOBinaryChannel() override;
+
+  void Write(const char* data, unsigned int size) override;
+  void Flush() override;
+  /// Writes out the buffer and closes the channel beneath.
+  void Close() override;
+
+ private:
+  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void WriteGathered();
+
+  WrappedChannel<OBinaryChannel> wrapped;
+  const unsigned int capacity;
+  unsigned int gathered = 0;
+  ByteArray buffer;
+  bool closed = false;
+};
+
+}  // namespace Vx

@@ -1,0 +1,59 @@
+#include "foundation/Vx/ChunkedIBinarySubChannel.h"
+
+#include <algorithm>
+
+#include "foundation/Vx/EndOfInputException.h"
+#include "foundation/Vx/IOException.h"
+
+namespace Vx {
+
+ChunkedIBinarySubChannel::ChunkedIBinarySubChannel(IBinaryChannel& source,
+                                                   const IProtocolX& form) noexcept
+    : channel(source), protocol(form) {}
+
+ChunkedIBinarySubChannel::~ChunkedIBinarySubChannel() = default;
+
+unsigned int ChunkedIBinarySubChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
+  CheckOpened(__FILE__, __LINE__);
+  return ReadFrame(buffer, size);
+}
+
+unsigned __int64 ChunkedIBinarySubChannel::GetAvailable() const {
+  CheckOpened(__FILE__, __LINE__);
+  if (!EnterFrame()) return 0;
+  return std::min<unsigned __int64>(left, channel.GetAvailable());
+}
+
+void ChunkedIBinarySubChannel::Close() {
+  if (closed) return;
+  char dropped[4096];
+  while (ReadFrame(dropped, sizeof(dropped)) != 0) {
+  }
+  closed = true;
+}
+
+void ChunkedIBinarySubChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+  if (closed) {
+    throw IOException("Chunked binary input sub-channel is closed.", fileName, lineNumber);
+  }
+}
+
+// Makes sure that `left` bytes of a frame can be read; false at the end of the data.
+bool ChunkedIBinarySubChannel::EnterFrame() const {
+  if (ended) return false;
+  if (left == 0) {
+    protocol.Read(channel, left);
+    ended = left == 0;
+  }
+  return !ended;
+}
+
+unsigned int ChunkedIBinarySubChannel::ReadFrame(char* buffer, unsigned int size) {
+  if (size == 0 || !EnterFrame()) return 0;
+  const unsigned int count = channel.Read(buffer, std::min(size, left), ReadSome);
+  if (count == 0) throw EndOfInputException("End of input reached.", __FILE__, __LINE__);
+  left -= count;
+  return count;
+}
+
+}  // namespace Vx

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/IProtocolX.h"
+
+namespace Vx {
+
+/// Reads the data that a `ChunkedOBinarySubChannel` wrote into another channel. Holds no data and
+/// takes no memory, whatever lengths the frames claim. Input that stops within the framing raises
+/// `EndOfInputException`, "End of input reached."; it is never taken for the end of the data.
+class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel {
+ public:
+  ChunkedIBinarySubChannel(IBinaryChannel& source, const IProtocolX& form) noexcept;
+  ~ChunkedIBinarySubChannel() override;
+
+  using IBinaryChannel::Read;
+  /// Never gives bytes of two frames at once.
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
+                                  ReadSomeModeSelector mode) override;
+  /// What is left of the present frame, as far as it is available beneath. Between two frames it
+  /// reads the next length; 0 at the end.
+  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  /// Reads on to behind the ending frame and leaves the other channel open there.
+  void Close() override;
+
+ private:
+  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  bool EnterFrame() const;
+  unsigned int ReadFrame(char* buffer, unsigned int size);
+
+  IBinaryChannel& channel;
+  const IProtocolX& protocol;
+  // Position in the framing: a cache of lengths that were read, which asking for what is available
+  // may fill.
+  mutable unsigned int left = 0;
+  mutable bool ended = false;
+  bool closed = false;
+};
+
+}  // namespace Vx

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <iterator>
+
+#include "foundation/Vx/ConstIterator.h"
+#include "foundation/Vx/Memory.h"
+
+namespace Vx {
+
+/// Forward iterator over the pairs of a `Table`, in the order of their indexes. `State` knows the
+/// place and how to reach the pair there, `Assoc` is the pair of references handed out; the two
+/// decide whether values can be changed through it. It shows what stands at its index when it is
+/// dereferenced, and costs no memory to copy.
+template <class Table, class State, class Assoc>
+class ConstForwardIteratorBase final : public ConstForwardIterator<Assoc>,
+                                       public IConstForwardIterator<Assoc> {
+ public:
+  using TablePointer = typename State::TablePointer;
+
+  /// At index 0 of `target`, which must outlive the iterator.
+  explicit ConstForwardIteratorBase(TablePointer target) noexcept
+      : ConstForwardIterator<Assoc>(this), table(target) {}
+  ConstForwardIteratorBase(const ConstForwardIteratorBase& source) noexcept
+      : ConstForwardIterator<Assoc>(this),
+        IConstForwardIterator<Assoc>(source),
+        table(source.table),
+        state(source.state) {}
+  ConstForwardIteratorBase& operator=(const ConstForwardIteratorBase& source) noexcept {
+    table = source.table;
+    state = source.state;
+    return *this;
+  }
+  ~ConstForwardIteratorBase() override { this->Abandon(); }
+
+  [[nodiscard]] ConstForwardIteratorBase* Clone() const override {
+    return New<ConstForwardIteratorBase>(*this);
+  }
+  [[nodiscard]] Assoc Dereference() const noexcept override { return state.Resolve(*table); }
+  void Increment() noexcept override { ++state.index; }
+  /// At the end all iterators are equal, whatever their indexes.
+  [[nodiscard]] bool IsEqual(const IConstForwardIterator<Assoc>& other) const noexcept override {
+    const auto& right = static_cast<const ConstForwardIteratorBase&>(other);
+    return (IsAtEnd() && right.IsAtEnd()) || state.index == right.state.index;
+  }
+  [[nodiscard]] bool IsAtEnd() const noexcept override { return state.index >= table->GetSize(); }
+
+  ConstForwardIteratorBase& operator++() noexcept {
+    Increment();
+    return *this;
+  }
+  [[nodiscard]] ConstForwardIteratorBase begin() const noexcept { return *this; }
+
+  friend bool operator==(const ConstForwardIteratorBase& left,
+                         const ConstForwardIteratorBase& right) noexcept {
+    return left.IsEqual(right);
+  }
+
+ private:
+  TablePointer table;
+  State state;
+};
+
+}  // namespace Vx

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "foundation/Vx/ConstIterator.h"
+#include "foundation/Vx/Memory.h"
+
+namespace Vx {
+
+/// Random-access iterator over the elements of a `Container` that are reached by index. It shows
+/// what stands at its index when it is dereferenced, and costs no memory to copy.
+template <class Container>
+class ConstRandomContainerIterator final
+    : public ConstRandomIterator<typename Container::ElementType>,
+      public IConstRandomIterator<typename Container::ElementType> {
+ public:
+  using ElementType = typename Container::ElementType;
+  using Distance = IteratorDistance;
+
+  /// At index 0 of `target`, which must outlive the iterator.
+  explicit ConstRandomContainerIterator(const Container& target) noexcept
+      : ConstRandomIterator<ElementType>(this), container(&target) {}
+  ConstRandomContainerIterator(const ConstRandomContainerIterator& source) noexcept
+      : ConstRandomIterator<ElementType>(this),
+        IConstRandomIterator<ElementType>(source),
+        container(source.container),
+        index(source.index) {}
+  ConstRandomContainerIterator& operator=(const ConstRandomContainerIterator& source) noexcept {
+    container = source.container;
+    index = source.index;
+    return *this;
+  }
+  ~ConstRandomContainerIterator() override { this->Abandon(); }
+
+  [[nodiscard]] ConstRandomContainerIterator* Clone() const override {
+    return New<ConstRandomContainerIterator>(*this);
+  }
+  [[nodiscard]] const ElementType& Dereference() const noexcept override { return GetAt(0); }
+  void Increment() noexcept override { Advance(1); }
+  [[nodiscard]] bool IsEqual(
+      const IConstForwardIterator<ElementType>& other) const noexcept override {
+    return GetDifference(other) == 0;
+  }
+  [[nodiscard]] bool IsAtEnd() const noexcept override { return index >= container->GetSize(); }
+  void Decrement() noexcept override { Advance(-1); }
+  [[nodiscard]] const ElementType& GetAt(Distance offset) const noexcept override {
+    return (*container)[static_cast<unsigned int>(index + offset)];
+  }
+  void Advance(Distance count) noexcept override {
+    index = static_cast<unsigned int>(index + count);
+  }
+  void GoBack(Distance count) noexcept override { Advance(-count); }
+  [[nodiscard]] Distance GetDifference(
+      const IConstForwardIterator<ElementType>& other) const noexcept override {
+    return Distance{index} - static_cast<const ConstRandomContainerIterator&>(other).index;
+  }
+  [[nodiscard]] bool IsLess(
+      const IConstForwardIterator<ElementType>& other) const noexcept override {
+    return GetDifference(other) < 0;
+  }
+  [[nodiscard]] bool IsGreater(
+      const IConstForwardIterator<ElementType>& other) const noexcept override {
+    return GetDifference(other) > 0;
+  }
+
+  ConstRandomContainerIterator& operator++() noexcept {
+    Increment();
+    return *this;
+  }
+  ConstRandomContainerIterator& operator--() noexcept {
+    Decrement();
+    return *this;
+  }
+  [[nodiscard]] ConstRandomContainerIterator begin() const noexcept { return *this; }
+
+  friend bool operator==(const ConstRandomContainerIterator& left,
+                         const ConstRandomContainerIterator& right) noexcept {
+    return left.IsEqual(right);
+  }
+
+ private:
+  const Container* container;
+  unsigned int index = 0;
+};
+
+}  // namespace Vx

@@ -1,0 +1,7 @@
+#include "foundation/Vx/IChannel.h"
+
+namespace Vx {
+
+IChannel::~IChannel() = default;
+
+}  // namespace Vx

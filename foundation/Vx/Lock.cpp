@@ -1,0 +1,7 @@
+#include "foundation/Vx/Lock.h"
+
+namespace Vx {
+
+Lock::~Lock() = default;
+
+}  // namespace Vx

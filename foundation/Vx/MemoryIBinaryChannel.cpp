@@ -1,0 +1,38 @@
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "foundation/Vx/IOException.h"
+
+namespace Vx {
+
+MemoryIBinaryChannel::MemoryIBinaryChannel(const char* data, unsigned int size) noexcept
+    : next(data), left(size) {}
+
+MemoryIBinaryChannel::~MemoryIBinaryChannel() = default;
+
+unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
+  CheckOpened(__FILE__, __LINE__);
+  const unsigned int count = std::min(size, left);
+  if (count == 0) return 0;
+  std::memcpy(buffer, next, count);
+  next += count;
+  left -= count;
+  return count;
+}
+
+unsigned __int64 MemoryIBinaryChannel::GetAvailable() const {
+  CheckOpened(__FILE__, __LINE__);
+  return left;
+}
+
+void MemoryIBinaryChannel::Close() {
+  closed = true;
+}
+
+void MemoryIBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+  if (closed) throw IOException("Memory binary input channel is closed.", fileName, lineNumber);
+}
+
+}  // namespace Vx

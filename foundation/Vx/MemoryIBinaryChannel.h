@@ -1,0 +1,28 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "foundation/Vx/IBinaryChannel.h"
+
+namespace Vx {
+
+/// Reads bytes in memory, which the caller keeps alive and unchanged.
+class FOUNDATION_API MemoryIBinaryChannel final : public IBinaryChannel {
+ public:
+  MemoryIBinaryChannel(const char* data, unsigned int size) noexcept;
+  ~MemoryIBinaryChannel() override;
+
+  using IBinaryChannel::Read;
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
+                                  ReadSomeModeSelector mode) override;
+  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  void Close() override;
+
+ private:
+  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+
+  const char* next;
+  unsigned int left;
+  bool closed = false;
+};
+
+}  // namespace Vx

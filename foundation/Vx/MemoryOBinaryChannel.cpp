@@ -1,0 +1,29 @@
+#include "foundation/Vx/MemoryOBinaryChannel.h"
+
+#include <string_view>
+
+#include "foundation/Vx/IOException.h"
+
+namespace Vx {
+
+MemoryOBinaryChannel::MemoryOBinaryChannel() noexcept = default;
+MemoryOBinaryChannel::~MemoryOBinaryChannel() = default;
+
+void MemoryOBinaryChannel::Write(const char* data, unsigned int size) {
+  CheckOpened(__FILE__, __LINE__);
+  if (size != 0) content.Append(std::string_view(data, size));
+}
+
+void MemoryOBinaryChannel::Flush() {
+  CheckOpened(__FILE__, __LINE__);
+}
+
+void MemoryOBinaryChannel::Close() {
+  closed = true;
+}
+
+void MemoryOBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+  if (closed) throw IOException("Memory binary output channel is closed.", fileName, lineNumber);
+}
+
+}  // namespace Vx

@@ -1,0 +1,7 @@
+#include "foundation/Vx/OBinaryChannel.h"
+
+namespace Vx {
+
+OBinaryChannel::~OBinaryChannel() = default;
+
+}  // namespace Vx

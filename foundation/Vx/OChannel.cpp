@@ -1,0 +1,7 @@
+#include "foundation/Vx/OChannel.h"
+
+namespace Vx {
+
+OChannel::~OChannel() = default;
+
+}  // namespace Vx

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <type_traits>
+
+#include "foundation/Export.h"
+#include "foundation/Vx/OProtocol.h"
+#include "foundation/Vx/Object.h"
+#include "foundation/Vx/StatusCode.h"
+
+namespace Vx {
+
+/// A sink of bytes that reports by status, with the protocol in which values are written to it.
+class FOUNDATION_API OChannel {
+ public:
+  OChannel(const OChannel&) = delete;
+  OChannel& operator=(const OChannel&) = delete;
+  virtual ~OChannel();
+
+  /// Writes `count` bytes and gives the status. `written`, which may be null, tells how many were
+  /// taken.
+  [[nodiscard]] virtual int WriteBin(const char* source, unsigned int count,
+                                     unsigned int* written) = 0;
+
+  /// Writes a value through the protocol.
+  template <class T>
+  requires(!std::is_base_of_v<Object, T>) [[nodiscard]] int Write(const T& value) {
+    return protocol.Write(*this, value);
+  }
+  /// Lets the object write itself.
+  [[nodiscard]] int Write(const Object& value) { return value.WriteTo(*this); }
+
+  [[nodiscard]] OProtocol& GetProtocol() noexcept { return protocol; }
+
+ protected:
+  explicit OChannel(OProtocol& form) noexcept : protocol(form) {}
+
+ private:
+  OProtocol& protocol;
+};
+
+}  // namespace Vx

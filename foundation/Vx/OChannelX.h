@@ -1,0 +1,39 @@
+#pragma once
+
+#include <concepts>
+
+#include "foundation/Export.h"
+#include "foundation/Vx/OBinaryChannel.h"
+#include "foundation/Vx/OProtocolX.h"
+
+namespace Vx {
+
+/// Writes values to a binary channel in the form that a protocol gives them. Holds nothing back,
+/// and leaves the channel open when it is destroyed. Failures are those of the channel and the
+/// protocol.
+class FOUNDATION_API OChannelX final {
+ public:
+  OChannelX(OBinaryChannel& target, const OProtocolX& form) noexcept
+      : channel(target), protocol(form) {}
+  OChannelX(const OChannelX&) = delete;
+  OChannelX& operator=(const OChannelX&) = delete;
+
+  /// Any type of the protocol; there are no conversions between them.
+  template <class T>
+  void Write(const T& value) {
+    protocol.Write(channel, value);
+  }
+
+  /// Bytes as they are. A size of 0 does not reach the channel.
+  void WriteBin(const char* data, unsigned int size) {
+    if (size != 0) channel.Write(data, size);
+  }
+
+  void Flush() { channel.Flush(); }
+
+ private:
+  OBinaryChannel& channel;
+  const OProtocolX& protocol;
+};
+
+}  // namespace Vx

@@ -1,0 +1,7 @@
+#include "foundation/Vx/Object.h"
+
+namespace Vx {
+
+Object::~Object() = default;
+
+}  // namespace Vx
