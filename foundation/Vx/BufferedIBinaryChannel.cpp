@@ -22,15 +22,18 @@ unsigned int BufferedIBinaryChannel::Read(char* target, unsigned int size,
                                           ReadSomeModeSelector mode) {
   CheckOpened(__FILE__, __LINE__);
   if (size == 0) return 0;
-  if (position == filled) {
-    if (size >= capacity) return wrapped.Get().Read(target, size, mode);
-    position = filled = 0;
-    filled = wrapped.Get().Read(buffer.get(), capacity, mode);
-  }
+  if (position == filled && size >= capacity) return wrapped.Get().Read(target, size, mode);
+  FillUsedUpBuffer();
   const unsigned int count = std::min(size, filled - position);
   std::memcpy(target, buffer.get() + position, count);
   position += count;
   return count;
+}
+
+std::string_view BufferedIBinaryChannel::Peek() {
+  CheckOpened(__FILE__, __LINE__);
+  FillUsedUpBuffer();
+  return {buffer.get() + position, filled - position};
 }
 
 unsigned __int64 BufferedIBinaryChannel::GetAvailable() const {
@@ -42,6 +45,12 @@ void BufferedIBinaryChannel::Close() {
   if (closed) return;
   wrapped.Get().Close();
   closed = true;
+}
+
+void BufferedIBinaryChannel::FillUsedUpBuffer() {
+  if (position != filled) return;
+  position = filled = 0;
+  filled = wrapped.Get().Read(buffer.get(), capacity, ReadSome);
 }
 
 void BufferedIBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {

@@ -3,13 +3,14 @@
 #include "foundation/Export.h"
 #include "foundation/Vx/IBinaryChannel.h"
 #include "foundation/Vx/Memory.h"
+#include "foundation/Vx/PeekableInput.h"
 #include "foundation/Vx/WrappedChannel.h"
 
 namespace Vx {
 
 /// Reads ahead from the channel beneath, so that small reads cost it few calls. A read of at least
 /// the buffer's size that meets an empty buffer passes it by. Destruction does not close.
-class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel {
+class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel, public PeekableInput {
  public:
   /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and raises
   /// `IllegalArgumentException` for an empty reference.
@@ -25,8 +26,13 @@ class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel {
   /// Drops what was read ahead and closes the channel beneath.
   void Close() override;
 
+  [[nodiscard]] bool CanPeek() const noexcept override { return capacity != 0; }
+  [[nodiscard]] std::string_view Peek() override;
+  void Advance(unsigned int size) override { position += size; }
+
  private:
   void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void FillUsedUpBuffer();
 
   WrappedChannel<IBinaryChannel> wrapped;
   const unsigned int capacity;

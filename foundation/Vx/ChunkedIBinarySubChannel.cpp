@@ -9,13 +9,26 @@ namespace Vx {
 
 ChunkedIBinarySubChannel::ChunkedIBinarySubChannel(IBinaryChannel& source,
                                                    const IProtocolX& form) noexcept
-    : channel(source), protocol(form) {}
+    : channel(source), protocol(form), peekable(PeekableInput::Find(source)) {}
 
 ChunkedIBinarySubChannel::~ChunkedIBinarySubChannel() = default;
 
 unsigned int ChunkedIBinarySubChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
   CheckOpened(__FILE__, __LINE__);
   return ReadFrame(buffer, size);
+}
+
+std::string_view ChunkedIBinarySubChannel::Peek() {
+  CheckOpened(__FILE__, __LINE__);
+  if (!EnterFrame()) return {};
+  const std::string_view bytes = peekable->Peek();
+  if (bytes.empty()) throw EndOfInputException("End of input reached.", __FILE__, __LINE__);
+  return bytes.substr(0, left);
+}
+
+void ChunkedIBinarySubChannel::Advance(unsigned int size) {
+  peekable->Advance(size);
+  left -= size;
 }
 
 unsigned __int64 ChunkedIBinarySubChannel::GetAvailable() const {

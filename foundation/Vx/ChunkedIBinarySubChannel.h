@@ -3,13 +3,14 @@
 #include "foundation/Export.h"
 #include "foundation/Vx/IBinaryChannel.h"
 #include "foundation/Vx/IProtocolX.h"
+#include "foundation/Vx/PeekableInput.h"
 
 namespace Vx {
 
 /// Reads the data that a `ChunkedOBinarySubChannel` wrote into another channel. Holds no data and
 /// takes no memory, whatever lengths the frames claim. Input that stops within the framing raises
 /// `EndOfInputException`, "End of input reached."; it is never taken for the end of the data.
-class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel {
+class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, public PeekableInput {
  public:
   ChunkedIBinarySubChannel(IBinaryChannel& source, const IProtocolX& form) noexcept;
   ~ChunkedIBinarySubChannel() override;
@@ -24,6 +25,10 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel {
   /// Reads on to behind the ending frame and leaves the other channel open there.
   void Close() override;
 
+  [[nodiscard]] bool CanPeek() const noexcept override { return peekable != nullptr; }
+  [[nodiscard]] std::string_view Peek() override;
+  void Advance(unsigned int size) override;
+
  private:
   void CheckOpened(const char* fileName, unsigned int lineNumber) const;
   bool EnterFrame() const;
@@ -31,6 +36,7 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel {
 
   IBinaryChannel& channel;
   const IProtocolX& protocol;
+  PeekableInput* const peekable;
   // Position in the framing: a cache of lengths that were read, which asking for what is available
   // may fill.
   mutable unsigned int left = 0;

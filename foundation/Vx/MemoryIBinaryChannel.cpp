@@ -17,9 +17,18 @@ unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadSom
   const unsigned int count = std::min(size, left);
   if (count == 0) return 0;
   std::memcpy(buffer, next, count);
-  next += count;
-  left -= count;
+  Advance(count);
   return count;
+}
+
+std::string_view MemoryIBinaryChannel::Peek() {
+  CheckOpened(__FILE__, __LINE__);
+  return {next, left};
+}
+
+void MemoryIBinaryChannel::Advance(unsigned int size) {
+  next += size;
+  left -= size;
 }
 
 unsigned __int64 MemoryIBinaryChannel::GetAvailable() const {

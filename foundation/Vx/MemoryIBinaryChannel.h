@@ -2,11 +2,12 @@
 
 #include "foundation/Export.h"
 #include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/PeekableInput.h"
 
 namespace Vx {
 
 /// Reads bytes in memory, which the caller keeps alive and unchanged.
-class FOUNDATION_API MemoryIBinaryChannel final : public IBinaryChannel {
+class FOUNDATION_API MemoryIBinaryChannel final : public IBinaryChannel, public PeekableInput {
  public:
   MemoryIBinaryChannel(const char* data, unsigned int size) noexcept;
   ~MemoryIBinaryChannel() override;
@@ -16,6 +17,10 @@ class FOUNDATION_API MemoryIBinaryChannel final : public IBinaryChannel {
                                   ReadSomeModeSelector mode) override;
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
   void Close() override;
+
+  [[nodiscard]] bool CanPeek() const noexcept override { return true; }
+  [[nodiscard]] std::string_view Peek() override;
+  void Advance(unsigned int size) override;
 
  private:
   void CheckOpened(const char* fileName, unsigned int lineNumber) const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/PeekableInput.h"
 #include "foundation/Vx/WrappedChannel.h"
 
 namespace Larkspan::Common::IO {
@@ -10,7 +11,7 @@ namespace Larkspan::Common::IO {
 ///
 /// Adds no buffer and no closed state. `Close` closes the wrapped channel; destruction does not.
 template <class Digest>
-class DigestIBinaryChannel : public Vx::IBinaryChannel {
+class DigestIBinaryChannel : public Vx::IBinaryChannel, public Vx::PeekableInput {
  public:
   using IBinaryChannel::Read;
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
@@ -24,10 +25,20 @@ class DigestIBinaryChannel : public Vx::IBinaryChannel {
   }
   void Close() override { GetInputChannel().Close(); }
 
+  [[nodiscard]] bool CanPeek() const noexcept override { return peekable != nullptr; }
+  [[nodiscard]] std::string_view Peek() override { return peeked = peekable->Peek(); }
+  void Advance(unsigned int size) override {
+    digest.Update(peeked.data(), size);
+    peekable->Advance(size);
+    peeked.remove_prefix(size);
+  }
+
  protected:
-  explicit DigestIBinaryChannel(Vx::IBinaryChannel& channel) noexcept : wrapped(channel) {}
+  explicit DigestIBinaryChannel(Vx::IBinaryChannel& channel) noexcept
+      : wrapped(channel), peekable(PeekableInput::Find(channel)) {}
   explicit DigestIBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel)
-      : wrapped(channel, "Invalid binary input channel: channel is null.", __FILE__, __LINE__) {}
+      : wrapped(channel, "Invalid binary input channel: channel is null.", __FILE__, __LINE__),
+        peekable(PeekableInput::Find(wrapped.Get())) {}
 
   [[nodiscard]] const Digest& GetDigest() const noexcept { return digest; }
   void ResetDigest() noexcept { digest.Reset(); }
@@ -38,6 +49,8 @@ class DigestIBinaryChannel : public Vx::IBinaryChannel {
 
   Vx::WrappedChannel<Vx::IBinaryChannel> wrapped;
   Digest digest;
+  PeekableInput* const peekable;
+  std::string_view peeked;
 };
 
 }  // namespace Larkspan::Common::IO

@@ -9,6 +9,12 @@
 #include "foundation/Vx/IllegalArgumentException.h"
 
 namespace Larkspan::Common::IO {
+namespace {
+
+// Keeps sums of sizes within 32 bits; no buffer is nearly as large.
+constexpr std::size_t MaxBorrowed = 0x10000000;
+
+}  // namespace
 
 InflaterIBinaryChannel::InflaterIBinaryChannel(Vx::IBinaryChannel& channel, unsigned int bufferSize)
     : wrapped(channel) {
@@ -31,6 +37,7 @@ void InflaterIBinaryChannel::Initialize(unsigned int bufferSize) {
     throw Vx::IllegalArgumentException("Invalid buffer size: buffer size is too small.", __FILE__,
                                        __LINE__);
   }
+  peekable = Vx::PeekableInput::Find(GetBaseChannel());
   inputCapacity = bufferSize;
   input = AllocateZlibMemory<char[]>(bufferSize,
                                      "Failed to allocate input buffer for inflater input channel.",
@@ -63,23 +70,50 @@ unsigned int InflaterIBinaryChannel::Inflate(char* target, unsigned int size) co
   stream->avail_out = size;
   stream->next_out = reinterpret_cast<Bytef*>(target);
   while (stream->avail_out != 0 && !streamEnded) {
-    if (stream->avail_in == 0) {
-      const unsigned int count = GetBaseChannel().Read(input.get(), inputCapacity, ReadSome);
-      if (count == 0) {
-        throw Vx::IOException("Inflate failed: end of stream reached.", __FILE__, __LINE__);
-      }
-      stream->avail_in = count;
-      stream->next_in = reinterpret_cast<Bytef*>(input.get());
-    }
+    if (stream->avail_in == 0) TakeInput();
     const int result = inflate(stream.get(), Z_NO_FLUSH);
+    streamEnded = result == Z_STREAM_END;
+    SettleInput();
     if (result != Z_OK && result != Z_STREAM_END) {
       Vx::UniString message;
       message.Printf("Inflate failed: %s", zError(result));
       throw Vx::IOException(message, __FILE__, __LINE__);
     }
-    streamEnded = result == Z_STREAM_END;
   }
   return size - stream->avail_out;
+}
+
+// zlib is markedly faster on more input at a time than `inputCapacity`. Where the wrapped channel
+// has whole pieces of that size in memory, they are decompressed there, and `SettleInput` then
+// takes from the channel those that reading piece by piece would have taken: nobody can tell.
+void InflaterIBinaryChannel::TakeInput() const {
+  if (peekable != nullptr) {
+    const std::string_view bytes = peekable->Peek().substr(0, MaxBorrowed);
+    borrowed = static_cast<unsigned int>(bytes.size() - bytes.size() % inputCapacity);
+    SetInput(bytes.data(), borrowed);
+  }
+  if (borrowed != 0) return;
+  const unsigned int count = GetBaseChannel().Read(input.get(), inputCapacity, ReadSome);
+  if (count == 0) {
+    throw Vx::IOException("Inflate failed: end of stream reached.", __FILE__, __LINE__);
+  }
+  SetInput(input.get(), count);
+}
+
+void InflaterIBinaryChannel::SettleInput() const {
+  if (borrowed == 0) return;
+  const unsigned int used = borrowed - stream->avail_in;
+  const unsigned int pieces = (used + inputCapacity - 1) / inputCapacity;
+  const unsigned int rest = pieces * inputCapacity - used;
+  std::memcpy(input.get(), stream->next_in, rest);
+  SetInput(input.get(), rest);
+  borrowed = 0;
+  peekable->Advance(pieces * inputCapacity);
+}
+
+void InflaterIBinaryChannel::SetInput(const char* bytes, unsigned int size) const noexcept {
+  stream->next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes));
+  stream->avail_in = size;
 }
 
 void InflaterIBinaryChannel::FillBuffer() const {

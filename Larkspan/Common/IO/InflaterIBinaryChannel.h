@@ -3,6 +3,7 @@
 #include "Larkspan/Common/Export.h"
 #include "Larkspan/Common/IO/ZlibMemory.h"
 #include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/PeekableInput.h"
 #include "foundation/Vx/WrappedChannel.h"
 
 struct z_stream_s;
@@ -38,6 +39,9 @@ class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
   void Destroy() noexcept;
   void EnsureOpened(const char* file, unsigned int line) const;
   unsigned int Inflate(char* target, unsigned int size) const;
+  void TakeInput() const;
+  void SettleInput() const;
+  void SetInput(const char* bytes, unsigned int size) const noexcept;
   void FillBuffer() const;
   void RefillUsedUpBuffer() const;
   unsigned int TakeBuffered(char* target, unsigned int size);
@@ -54,6 +58,9 @@ class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
   mutable unsigned int position = 0;
   ZlibMemory<char[]> output;
   mutable bool streamEnded = false;
+  // Input that is decompressed where it lies in the wrapped channel; see `TakeInput`.
+  Vx::PeekableInput* peekable = nullptr;
+  mutable unsigned int borrowed = 0;
   bool closed = false;
 };
 
