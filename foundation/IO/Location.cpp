@@ -97,6 +97,7 @@ unsigned int Location::GetLocalLength() const noexcept {
 }
 
 int Location::GetLastLocalName(Name& name) const noexcept {
+  if (!IsValid()) return status;
   if (GetLocalLength() == 0) return StatusInvalidLocation;
   return GuardMemory(StatusOutOfMemory, [&] {
     const unsigned int start = PathNames::FindLastName(path, GetRootLength());
@@ -106,6 +107,7 @@ int Location::GetLastLocalName(Name& name) const noexcept {
 }
 
 int Location::DeleteLastLocalName() noexcept {
+  if (!IsValid()) return status;
   return GuardMemory(StatusOutOfMemory, [&] {
     const bool removed = PathNames::RemoveLastName(path, GetRootLength());
     return removed ? StatusSuccess : StatusInvalidLocation;

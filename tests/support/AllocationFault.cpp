@@ -6,7 +6,7 @@
 
 namespace {
 
-std::atomic<int> allocations{0};
+std::atomic<long long> allocations{0};
 std::atomic<int> failingAllocation{0};
 
 // Number `failingAllocation` fails. Otherwise the memory comes from the throwing form, so that it
@@ -47,7 +47,7 @@ bool AllocationFault::HasFired() const noexcept {
 }
 
 int AllocationFault::GetCount() const noexcept {
-  return allocations;
+  return static_cast<int>(allocations);
 }
 
 }  // namespace Larkspan::Testing

@@ -1,0 +1,140 @@
+#include "tests/larkspan/ArchiveSample.h"
+
+#include <random>
+
+#include <zlib.h>
+
+#include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "tests/support/ByteBuilder.h"
+#include "tests/support/FailureOf.h"
+
+namespace Tests {
+namespace {
+
+using Larkspan::Common::IO::ArchiveEntry;
+using Larkspan::Common::IO::ArchiveHeaders;
+using Larkspan::Common::IO::ArchiveIBinaryChannel;
+using Larkspan::Common::IO::ArchiveOBinaryChannel;
+using Vx::UniString;
+
+void AppendPairs(ByteBuilder& bytes, const Pairs& pairs) {
+  bytes.U32(pairs.size());
+  for (const auto& [name, value] : pairs) bytes.Utf(name).Utf(value);
+}
+
+std::string Compress(const std::string& data) {
+  std::string compressed(compressBound(data.size()), '\0');
+  uLongf size = compressed.size();
+  compress(reinterpret_cast<Bytef*>(compressed.data()), &size,
+           reinterpret_cast<const Bytef*>(data.data()), data.size());
+  compressed.resize(size);
+  return compressed;
+}
+
+void AppendEntry(ByteBuilder& bytes, const SampleEntry& entry) {
+  bytes.Utf(entry.name).U32(entry.method);
+  AppendPairs(bytes, entry.headers);
+  const std::string archived =
+      entry.method == ArchiveEntry::Deflated ? Compress(entry.data) : entry.data;
+  if (!archived.empty()) bytes.U32(archived.size()).Raw(archived);
+  bytes.U32(0).U64(archived.size()).U64(entry.data.size());
+  bytes.U32(crc32(0, reinterpret_cast<const Bytef*>(entry.data.data()),
+                  static_cast<uInt>(entry.data.size())));
+}
+
+template <class Source>
+Pairs TakePairs(const Source& source) {
+  Pairs pairs;
+  for (const auto& [name, value] : source.EnumerateHeaders()) {
+    pairs.emplace_back(name.ToUTF8(), value.ToUTF8());
+  }
+  return pairs;
+}
+
+}  // namespace
+
+SampleArchive MakeSample(unsigned int reserved) {
+  return {reserved,
+          {{"author", "Ada"}, {"empty", ""}},
+          {{"stored.txt", ArchiveEntry::Stored, {}, "stored words"},
+           {"deflated.txt", ArchiveEntry::Deflated, {{"kind", "text"}, {"e", ""}},
+            std::string(3000, 'z') + "end"},
+           {"empty", ArchiveEntry::Stored, {}, ""},
+           {"empty too", ArchiveEntry::Deflated, {}, ""},
+           {"noise", ArchiveEntry::Deflated, {{"kind", "noise"}}, Noise(1500)}}};
+}
+
+std::string ToBytes(const SampleArchive& archive, std::vector<std::size_t>* starts) {
+  ByteBuilder bytes;
+  bytes.Raw("LarkspanArchive").U32(1).U32(0).U32(archive.reserved);
+  AppendPairs(bytes, archive.headers);
+  if (archive.reserved != 0) bytes.FillTo(archive.reserved);
+  for (const SampleEntry& entry : archive.entries) {
+    if (starts != nullptr) starts->push_back(bytes.GetSize());
+    AppendEntry(bytes, entry);
+  }
+  if (starts != nullptr) starts->push_back(bytes.GetSize());
+  return bytes;
+}
+
+void WriteSample(const SampleArchive& archive, Vx::OBinaryChannel& target) {
+  ArchiveOBinaryChannel channel(target, archive.reserved);
+  for (const auto& [name, value] : archive.headers) {
+    channel.PutHeader(UniString::FromUTF8(name), UniString::FromUTF8(value));
+  }
+  for (const SampleEntry& entry : archive.entries) {
+    ArchiveHeaders headers;
+    for (const auto& [name, value] : entry.headers) {
+      headers.Put(UniString::FromUTF8(name), UniString::FromUTF8(value));
+    }
+    channel.PutNextEntry(UniString::FromUTF8(entry.name), headers,
+                         static_cast<ArchiveEntry::Method>(entry.method));
+    channel.Write(entry.data.data(), static_cast<unsigned int>(entry.data.size()));
+  }
+  channel.CloseEntry();
+  channel.Flush();
+  channel.Close();
+}
+
+ReadResult ReadSample(Vx::IBinaryChannel& source) {
+  ReadResult result;
+  result.failure = FailureOf([&] {
+    ArchiveIBinaryChannel channel(source);
+    result.archive.reserved = channel.GetReservedHeaderSize();
+    result.archive.headers = TakePairs(channel);
+    for (auto entry = channel.GetNextEntry(); entry; entry = channel.GetNextEntry()) {
+      std::string data = ReadRest(channel);
+      channel.CloseEntry();
+      result.archive.entries.push_back(
+          {entry->GetName().ToUTF8(), entry->GetMethod(), TakePairs(*entry), std::move(data)});
+    }
+    channel.Close();
+  });
+  return result;
+}
+
+ReadResult ReadSample(const std::string& bytes) {
+  Vx::MemoryIBinaryChannel source(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  return ReadSample(source);
+}
+
+std::string ReadRest(Vx::IBinaryChannel& channel, unsigned int step) {
+  std::string rest;
+  std::string piece(step, '\0');
+  for (;;) {
+    const unsigned int count = channel.Read(piece.data(), step, Vx::IBinaryChannel::ReadSome);
+    if (count == 0) return rest;
+    rest.append(piece, 0, count);
+  }
+}
+
+std::string Noise(std::size_t size, unsigned int seed) {
+  std::mt19937 generator(seed);
+  std::string noise(size, '\0');
+  for (char& byte : noise) byte = static_cast<char>(static_cast<unsigned char>(generator()));
+  return noise;
+}
+
+}  // namespace Tests

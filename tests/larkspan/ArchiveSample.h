@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/OBinaryChannel.h"
+
+namespace Tests {
+
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+struct SampleEntry {
+  std::string name;
+  unsigned int method;
+  Pairs headers;
+  std::string data;
+
+  friend bool operator==(const SampleEntry&, const SampleEntry&) = default;
+};
+
+/// An archive as plain values.
+struct SampleArchive {
+  unsigned int reserved = 0;
+  Pairs headers;
+  std::vector<SampleEntry> entries;
+
+  friend bool operator==(const SampleArchive&, const SampleArchive&) = default;
+};
+
+/// Several entries: stored, deflated, empty, with headers and without, names and data all different.
+[[nodiscard]] SampleArchive MakeSample(unsigned int reserved);
+
+/// The bytes of an archive, put together here and compressed by zlib's own functions. `starts`, if
+/// given, receives where each entry begins and then the size of the whole.
+[[nodiscard]] std::string ToBytes(const SampleArchive& archive,
+                                  std::vector<std::size_t>* starts = nullptr);
+
+/// Writes an archive through the library.
+void WriteSample(const SampleArchive& archive, Vx::OBinaryChannel& target);
+
+/// Reads an archive through the library: `archive` gets all that was verified before `failure`.
+struct ReadResult {
+  SampleArchive archive;
+  std::string failure;
+};
+[[nodiscard]] ReadResult ReadSample(Vx::IBinaryChannel& source);
+[[nodiscard]] ReadResult ReadSample(const std::string& bytes);
+
+/// All that a channel has to give, read in steps of `step` bytes.
+[[nodiscard]] std::string ReadRest(Vx::IBinaryChannel& channel, unsigned int step = 4096);
+
+/// `size` bytes that don't compress, the same for the same seed.
+[[nodiscard]] std::string Noise(std::size_t size, unsigned int seed = 1);
+
+}  // namespace Tests

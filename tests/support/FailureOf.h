@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+#include "foundation/Vx/VxException.h"
+
+namespace Tests {
+
+/// "Class: message" of an exception.
+inline std::string Describe(const VxException& exception) {
+  return std::string(exception.GetName()) + ": " + exception.GetMessage().ToUTF8();
+}
+
+/// What `work` fails with, as `Describe` tells it; "" if it doesn't fail.
+template <class Work>
+std::string FailureOf(Work&& work) {
+  try {
+    work();
+    return "";
+  } catch (const VxException& exception) {
+    return Describe(exception);
+  }
+}
+
+/// The same for the failure's cause; "" if there is none.
+template <class Work>
+std::string CauseOf(Work&& work) {
+  try {
+    work();
+    return "";
+  } catch (const VxException& exception) {
+    return exception.GetCause() == nullptr ? "" : Describe(*exception.GetCause());
+  }
+}
+
+}  // namespace Tests

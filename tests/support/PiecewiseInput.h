@@ -1,0 +1,55 @@
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/IOException.h"
+
+namespace Tests {
+
+/// A source that delivers at most `piece` bytes at a time and records the sizes it was asked for.
+/// From byte `breakAt` on it fails; `Repair` ends that.
+class PiecewiseInput final : public Vx::IBinaryChannel {
+ public:
+  explicit PiecewiseInput(std::string bytes, std::size_t piece = std::string::npos,
+                          std::size_t breakAt = std::string::npos)
+      : content(std::move(bytes)), limit(piece), broken(breakAt) {}
+
+  using IBinaryChannel::Read;
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size, ReadSomeModeSelector) override {
+    CheckOpened();
+    asked.push_back(size);
+    if (position >= broken) throw Vx::IOException("The source is broken.");
+    const std::size_t end = std::min(content.size(), broken);
+    const std::size_t count = std::min({std::size_t{size}, limit, end - position});
+    content.copy(buffer, count, position);
+    position += count;
+    return static_cast<unsigned int>(count);
+  }
+  [[nodiscard]] unsigned __int64 GetAvailable() const override {
+    CheckOpened();
+    return content.size() - position;
+  }
+  void Close() override { ++closes; }
+
+  void Repair() { broken = std::string::npos; }
+  [[nodiscard]] std::size_t GetPosition() const noexcept { return position; }
+
+  std::vector<unsigned int> asked;
+  int closes = 0;
+
+ private:
+  void CheckOpened() const {
+    if (closes > 0) throw Vx::IOException("The source is closed.");
+  }
+
+  std::string content;
+  std::size_t limit;
+  std::size_t broken;
+  std::size_t position = 0;
+};
+
+}  // namespace Tests

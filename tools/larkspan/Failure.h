@@ -1,0 +1,52 @@
+#pragma once
+
+#include <exception>
+#include <string>
+#include <string_view>
+
+class VxException;
+
+namespace Tool {
+
+/// What the program tells its caller.
+enum class ExitCode : int {
+  Done = 0,
+  Incomplete = 1,  // done, but not all of it
+  WrongUsage = 2,
+  SystemFailure = 3,
+  BadArchive = 4,
+  Interrupted = 130,
+};
+
+/// The end of a command, with what there is to say about it. No `VxException`, so that no channel
+/// of an archive takes it for the end of its input.
+class Failure final : public std::exception {
+ public:
+  /// `subject` is what the failure is about, ready to be printed; `report` the chain of causes.
+  Failure(ExitCode exitCode, std::string subject, std::string text, std::string report = "");
+
+  [[nodiscard]] ExitCode GetExitCode() const noexcept { return code; }
+  [[nodiscard]] const std::string& GetReport() const noexcept { return details; }
+  /// Subject and text.
+  [[nodiscard]] const char* what() const noexcept override { return message.c_str(); }
+
+ private:
+  ExitCode code;
+  std::string message;
+  std::string details;
+};
+
+/// The system refused `action` with `status`, one of the file-system layer's.
+[[nodiscard]] Failure SystemFailure(const std::string& subject, std::string_view action,
+                                    int status);
+/// `text` and the message of `reason`.
+[[nodiscard]] Failure BadArchive(const std::string& subject, std::string_view text,
+                                 const VxException& reason);
+
+/// Nobody reads the standard output any more: no failure, and no reason to go on.
+struct PipeClosed {};
+
+/// A status of the file-system layer in words.
+[[nodiscard]] std::string DescribeStatus(int status);
+
+}  // namespace Tool

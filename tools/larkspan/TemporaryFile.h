@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+#include "foundation/IO/File.h"
+#include "foundation/IO/Location.h"
+#include "foundation/IO/Name.h"
+#include "tools/larkspan/Interruption.h"
+
+namespace Tool {
+
+/// A new file that stands beside its place until it is complete, under a name that nobody can
+/// guess. Removed in the end, unless it got its own name. Failures are raised as `Failure`.
+class TemporaryFile final {
+ public:
+  /// Whether a file that has the name already is replaced, or a failure.
+  enum class Naming : int { IfFree, Replacing };
+
+  /// Makes the file. `printableName` is what it will be, for messages.
+  TemporaryFile(const ::IO::Location& folder, std::string printableName);
+
+  [[nodiscard]] ::IO::File& GetFile() noexcept { return file; }
+
+  /// Gives the file its name. It is complete after that, but perhaps not on the disk.
+  void Complete(const ::IO::Name& name, Naming naming);
+  /// The same; file and name are on the disk afterwards.
+  void CompleteOnDisk(const ::IO::Name& name, Naming naming);
+
+ private:
+  void Close();
+  void Check(int status, const char* action) const;
+
+  const ::IO::Location place;
+  const std::string subject;
+  UnfinishedFile unfinished;
+  ::IO::File file;
+};
+
+}  // namespace Tool

@@ -1,0 +1,160 @@
+#include "tools/larkspan/Text.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "foundation/IO/FileSystem.h"
+#include "foundation/Vx/ConversionErrorException.h"
+#include "tools/larkspan/Failure.h"
+
+namespace Tool {
+namespace {
+
+using View = Vx::UniString::View;
+
+constexpr char16_t ByteEscape = 0xDC00;
+constexpr char16_t BackslashEscape = ByteEscape + u'\\';
+
+// One character of a text: a code point, or a surrogate without its partner.
+struct Character {
+  char32_t code;
+  unsigned int units;
+};
+
+Character CharacterAt(View text, std::size_t index) noexcept {
+  const char16_t high = text[index];
+  if (high < 0xD800 || high > 0xDBFF || index + 1 == text.size()) return {high, 1};
+  const char16_t low = text[index + 1];
+  if (low < 0xDC00 || low > 0xDFFF) return {high, 1};
+  return {0x10000U + ((high - 0xD800U) << 10) + (low - 0xDC00U), 2};
+}
+
+bool IsLoneSurrogate(char32_t code) noexcept {
+  return code >= 0xD800 && code <= 0xDFFF;
+}
+
+bool StandsForByte(char32_t code) noexcept {
+  return code == BackslashEscape || (code >= ByteEscape + 0x80U && code <= ByteEscape + 0xFFU);
+}
+
+// What moves the cursor, changes colours, or turns the direction of writing.
+bool IsObeyedByTerminals(char32_t code) noexcept {
+  struct Range {
+    char32_t first;
+    char32_t last;
+  };
+  constexpr Range ranges[] = {{0, 0x1F},         {0x7F, 0x9F},     {0x61C, 0x61C},  {0x200E, 0x200F},
+                              {0x2028, 0x202E}, {0x2066, 0x2069}, {0xFEFF, 0xFEFF}};
+  return std::any_of(std::begin(ranges), std::end(ranges), [code](const Range& range) {
+    return code >= range.first && code <= range.last;
+  });
+}
+
+std::string ToUTF8(View text) {
+  return Vx::UniString(text).ToUTF8();
+}
+
+// UTF-8, with the characters for which `escape` gives a text replaced by it.
+template <class Escape>
+std::string Encode(View text, Escape&& escape) {
+  std::string result;
+  std::size_t plain = 0;
+  for (std::size_t index = 0; index < text.size();) {
+    const Character character = CharacterAt(text, index);
+    const std::string escaped = escape(character.code, text.substr(index, character.units));
+    const std::size_t end = index + character.units;
+    if (!escaped.empty()) {
+      result += ToUTF8(text.substr(plain, index - plain));
+      result += escaped;
+      plain = end;
+    }
+    index = end;
+  }
+  return result + ToUTF8(text.substr(plain));
+}
+
+std::string FormatNumber(const char* format, unsigned int number) {
+  char text[16];
+  std::snprintf(text, sizeof(text), format, number);
+  return text;
+}
+
+std::string ToHex(std::string_view bytes) {
+  std::string result;
+  for (const char byte : bytes) result += FormatNumber("\\x%02x", static_cast<unsigned char>(byte));
+  return result;
+}
+
+std::string EscapeForTerminal(char32_t code, View units) {
+  if (code == U'\\' || code == BackslashEscape) return "\\\\";
+  if (StandsForByte(code)) return FormatNumber("\\x%02x", static_cast<unsigned int>(code & 0xFF));
+  if (IsLoneSurrogate(code)) return FormatNumber("\\u%04x", static_cast<unsigned int>(code));
+  return IsObeyedByTerminals(code) ? ToHex(ToUTF8(units)) : std::string();
+}
+
+// One name of a path that is no UTF-8. The file system knows how it reads such names.
+Vx::UniString DecodeName(std::string_view name) {
+  if (name.empty() || name == "." || name == "..") return Vx::UniString::FromUTF8(name);
+  ::IO::Location location;
+  const int status = ::IO::fileSystem.FromNativePath("/" + std::string(name), location);
+  if (status != 0) throw SystemFailure("arguments", "can't be decoded", status);
+  return FoldBackslashes(Vx::UniString(location.GetPath().substr(1)));
+}
+
+}  // namespace
+
+Vx::UniString TextFromArgument(std::string_view bytes) {
+  try {
+    return Vx::UniString::FromUTF8(bytes);
+  } catch (const Vx::ConversionErrorException&) {
+    Vx::UniString text;
+    for (std::size_t start = 0, end = 0; end < bytes.size(); start = end + 1) {
+      end = std::min(bytes.find('/', start), bytes.size());
+      text.Append(DecodeName(bytes.substr(start, end - start)).GetView());
+      if (end < bytes.size()) text.Append(u'/');
+    }
+    return text;
+  }
+}
+
+std::string ToBytes(View text) {
+  return Encode(text, [](char32_t code, View) {
+    if (!StandsForByte(code)) return std::string();
+    return std::string(1, static_cast<char>(static_cast<unsigned char>(code & 0xFF)));
+  });
+}
+
+std::string ToPrintable(View text) {
+  return Encode(text, EscapeForTerminal);
+}
+
+std::string ToPrintable(std::string_view bytes) {
+  return ToPrintable(TextFromArgument(bytes).GetView());
+}
+
+Vx::UniString FoldBackslashes(Vx::UniString name) {
+  name.ReplaceAll(BackslashEscape, u'\\');
+  return name;
+}
+
+::IO::Location LocationFromArgument(const std::string& argument) {
+  ::IO::Location location;
+  const int status = ::IO::fileSystem.FromNativePath(argument, location);
+  if (status != 0) {
+    const std::string subject = argument.empty() ? "\"\"" : ToPrintable(argument);
+    throw Failure(ExitCode::WrongUsage, subject, "can't be a path");
+  }
+  return location;
+}
+
+std::string ToPrintable(const ::IO::Location& location) {
+  Vx::UniString path(location.GetPath());
+  path.ReplaceAll(u'\\', u'/');
+  return ToPrintable(path.GetView());
+}
+
+std::string Count(unsigned __int64 number, const char* one, const char* many) {
+  return std::to_string(number) + " " + (number == 1 ? one : many);
+}
+
+}  // namespace Tool
