@@ -113,26 +113,42 @@ unsigned int File::TakeBuffered(char* target, unsigned int size) noexcept {
   return count;
 }
 
-// With an empty buffer: one call of the system, straight to the target if that is as large.
-int File::ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept {
-  const bool direct = size >= BufferSize;
-  if (!direct && !readBuffer) {
+int File::PeekBin(std::string_view* bytes) noexcept {
+  *bytes = {};
+  if (!IsOpen()) return StatusNotOpen;
+  if (GetBuffered() == 0) {
+    if (const int outcome = FillBuffer(); outcome != StatusSuccess) return outcome;
+  }
+  *bytes = {readBuffer.get() + bufferStart, GetBuffered()};
+  return StatusSuccess;
+}
+
+// With an empty buffer: one call of the system.
+int File::FillBuffer() noexcept {
+  if (!readBuffer) {
     readBuffer.reset(static_cast<char*>(Vx::NewArrayOperator(BufferSize)));
     if (!readBuffer) return StatusOutOfMemory;
   }
   DropBuffer();
   std::size_t count = 0;
-  const int error = Posix::Read(descriptor, direct ? target : readBuffer.get(),
-                                direct ? size : BufferSize, &count);
+  const int error = Posix::Read(descriptor, readBuffer.get(), BufferSize, &count);
   if (error != 0) return Posix::ReadStatus(error);
-  if (count == 0) return StatusEndOfInput;
-  if (direct) {
-    *delivered = static_cast<unsigned int>(count);
-    return StatusSuccess;
-  }
   bufferEnd = static_cast<unsigned int>(count);
-  *delivered = TakeBuffered(target, size);
-  return StatusSuccess;
+  return count == 0 ? StatusEndOfInput : StatusSuccess;
+}
+
+// With an empty buffer: one call of the system, straight to the target if that is as large.
+int File::ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept {
+  if (size < BufferSize) {
+    const int outcome = FillBuffer();
+    *delivered = TakeBuffered(target, size);
+    return outcome;
+  }
+  std::size_t count = 0;
+  const int error = Posix::Read(descriptor, target, size, &count);
+  if (error != 0) return Posix::ReadStatus(error);
+  *delivered = static_cast<unsigned int>(count);
+  return count == 0 ? StatusEndOfInput : StatusSuccess;
 }
 
 int File::Seek(SeekOrigin origin, __int64 offset) noexcept {

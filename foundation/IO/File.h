@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "foundation/Export.h"
 #include "foundation/IO/AccessDeniedTreatment.h"
 #include "foundation/IO/Attributes.h"
@@ -52,6 +54,12 @@ class FOUNDATION_API File final {
   /// one, comes only from pipes and devices, which deliver what they have.
   [[nodiscard]] int ReadBin(char* buffer, unsigned int size, unsigned int* delivered) noexcept;
 
+  /// The next bytes where they lie, in the buffer, which is filled if it is empty: at least one,
+  /// and none with `StatusEndOfInput`. They stay there until the next operation on the file.
+  [[nodiscard]] int PeekBin(std::string_view* bytes) noexcept;
+  /// Takes the first `size` of the bytes that `PeekBin` gave last.
+  void Advance(unsigned int size) noexcept { bufferStart += size; }
+
   [[nodiscard]] int Seek(SeekOrigin origin, __int64 offset) noexcept;
 
   /// Bytes from the present position to the end of the file. For a pipe or a device: those that
@@ -73,6 +81,7 @@ class FOUNDATION_API File final {
  private:
   [[nodiscard]] unsigned int GetBuffered() const noexcept { return bufferEnd - bufferStart; }
   unsigned int TakeBuffered(char* target, unsigned int size) noexcept;
+  int FillBuffer() noexcept;
   int ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept;
   void DropBuffer() noexcept { bufferStart = bufferEnd = 0; }
 

@@ -50,6 +50,16 @@ unsigned int FileIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeM
   return count;
 }
 
+std::string_view FileIBinaryChannel::Peek() {
+  CheckOpened(__FILE__, __LINE__);
+  std::string_view bytes;
+  const int status = file.PeekBin(&bytes);
+  if (status != 0 && status != ::IO::StatusEndOfInput) {
+    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
+  }
+  return bytes;
+}
+
 unsigned __int64 FileIBinaryChannel::GetAvailable() const {
   CheckOpened(__FILE__, __LINE__);
   unsigned __int64 size = 0;

@@ -4,12 +4,13 @@
 #include "Larkspan/Common/IO/FileShare.h"
 #include "foundation/IO/File.h"
 #include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/PeekableInput.h"
 
 namespace Larkspan::Common::IO {
 
 /// Reads a file. One `Read` is one read of the file object. A read of no bytes, or into a null
 /// buffer, raises `Vx::IllegalArgumentException`. The destructor closes the file.
-class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel {
+class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel, public Vx::PeekableInput {
  public:
   /// Opens the file. Raises `Vx::IllegalArgumentException` for a location that is not valid or
   /// empty, `FileNotFoundException` for a missing file, and `Vx::IOException` for one that can't
@@ -24,6 +25,10 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel {
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
   /// If it fails, the channel stays open and `Close` can be called again.
   void Close() override;
+
+  [[nodiscard]] bool CanPeek() const noexcept override { return true; }
+  [[nodiscard]] std::string_view Peek() override;
+  void Advance(unsigned int size) override { file.Advance(size); }
 
  private:
   void CheckOpened(const char* fileName, unsigned int lineNumber) const;
