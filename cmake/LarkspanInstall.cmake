@@ -12,12 +12,16 @@ if(LARKSPAN_BUILD_TOOL)
 endif()
 
 # Internal headers stay behind: nothing that is installed includes them.
+set(internal_headers
+    posix Encoding.h MemoryGuard.h PathNames.h SipHash.h Utf8.h
+    ArchiveEntryImpl.h ArchiveExtraction.h ArchiveFileEntryIBinaryChannel.h ArchiveFileReader.h
+    ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h BigEndian.h ChannelCopy.h FailureGuard.h
+    FileChannelChecks.h)
+foreach(header IN LISTS internal_headers)
+  list(APPEND excluded_headers PATTERN ${header} EXCLUDE)
+endforeach()
 install(DIRECTORY foundation Larkspan DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h"
-        PATTERN "posix" EXCLUDE
-        PATTERN "Utf8.h" EXCLUDE
-        PATTERN "SipHash.h" EXCLUDE
-        PATTERN "ArchiveEntryImpl.h" EXCLUDE)
+        FILES_MATCHING PATTERN "*.h" ${excluded_headers})
 install(EXPORT LarkspanTargets NAMESPACE Larkspan:: DESTINATION ${package_directory})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/LarkspanConfig.cmake.in

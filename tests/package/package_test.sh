@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# package_test.sh BUILD SOURCE: installs BUILD, builds an example against the installation with
+# find_package, runs it, and includes each installed header alone.
+set -euo pipefail
+build=$(realpath "$1") source=$(realpath "$2")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/installed" >/dev/null
+cmake -S "$source/tests/package" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/installed" \
+  -DEXAMPLE="$source/examples/archive_in_memory.cpp" -DCMAKE_CXX_FLAGS="${CXXFLAGS:-}" >/dev/null
+cmake --build "$work/build" >/dev/null
+"$work/installed/bin/larkspan" --version >/dev/null
+"$work/build/consumer" | grep -qx "poems/violets.txt: Violets are blue."
+
+cd "$work/installed/include"
+find . -name '*.h' -printf '#include "%P"\n' >"$work/all.cpp"
+sort -r "$work/all.cpp" -o "$work/all.cpp"
+c++ -std=c++20 -fsyntax-only -I. "$work/all.cpp"
+if grep -rlE 'posix/|zlib\.h' . ; then
+  echo "an installed header includes what is not installed" >&2
+  exit 1
+fi
