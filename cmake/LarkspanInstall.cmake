@@ -15,7 +15,7 @@ endif()
 set(internal_headers
     posix Encoding.h MemoryGuard.h PathNames.h SipHash.h Utf8.h
     ArchiveEntryImpl.h ArchiveExtraction.h ArchiveFileEntryIBinaryChannel.h ArchiveFileReader.h
-    ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h BigEndian.h ChannelCopy.h FailureGuard.h
+    ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h BigEndian.h ChannelCopy.h CloseInDestructor.h FailureGuard.h
     FileChannelChecks.h)
 foreach(header IN LISTS internal_headers)
   list(APPEND excluded_headers PATTERN ${header} EXCLUDE)

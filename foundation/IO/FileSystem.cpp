@@ -137,6 +137,15 @@ int FileSystem::ContainsLink(const Location& folder, const Location& location,
   });
 }
 
+int FileSystem::Resolve(const Location& location, Location& resolved) const noexcept {
+  Vx::String real;
+  const int outcome =
+      OnPath(location, [&](const Vx::String& path) { return Posix::ResolvePath(path, real); });
+  if (outcome != StatusSuccess) return outcome;
+  return GuardMemory(StatusOutOfMemory,
+                     [&] { return resolved.Set(Posix::BytesToText(real.GetView())); });
+}
+
 int FileSystem::GetCurrentFolder(Location& location) const noexcept {
   return GuardMemory(StatusOutOfMemory, [&] {
     Vx::String path;

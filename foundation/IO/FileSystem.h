@@ -58,6 +58,9 @@ class FOUNDATION_API FileSystem final {
   [[nodiscard]] int ContainsLink(const Location& folder, const Location& location,
                                  bool* found) const noexcept;
 
+  /// Where the item really is: `resolved` leads to it without any symbolic link.
+  [[nodiscard]] int Resolve(const Location& location, Location& resolved) const noexcept;
+
   [[nodiscard]] int GetCurrentFolder(Location& location) const noexcept;
 
   /// A location from a path as the platform writes it, such as an argument of a command line. A

@@ -1,7 +1,6 @@
 #include "Larkspan/Common/IO/ArchiveEntryImpl.h"
 
 #include "Larkspan/Common/IO/ArchiveHeaderTable.h"
-#include "foundation/Vx/IllegalArgumentException.h"
 
 namespace Larkspan::Common::IO {
 namespace {
@@ -9,10 +8,7 @@ namespace {
 constexpr const char* EmptyHeaderName = "Invalid archive entry header name: header name is empty.";
 
 const Vx::UniString& CheckedName(const Vx::UniString& name) {
-  if (name.IsEmpty()) {
-    throw Vx::IllegalArgumentException("Invalid archive entry name: name is empty.", __FILE__,
-                                       __LINE__);
-  }
+  CheckName(name, EmptyEntryName, __FILE__, __LINE__);
   return name;
 }
 
@@ -37,17 +33,17 @@ ArchiveHeaderIterator ArchiveEntryImpl::EnumerateHeaders() const {
 }
 
 bool ArchiveEntryImpl::ConstainsHeader(const Vx::UniString& headerName) const {
-  CheckHeaderName(headerName, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(headerName, EmptyHeaderName, __FILE__, __LINE__);
   return HasHeader(headers, headerName);
 }
 
 bool ArchiveEntryImpl::GetHeader(const Vx::UniString& headerName, Vx::UniString& value) const {
-  CheckHeaderName(headerName, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(headerName, EmptyHeaderName, __FILE__, __LINE__);
   return FindHeader(headers, headerName, value);
 }
 
 void ArchiveEntryImpl::PutHeader(const Vx::UniString& headerName, const Vx::UniString& value) {
-  CheckHeaderName(headerName, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(headerName, EmptyHeaderName, __FILE__, __LINE__);
   headers.Put(headerName, value);
 }
 

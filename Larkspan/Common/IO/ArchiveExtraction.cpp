@@ -41,6 +41,20 @@ void CreateParentOfFile(const ::IO::Location& location) {
   }
 }
 
+// What stands at the place now must be a file, and not the archive that is being read.
+void CheckPlace(const ::IO::Location& location, const ::IO::Attributes& archive) {
+  ::IO::Attributes present;
+  if (::IO::fileSystem.GetAttributes(location, &present, true) != 0) return;
+  if (present.type == ::IO::EntryType::Other) {
+    throw Vx::IOException("A device or pipe stands at the place of the extracted file.", __FILE__,
+                          __LINE__);
+  }
+  if (present.device == archive.device && present.node == archive.node) {
+    throw Vx::IOException("The archive stands at the place of the extracted file.", __FILE__,
+                          __LINE__);
+  }
+}
+
 void ExtractEntry(ArchiveIBinaryChannel& archive, const ::IO::Location& location) {
   CreateParentOfFile(location);
   const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter> file(
@@ -52,8 +66,12 @@ void ExtractEntry(ArchiveIBinaryChannel& archive, const ::IO::Location& location
 
 void ExtractEntries(const ::IO::Location& archive, const ::IO::Location& folder) {
   ArchiveFileReader reader(archive, FileShare::ShareRead);
+  ::IO::Attributes archiveFacts;
+  static_cast<void>(::IO::fileSystem.GetAttributes(archive, &archiveFacts, true));
   for (auto entry = reader.GetNextEntry(); entry; entry = reader.GetNextEntry()) {
-    ExtractEntry(reader.GetChannel(), LocationFromEntryName(folder, entry->GetName()));
+    const ::IO::Location location = LocationFromEntryName(folder, entry->GetName());
+    CheckPlace(location, archiveFacts);
+    ExtractEntry(reader.GetChannel(), location);
   }
   reader.Close();
 }

@@ -13,11 +13,7 @@ namespace Larkspan::Common::IO {
 namespace {
 
 constexpr const char* EmptyHeaderName = "Invalid header name: name is empty.";
-constexpr const char* EmptyEntryName = "Invalid entry name: name is empty.";
-
-void CheckEntryName(const Vx::UniString& name, unsigned int line) {
-  if (name.IsEmpty()) throw Vx::IllegalArgumentException(EmptyEntryName, __FILE__, line);
-}
+constexpr const char* EmptyNameOfEntry = "Invalid entry name: name is empty.";
 
 }  // namespace
 
@@ -71,14 +67,14 @@ ArchiveHeaderIterator ArchiveFile::EnumerateHeaders() const {
 }
 
 bool ArchiveFile::ConstainsHeader(const Vx::UniString& name) const {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadHeaders();
   return HasHeader(headers, name);
 }
 
 bool ArchiveFile::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadHeaders();
   return FindHeader(headers, name, value);
@@ -91,7 +87,7 @@ Vx::UniString ArchiveFile::GetHeader(const Vx::UniString& name) const {
 }
 
 void ArchiveFile::PutHeader(const Vx::UniString& name, const Vx::UniString& value) {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadHeaders();
   headers.Put(name, value);
@@ -99,7 +95,7 @@ void ArchiveFile::PutHeader(const Vx::UniString& name, const Vx::UniString& valu
 }
 
 void ArchiveFile::ClearHeader(const Vx::UniString& name) {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadHeaders();
   headers.Delete(name);
@@ -137,14 +133,14 @@ ArchiveFile::EntryIterator ArchiveFile::EnumerateEntries() const {
 }
 
 bool ArchiveFile::ConstainsEntry(const Vx::UniString& name) const {
-  CheckEntryName(name, __LINE__);
+  CheckName(name, EmptyNameOfEntry, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadEntries();
   return entryIndex.Find(name) != nullptr;
 }
 
 ArchiveFile::EntryRef ArchiveFile::GetEntry(const Vx::UniString& name) const {
-  CheckEntryName(name, __LINE__);
+  CheckName(name, EmptyNameOfEntry, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadEntries();
   const auto* const found = entryIndex.Find(name);

@@ -73,25 +73,27 @@ class LARKSPAN_API ArchiveFile final {
 
   /// The plain data of `entry`, which must come from this object and be the last of its name. The
   /// channel owns a file and a reader of its own and may outlive this object. Opening it reads all
-  /// entries before this one; its `Close` does not verify again.
-  /// Raises `Vx::IllegalArgumentException` for an empty reference and `ArchiveException` for any
-  /// other entry.
+  /// entries before this one. Its `Close`, which the destructor calls too, reads this one to its
+  /// end without verifying it again. Raises `Vx::IllegalArgumentException` for an empty reference
+  /// and `ArchiveException` for any other entry.
   [[nodiscard]] ChannelRef GetInputChannel(const EntryRef& entry) const;
 
   /// Writes all entries as files below `folder`, which is made if missing; files that are there are
   /// replaced. Works on a closed object too, and looks at the file only.
   ///
-  /// A name is refused that leads out of the folder, or through a symbolic link below it. Each
-  /// entry is verified after its file is complete; on failure all files so far stay.
-  /// Raises `Vx::IllegalArgumentException` for the folder's location, `ArchiveException` if the
-  /// folder can't be made, and else `Vx::IOException` with the reason as cause.
+  /// A name is refused that leads out of the folder, through a symbolic link below it, to the
+  /// archive itself, or to a device or pipe; nobody else may change the folder meanwhile. Each
+  /// entry is verified after its file is complete; on failure all files so far stay. Raises
+  /// `Vx::IllegalArgumentException` for the folder's location, `ArchiveException` if the folder
+  /// can't be made, and else `Vx::IOException` with the reason as cause.
   void ExtractTo(const ::IO::Location& folder) const;
 
   /// Brings changed headers to the file. If they fit the room reserved for them, the first bytes
   /// of the file are replaced, at a cost that does not depend on its size; a process killed on the
   /// way leaves old or new headers if that room is at most 4096 bytes. Otherwise the archive is
-  /// copied to a file beside it (its name and ".updated"), and the two swap names: whatever
-  /// happens, a complete archive stands under the name.
+  /// copied to a file beside it (its name and ".updated", where nothing else may stand), and the
+  /// two swap names: whatever happens, a complete archive stands under the name. The file that a
+  /// symbolic link leads to is rewritten where it is.
   /// Raises `ArchiveException` and the failures of the channels; the file is then as it was, unless
   /// writing in place failed.
   void Update();

@@ -1,7 +1,8 @@
 #include "Larkspan/Common/IO/ArchiveFileEntryIBinaryChannel.h"
 
 #include "Larkspan/Common/IO/ArchiveException.h"
-#include "Larkspan/Common/IO/FileChannelChecks.h"
+#include "Larkspan/Common/IO/ArchiveFileReader.h"
+#include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 
 namespace Larkspan::Common::IO {
@@ -16,6 +17,7 @@ ArchiveFileEntryIBinaryChannel::ArchiveFileEntryIBinaryChannel(
     reader->CloseEntry();
   }
   if (!reader->HasCurrentEntry()) {
+    CheckReadToEnd(*file);
     throw ArchiveException(
         "Failed to create archive file entry binary input channel: archive entry not found.",
         __FILE__, __LINE__);

@@ -6,6 +6,10 @@
 
 namespace Larkspan::Common::IO {
 
+/// Raises `ArchiveException` if an archive's file has not been read to its end. A stream takes
+/// every failure to read a name for its end; of a file more is known.
+void CheckReadToEnd(const Vx::IBinaryChannel& file);
+
 /// An archive file opened for one pass over its stream.
 class ArchiveFileReader final {
  public:
@@ -14,9 +18,8 @@ class ArchiveFileReader final {
 
   [[nodiscard]] ArchiveIBinaryChannel& GetChannel() noexcept { return channel; }
 
-  /// The channel's next entry, empty at the end of the archive. A stream takes every failure to
-  /// read a name for its end; of a file it is known whether it has been read to the end.
-  /// Raises `ArchiveException` if it has not.
+  /// The channel's next entry, empty at the end of the archive, which is checked to be the end of
+  /// the file.
   [[nodiscard]] ArchiveIBinaryChannel::EntryRef GetNextEntry();
 
   /// Closes the file.

@@ -2,8 +2,8 @@
 
 #include "foundation/Vx/Types.h"
 
-/// The numbers of the archive format that writer and reader share; docs/archive-format.md tells
-/// the whole of it.
+/// The numbers of the archive format, which docs/archive-format.md tells whole, and the sizes with
+/// which writer and reader work on it.
 namespace Larkspan::Common::IO::ArchiveFormat {
 
 inline constexpr char Magic[] = "LarkspanArchive";

@@ -5,8 +5,8 @@
 
 namespace Larkspan::Common::IO {
 
-void CheckHeaderName(const Vx::UniString& name, const char* message, const char* fileName,
-                     unsigned int lineNumber) {
+void CheckName(const Vx::UniString& name, const char* message, const char* fileName,
+               unsigned int lineNumber) {
   if (name.IsEmpty()) throw Vx::IllegalArgumentException(message, fileName, lineNumber);
 }
 

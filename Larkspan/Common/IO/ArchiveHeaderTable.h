@@ -10,9 +10,11 @@ namespace Larkspan::Common::IO {
 /// What entries, channels and files do alike with their tables of headers. Each of them has its own
 /// words for a bad name, which it passes in with the place to report.
 
+inline constexpr const char* EmptyEntryName = "Invalid archive entry name: name is empty.";
+
 /// Raises `Vx::IllegalArgumentException` with `message` if `name` is empty.
-void CheckHeaderName(const Vx::UniString& name, const char* message, const char* fileName,
-                     unsigned int lineNumber);
+void CheckName(const Vx::UniString& name, const char* message, const char* fileName,
+               unsigned int lineNumber);
 
 /// Raises `Vx::IllegalArgumentException` if any header of the table has an empty name.
 void CheckHeaderNames(const ArchiveHeaders& headers, const char* fileName, unsigned int lineNumber);

@@ -1,6 +1,7 @@
 #include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
 
 #include <cstring>
+#include <utility>
 
 #include "Larkspan/Common/IO/ArchiveEntryImpl.h"
 #include "Larkspan/Common/IO/ArchiveException.h"
@@ -89,14 +90,14 @@ ArchiveHeaderIterator ArchiveIBinaryChannel::EnumerateHeaders() const {
 }
 
 bool ArchiveIBinaryChannel::ConstainsHeader(const Vx::UniString& name) const {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadArchiveHeader();
   return HasHeader(headers, name);
 }
 
 bool ArchiveIBinaryChannel::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   ReadArchiveHeader();
   return FindHeader(headers, name, value);
@@ -111,7 +112,7 @@ Vx::UniString ArchiveIBinaryChannel::GetHeader(const Vx::UniString& name) const 
 ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::GetNextEntry() {
   CheckOpened(__FILE__, __LINE__);
   ReadArchiveHeader();
-  if (currentEntry) CloseEntry(currentEntry);
+  if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
   return StartEntry();
 }
 
@@ -127,7 +128,7 @@ ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::GetCurrentEntry() const {
 
 void ArchiveIBinaryChannel::CloseEntry() {
   CheckOpened(__FILE__, __LINE__);
-  if (currentEntry) CloseEntry(currentEntry);
+  if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
 }
 
 unsigned int ArchiveIBinaryChannel::Read(char* buffer, unsigned int size,
@@ -144,9 +145,16 @@ unsigned __int64 ArchiveIBinaryChannel::GetAvailable() const {
 void ArchiveIBinaryChannel::Close() {
   if (closed) return;
   if (crcChannel) {
-    crcChannel->Close();
-    crcChannel.Reset();
+    const ChannelRef entryChannel = std::exchange(crcChannel, ChannelRef());
     currentEntry.Reset();
+    try {
+      entryChannel->Close();
+    } catch (...) {
+      // Damage in the entry does not keep the source open.
+      GetInputChannel().Close();
+      closed = true;
+      throw;
+    }
   }
   GetInputChannel().Close();
   closed = true;
@@ -217,8 +225,7 @@ ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::StartEntry() {
   return entry;
 }
 
-// `entry` is the current entry, held by the caller's reference to the field; the field is released
-// last.
+// `entry` is the current entry, held by the caller.
 void ArchiveIBinaryChannel::CloseEntry(const EntryRef& entry) {
   if (crcChannel) {
     char dropped[4096];

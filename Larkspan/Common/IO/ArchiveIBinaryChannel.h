@@ -49,7 +49,8 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
                                   ReadSomeModeSelector mode) override;
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
-  /// Closes the source. An open entry is left unverified.
+  /// Closes the source. An open entry is left unverified, but the rest of its framing is read,
+  /// which can take long and can fail; the channel is closed all the same.
   void Close() override;
 
  private:

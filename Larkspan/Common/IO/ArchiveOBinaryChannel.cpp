@@ -27,13 +27,6 @@ unsigned int CheckedHeaderSize(unsigned int headerSize) {
   return headerSize;
 }
 
-void CheckEntryName(const Vx::UniString& name, unsigned int line) {
-  if (name.IsEmpty()) {
-    throw Vx::IllegalArgumentException("Invalid archive entry name: name is empty.", __FILE__,
-                                       line);
-  }
-}
-
 void WriteFill(Vx::OChannelX& channel, const CountingOBinaryChannel& counter,
                unsigned int headerSize) {
   const char zeros[128] = {};
@@ -72,14 +65,14 @@ void ArchiveOBinaryChannel::CheckEntryStarted(const char* file, unsigned int lin
 }
 
 void ArchiveOBinaryChannel::PutHeader(const Vx::UniString& name, const Vx::UniString& value) {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   CheckHeaderUpdatable(__FILE__, __LINE__);
   headers.Put(name, value);
 }
 
 void ArchiveOBinaryChannel::ClearHeader(const Vx::UniString& name) {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   CheckHeaderUpdatable(__FILE__, __LINE__);
   headers.Delete(name);
@@ -104,17 +97,17 @@ ArchiveHeaderIterator ArchiveOBinaryChannel::EnumerateHeaders() const {
 }
 
 bool ArchiveOBinaryChannel::ConstainsHeader(const Vx::UniString& name) const {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   return HasHeader(headers, name);
 }
 
 bool ArchiveOBinaryChannel::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   return FindHeader(headers, name, value);
 }
 
 Vx::UniString ArchiveOBinaryChannel::GetHeader(const Vx::UniString& name) const {
-  CheckHeaderName(name, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
   return FindHeader(headers, name);
 }
 
@@ -126,20 +119,21 @@ void ArchiveOBinaryChannel::SetMethod(ArchiveEntry::Method method) {
   defaultMethod = method;
 }
 
-ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(const Vx::UniString& name,
-                                                                    const Headers& entryHeaders,
-                                                                    ArchiveEntry::Method method) {
-  CheckEntryName(name, __LINE__);
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(
+    const Vx::UniString& name, const ArchiveHeaders& entryHeaders, ArchiveEntry::Method method) {
+  CheckName(name, EmptyEntryName, __FILE__, __LINE__);
   CheckHeaderNames(entryHeaders, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
   WriteArchiveHeader();
-  if (currentEntry) CloseEntry(currentEntry);
+  // Held to the end: the name may be that of the entry before.
+  const EntryRef previous = currentEntry;
+  if (previous) CloseEntry(previous);
   return StartEntry(name, entryHeaders, method);
 }
 
 ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(const Vx::UniString& name,
                                                                     ArchiveEntry::Method method) {
-  return PutNextEntry(name, Headers(0, 0), method);
+  return PutNextEntry(name, ArchiveHeaders(0, 0), method);
 }
 
 bool ArchiveOBinaryChannel::HasCurrentEntry() const {
@@ -154,7 +148,7 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::GetCurrentEntry() const {
 
 void ArchiveOBinaryChannel::CloseEntry() {
   CheckOpened(__FILE__, __LINE__);
-  if (currentEntry) CloseEntry(currentEntry);
+  if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
 }
 
 void ArchiveOBinaryChannel::Write(const char* data, unsigned int size) {
@@ -217,9 +211,8 @@ void ArchiveOBinaryChannel::WriteEntryFooter(const EntryRef& entry) {
   channel.Write(entry->GetCRC());
 }
 
-ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(const Vx::UniString& name,
-                                                                  const Headers& entryHeaders,
-                                                                  ArchiveEntry::Method method) {
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(
+    const Vx::UniString& name, const ArchiveHeaders& entryHeaders, ArchiveEntry::Method method) {
   if (method == ArchiveEntry::Default) method = defaultMethod;
   const EntryRef entry(Vx::New<ArchiveEntryImpl>(name, entryHeaders, method));
   WriteEntryHeader(entry);
@@ -241,8 +234,7 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(const Vx::UniS
   return entry;
 }
 
-// `entry` is the current entry, held by the caller's reference to the field; the field is released
-// last.
+// `entry` is the current entry, held by the caller.
 void ArchiveOBinaryChannel::CloseEntry(const EntryRef& entry) {
   if (deflater) static_cast<DeflaterOBinaryChannel&>(*deflater).Finish();
   const auto archivedSize = static_cast<CountingOBinaryChannel&>(*archivedSizeCounter).GetCount();

@@ -18,7 +18,6 @@ namespace Larkspan::Common::IO {
 /// Failures of the target pass through. After one the archive is damaged: drop the channel.
 class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
  public:
-  using Headers = ArchiveHeaders;
   using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
 
   /// `headerSize` is the room in bytes that is kept for the archive header, so that headers can be
@@ -49,7 +48,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
 
   /// Closes the open entry, if there is one, and starts the next. The entry is open and gets its
   /// sizes and CRC when it is closed.
-  EntryRef PutNextEntry(const Vx::UniString& name, const Headers& headers,
+  EntryRef PutNextEntry(const Vx::UniString& name, const ArchiveHeaders& entryHeaders,
                         ArchiveEntry::Method method = ArchiveEntry::Default);
   EntryRef PutNextEntry(const Vx::UniString& name,
                         ArchiveEntry::Method method = ArchiveEntry::Default);
@@ -61,7 +60,8 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
 
   /// Data of the open entry. Raises `ArchiveException` if there is none.
   void Write(const char* data, unsigned int size) override;
-  /// Brings all data so far to the target and flushes it; without an entry, the archive header.
+  /// Brings the data so far to the target, as far as zlib lets go of it, and flushes the target.
+  /// Without an entry, writes the archive header.
   void Flush() override;
   void Close() override;
 
@@ -76,14 +76,14 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   void WriteArchiveHeader();
   void WriteEntryHeader(const EntryRef& entry);
   void WriteEntryFooter(const EntryRef& entry);
-  EntryRef StartEntry(const Vx::UniString& name, const Headers& entryHeaders,
+  EntryRef StartEntry(const Vx::UniString& name, const ArchiveHeaders& entryHeaders,
                       ArchiveEntry::Method method);
   void CloseEntry(const EntryRef& entry);
 
   Vx::WrappedChannel<Vx::OBinaryChannel> target;
   const unsigned int reservedHeaderSize;
   bool headerWritten = false;
-  Headers headers;
+  ArchiveHeaders headers;
   // The open entry's stack of channels. Whether `crcChannel` is set decides whether data is taken;
   // the others live on until the next entry.
   ChannelRef archivedSizeCounter;

@@ -5,6 +5,7 @@
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "Larkspan/Common/IO/ChannelCopy.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "foundation/Vx/MemoryOBinaryChannel.h"
@@ -17,6 +18,11 @@ using ::IO::AccessDeniedTreatment;
 using ::IO::DataSafety;
 
 constexpr unsigned int CopyStepSize = 0x8000;
+
+constexpr const char* OpenFailure = "Failed to update archive file: failed to open archive file.";
+
+// Of a file's mode; the bits above them give rights that a copy must not have.
+constexpr unsigned int PermissionBits = 0777;
 
 // The largest size that can be doubled and still be counted in 32 bits.
 constexpr unsigned int MaxDoubledSize = 0x7FFFFFFFU;
@@ -47,10 +53,25 @@ bool BuildHeaderBlock(const ArchiveHeaders& headers, unsigned int size,
   }
 }
 
-void WriteInPlace(const ::IO::Location& location, const Vx::MemoryOBinaryChannel& block) {
-  constexpr const char* OpenFailure = "Failed to update archive file: failed to open archive file.";
+// The reserved size that the file has now: somebody else may have rewritten it.
+unsigned int ReadReservedSize(const ::IO::Location& location) {
+  try {
+    ArchiveFileReader reader(location, FileShare::NoShare);
+    return reader.GetChannel().GetReservedHeaderSize();
+  } catch (const Vx::OutOfMemoryException&) {
+    throw;
+  } catch (const VxException& exception) {
+    throw ArchiveException(OpenFailure, __FILE__, __LINE__, exception);
+  }
+}
+
+// Writes the block, unless the file has another reserved size: the entries would no longer stand
+// where the header says. Gives the size that the file has.
+unsigned int WriteInPlace(const ::IO::Location& location, const Vx::MemoryOBinaryChannel& block) {
   ::IO::File file(location, ::IO::OnNotFound::Fail);
   if (file.GetStatus() != 0) Fail(OpenFailure, __LINE__);
+  const unsigned int size = ReadReservedSize(location);
+  if (size != block.GetSize()) return size;
   if (file.Open(::IO::OpenMode::Write, AccessDeniedTreatment::Report) != 0) {
     Fail(OpenFailure, __LINE__);
   }
@@ -63,6 +84,7 @@ void WriteInPlace(const ::IO::Location& location, const Vx::MemoryOBinaryChannel
     Fail("Failed to update archive file: failed to flush archive file.", __LINE__);
   }
   file.Close();
+  return size;
 }
 
 struct RewritePlaces {
@@ -71,6 +93,15 @@ struct RewritePlaces {
   ::IO::Name archiveName;
   ::IO::Name temporaryName;
 };
+
+// The place of the file itself, where `location` is a link to it: names are swapped there.
+::IO::Location FollowLink(const ::IO::Location& location) {
+  ::IO::Attributes facts;
+  ::IO::Location resolved;
+  const bool isLink = ::IO::fileSystem.GetAttributes(location, &facts, false) == 0 &&
+                      facts.type == ::IO::EntryType::SymbolicLink;
+  return isLink && ::IO::fileSystem.Resolve(location, resolved) == 0 ? resolved : location;
+}
 
 RewritePlaces FindRewritePlaces(const ::IO::Location& location) {
   constexpr const char* TemporaryFailure =
@@ -89,12 +120,28 @@ RewritePlaces FindRewritePlaces(const ::IO::Location& location) {
   return places;
 }
 
-// The new file is as private as the old one, before there is anything in it to read. Where the
-// file system has no modes, there is nothing to keep.
+// The new file becomes as private as the old one while there is nothing in it to read.
 void KeepMode(const ::IO::Location& source, const ::IO::Location& target) {
-  ::IO::Attributes attributes;
-  if (::IO::fileSystem.GetAttributes(source, &attributes, true) == 0) {
-    static_cast<void>(::IO::fileSystem.SetAttributes(target, attributes));
+  ::IO::Attributes old;
+  if (::IO::fileSystem.GetAttributes(source, &old, true) != 0) return;  // reading it will tell why
+  old.mode &= PermissionBits;
+  ::IO::File file(target, ::IO::OnNotFound::Fail);
+  ::IO::Attributes made;
+  const bool kept = file.Open(::IO::OpenMode::Write, AccessDeniedTreatment::Report) == 0 &&
+                    file.SetAttributes(old) == 0;
+  const bool wider = !kept && ::IO::fileSystem.GetAttributes(target, &made, true) == 0 &&
+                     (made.mode & ~old.mode) != 0;
+  if (wider) Fail("Failed to update archive file: failed to keep its permissions.", __LINE__);
+}
+
+// A file that an update before left behind. It goes, instead of being emptied: the name may be a
+// link, and lead to the archive itself.
+void DeleteOlderTemporary(const ::IO::Location& temporary) {
+  ::IO::Attributes facts;
+  const bool isFolder = ::IO::fileSystem.GetAttributes(temporary, &facts, false) == 0 &&
+                        facts.type == ::IO::EntryType::Folder;
+  if (!isFolder) {
+    ::IO::fileSystem.Delete(temporary, DataSafety::None, AccessDeniedTreatment::Report);
   }
 }
 
@@ -110,6 +157,7 @@ void CopyEntry(ArchiveIBinaryChannel& source, const ArchiveEntry& entry,
 
 void CopyArchive(const ::IO::Location& location, const ::IO::Location& temporary,
                  const ArchiveHeaders& headers, unsigned int size) {
+  DeleteOlderTemporary(temporary);
   const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter> targetFile(
       Vx::New<FileOBinaryChannel>(temporary, false, FileShare::NoShare));
   KeepMode(location, temporary);
@@ -141,9 +189,10 @@ void DeleteTemporary(const RewritePlaces& places) noexcept {
 }
 
 void Rewrite(const ::IO::Location& location, const ArchiveHeaders& headers, unsigned int size) {
-  const RewritePlaces places = FindRewritePlaces(location);
+  const ::IO::Location archive = FollowLink(location);
+  const RewritePlaces places = FindRewritePlaces(archive);
   try {
-    CopyArchive(location, places.temporary, headers, size);
+    CopyArchive(archive, places.temporary, headers, size);
     ExchangeFiles(places);
   } catch (const VxException&) {
     DeleteTemporary(places);
@@ -162,10 +211,12 @@ unsigned int UpdateArchiveHeaders(const ::IO::Location& location, const ArchiveH
     Vx::MemoryOBinaryChannel block;
     if (BuildHeaderBlock(headers, size, block)) {
       if (size != reservedSize) break;
-      WriteInPlace(location, block);
-      return size;
+      reservedSize = WriteInPlace(location, block);
+      if (size == reservedSize) return size;
+      size = reservedSize;
+    } else {
+      size *= 2;
     }
-    size *= 2;
   }
   Rewrite(location, headers, size);
   return size;

@@ -36,7 +36,8 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
 
   void Write(const char* data, unsigned int size) override;
   /// Brings the stream to a point up to which it can be decompressed, and flushes the wrapped
-  /// channel. Writes nothing where nothing waits.
+  /// channel. Where zlib has more than one buffer to give, the rest follows with the next call.
+  /// Writes nothing where nothing waits.
   void Flush() override;
   /// Ends the stream, and neither flushes nor closes the wrapped channel.
   void Finish();

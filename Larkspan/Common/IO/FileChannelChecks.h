@@ -18,13 +18,4 @@ inline void CheckFileLocation(const ::IO::Location& location, const char* fileNa
   }
 }
 
-/// Closes a channel that is being destroyed; nobody is left to be told of a failure.
-template <class Channel>
-void CloseInDestructor(Channel& channel) noexcept {
-  try {
-    channel.Channel::Close();
-  } catch (...) {
-  }
-}
-
 }  // namespace Larkspan::Common::IO

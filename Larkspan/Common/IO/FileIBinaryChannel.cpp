@@ -1,5 +1,6 @@
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 
+#include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/FileChannelChecks.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
 #include "foundation/Vx/IOException.h"

@@ -1,5 +1,6 @@
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 
+#include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/FileChannelChecks.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/IllegalArgumentException.h"

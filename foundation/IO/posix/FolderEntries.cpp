@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -9,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "foundation/IO/MemoryGuard.h"
 #include "foundation/IO/posix/Descriptor.h"
 #include "foundation/IO/posix/PathText.h"
 
@@ -18,6 +20,11 @@ namespace {
 int ErrorOf(int result) noexcept {
   return result == 0 ? 0 : errno;
 }
+
+// What the C library allocated.
+struct FreeMemory {
+  void operator()(char* memory) const noexcept { std::free(memory); }
+};
 
 struct CloseStream {
   void operator()(DIR* stream) const noexcept { ::closedir(stream); }
@@ -98,6 +105,15 @@ int MakeFolder(const Vx::String& path) noexcept {
   // Systems differ in the reason that they give for a folder that is there already.
   if (::stat(path.GetBuffer(), &facts) == 0 && S_ISDIR(facts.st_mode)) return 0;
   return error == EEXIST ? ENOTDIR : error;
+}
+
+int ResolvePath(const Vx::String& path, Vx::String& real) noexcept {
+  const std::unique_ptr<char, FreeMemory> found(::realpath(path.GetBuffer(), nullptr));
+  if (!found) return errno;
+  return GuardMemory(ENOMEM, [&] {
+    real = Vx::String(found.get());
+    return 0;
+  });
 }
 
 int GetWorkingFolder(Vx::String& path) {

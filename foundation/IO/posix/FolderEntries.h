@@ -26,6 +26,9 @@ namespace IO::Posix {
 /// Adds the names of all items but `.` and `..`. Raises `Vx::OutOfMemoryException`.
 [[nodiscard]] int ListNames(int folder, Folder::Names& names);
 
+/// The path of the item without symbolic links.
+[[nodiscard]] int ResolvePath(const Vx::String& path, Vx::String& real) noexcept;
+
 /// A file, a link itself, or an empty folder.
 [[nodiscard]] int RemoveItem(const Vx::String& path) noexcept;
 /// 0 for a folder that is there; ENOTDIR if something else is.
