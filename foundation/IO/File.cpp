@@ -12,8 +12,6 @@
 namespace IO {
 namespace {
 
-constexpr unsigned int BufferSize = 65536;
-
 Posix::Access GetAccess(OpenMode mode, bool createIfMissing) noexcept {
   switch (mode) {
     case OpenMode::Write:
@@ -63,6 +61,8 @@ int File::Open(OpenMode mode, AccessDeniedTreatment) noexcept {
   if (IsOpen()) return StatusAlreadyOpen;
   // There is no path where no file can ever be; the reason is the status.
   if (nativePath.IsEmpty()) return status != 0 ? status : StatusFileNotFound;
+  const bool reads = mode == OpenMode::Read || mode == OpenMode::ReadShared;
+  if (const int outcome = reads ? MakeBuffer() : StatusSuccess; outcome != 0) return outcome;
   const int error = Posix::OpenFile(nativePath, GetAccess(mode, createIfMissing), &descriptor);
   if (error != 0) return LookupStatus(error);
   Attributes facts;
@@ -123,12 +123,15 @@ int File::PeekBin(std::string_view* bytes) noexcept {
   return StatusSuccess;
 }
 
+int File::MakeBuffer() noexcept {
+  if (!readBuffer) readBuffer.reset(static_cast<char*>(Vx::NewArrayOperator(BufferSize)));
+  return readBuffer ? StatusSuccess : StatusOutOfMemory;
+}
+
 // With an empty buffer: one call of the system.
 int File::FillBuffer() noexcept {
-  if (!readBuffer) {
-    readBuffer.reset(static_cast<char*>(Vx::NewArrayOperator(BufferSize)));
-    if (!readBuffer) return StatusOutOfMemory;
-  }
+  // A standard stream is not opened.
+  if (const int outcome = MakeBuffer(); outcome != StatusSuccess) return outcome;
   DropBuffer();
   std::size_t count = 0;
   const int error = Posix::Read(descriptor, readBuffer.get(), BufferSize, &count);

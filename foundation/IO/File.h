@@ -19,12 +19,15 @@ namespace IO {
 
 /// A file, to be opened for reading or for writing.
 ///
-/// Reads go through a buffer of 64 KiB, made at the first one; reads as large as the buffer pass it
-/// by. Writes are not held back: each reaches the system before it returns. All operations report
-/// by status and none throws; reading, writing, seeking and flushing need an open file. There are
-/// no locks: a file can be open more than once. One thread at a time.
+/// Reads go through a buffer of `BufferSize` bytes, made when the file is opened for reading; reads
+/// as large as the buffer pass it by. Writes are not held back: each reaches the system before it
+/// returns. All operations report by status and none throws; reading, writing, seeking and flushing
+/// need an open file. There are no locks: a file can be open more than once. One thread at a time.
 class FOUNDATION_API File final {
  public:
+  /// Bytes that are read ahead at the most.
+  static constexpr unsigned int BufferSize = 65536;
+
   /// Looks whether the file is there, without opening it; `GetStatus` tells the outcome.
   File(const Location& location, OnNotFound onNotFound) noexcept;
   /// A standard stream, open at once. The descriptor beneath it is never closed.
@@ -81,6 +84,7 @@ class FOUNDATION_API File final {
  private:
   [[nodiscard]] unsigned int GetBuffered() const noexcept { return bufferEnd - bufferStart; }
   unsigned int TakeBuffered(char* target, unsigned int size) noexcept;
+  int MakeBuffer() noexcept;
   int FillBuffer() noexcept;
   int ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept;
   void DropBuffer() noexcept { bufferStart = bufferEnd = 0; }

@@ -26,7 +26,7 @@ class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel, publi
   /// Drops what was read ahead and closes the channel beneath.
   void Close() override;
 
-  [[nodiscard]] bool CanPeek() const noexcept override { return capacity != 0; }
+  [[nodiscard]] unsigned int GetPeekSize() const noexcept override { return capacity; }
   [[nodiscard]] std::string_view Peek() override;
   void Advance(unsigned int size) override { position += size; }
 

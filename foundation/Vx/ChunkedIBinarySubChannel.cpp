@@ -55,8 +55,10 @@ void ChunkedIBinarySubChannel::CheckOpened(const char* fileName, unsigned int li
 bool ChunkedIBinarySubChannel::EnterFrame() const {
   if (ended) return false;
   if (left == 0) {
-    protocol.Read(channel, left);
-    ended = left == 0;
+    unsigned int length = 0;
+    protocol.Read(channel, length);
+    left = length;
+    ended = length == 0;
   }
   return !ended;
 }

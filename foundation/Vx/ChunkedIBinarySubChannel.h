@@ -25,7 +25,9 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
   /// Reads on to behind the ending frame and leaves the other channel open there.
   void Close() override;
 
-  [[nodiscard]] bool CanPeek() const noexcept override { return peekable != nullptr; }
+  [[nodiscard]] unsigned int GetPeekSize() const noexcept override {
+    return peekable == nullptr ? 0 : peekable->GetPeekSize();
+  }
   [[nodiscard]] std::string_view Peek() override;
   void Advance(unsigned int size) override;
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <iterator>
-
 #include "foundation/Vx/ConstIterator.h"
 #include "foundation/Vx/Memory.h"
 

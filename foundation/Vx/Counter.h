@@ -1,7 +1,5 @@
 #pragma once
 
-#include "foundation/Export.h"
-
 namespace Vx {
 
 /// The count of a `Ref` that stays on one thread.

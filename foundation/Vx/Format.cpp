@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <string>
 
 #include "foundation/Vx/Allocator.h"
@@ -119,12 +120,14 @@ Number FormatInteger(const FormatArgument& argument, const Directive& directive)
     number.digits = ToDigits(GetPattern(argument), base);
     if (base == 10 && directive.showPlus) number.sign = "+";
     if (base == 10 && !directive.showPlus && directive.showBlank) number.sign = " ";
-    if (base == 16 && directive.prefixed) number.sign = "0x";
-    if (base == 8 && directive.prefixed) number.sign = "0";
+    if (base == 16 && directive.prefixed && number.digits != "0") number.sign = "0x";
   }
+  if (directive.precision == 0 && number.digits == "0") number.digits.clear();
   if (directive.HasPrecision() && number.digits.size() < directive.precision) {
     number.digits.insert(0, directive.precision - number.digits.size(), '0');
   }
+  const bool octal = base == 8 && directive.prefixed;
+  if (octal && !number.digits.starts_with('0')) number.digits.insert(0, 1, '0');
   if (directive.conversion == 'X') {
     ToUpperCase(number.sign);
     ToUpperCase(number.digits);
@@ -202,7 +205,8 @@ void PutArgument(FormatSink& sink, const FormatArgument& argument, const Directi
     case Kind::Units:
       return PutUnits(sink, argument.units, directive);
     case Kind::Float:
-      return PutNumber(sink, FormatFloat(argument.real, directive), directive, true);
+      return PutNumber(sink, FormatFloat(argument.real, directive), directive,
+                       std::isfinite(argument.real));
     case Kind::Byte:
       if (!asInteger) {
         const char byte = static_cast<char>(argument.number);

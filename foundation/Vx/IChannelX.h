@@ -16,7 +16,7 @@ class FOUNDATION_API IChannelX final {
   IChannelX(const IChannelX&) = delete;
   IChannelX& operator=(const IChannelX&) = delete;
 
-  /// Any type of the protocol; there are no conversions between them.
+  /// Any type of the protocol.
   template <class T>
   void Read(T& value) {
     protocol.Read(channel, value);

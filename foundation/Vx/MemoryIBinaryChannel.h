@@ -18,7 +18,7 @@ class FOUNDATION_API MemoryIBinaryChannel final : public IBinaryChannel, public 
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
   void Close() override;
 
-  [[nodiscard]] bool CanPeek() const noexcept override { return true; }
+  [[nodiscard]] unsigned int GetPeekSize() const noexcept override { return ToEnd; }
   [[nodiscard]] std::string_view Peek() override;
   void Advance(unsigned int size) override;
 

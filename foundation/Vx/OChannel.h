@@ -1,10 +1,9 @@
 #pragma once
 
-#include <type_traits>
-
 #include "foundation/Export.h"
 #include "foundation/Vx/OProtocol.h"
 #include "foundation/Vx/Object.h"
+#include "foundation/Vx/ProtocolValue.h"
 #include "foundation/Vx/StatusCode.h"
 
 namespace Vx {
@@ -22,10 +21,12 @@ class FOUNDATION_API OChannel {
                                      unsigned int* written) = 0;
 
   /// Writes a value through the protocol.
-  template <class T>
-  requires(!std::is_base_of_v<Object, T>) [[nodiscard]] int Write(const T& value) {
+  template <PrimitiveValue T>
+  [[nodiscard]] int Write(const T& value) {
     return protocol.Write(*this, value);
   }
+  [[nodiscard]] int Write(const char* text) { return protocol.Write(*this, text); }
+  [[nodiscard]] int Write(const void* pointer) { return protocol.Write(*this, pointer); }
   /// Lets the object write itself.
   [[nodiscard]] int Write(const Object& value) { return value.WriteTo(*this); }
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <concepts>
-
 #include "foundation/Export.h"
 #include "foundation/Vx/OBinaryChannel.h"
 #include "foundation/Vx/OProtocolX.h"
+#include "foundation/Vx/ProtocolValue.h"
 
 namespace Vx {
 
@@ -18,8 +17,11 @@ class FOUNDATION_API OChannelX final {
   OChannelX(const OChannelX&) = delete;
   OChannelX& operator=(const OChannelX&) = delete;
 
-  /// Any type of the protocol; there are no conversions between them.
-  template <class T>
+  template <PrimitiveValue T>
+  void Write(const T& value) {
+    protocol.Write(channel, value);
+  }
+  template <std::same_as<UniString> T>
   void Write(const T& value) {
     protocol.Write(channel, value);
   }

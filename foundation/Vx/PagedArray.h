@@ -18,7 +18,7 @@ namespace Vx {
 ///
 /// Elements live in pages of eight. Pages come in blocks, each one allocation: the first block has
 /// one page, the second two, and so on, so that n elements take about the square root of n
-/// allocations and at most that share of n is unused. A table of page pointers finds an element
+/// allocations and unused room of that order. A table of page pointers finds an element
 /// by its index; while there is one page, the table is a member of the object. Shrinking lags
 /// behind by one block, so that a size that moves up and down around a block's edge does not
 /// allocate and free in turn.

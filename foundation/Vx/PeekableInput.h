@@ -14,8 +14,9 @@ class FOUNDATION_API PeekableInput {
   /// The peekable face of `channel`, or null if it has none. It lives as long as the channel.
   [[nodiscard]] static PeekableInput* Find(IBinaryChannel& channel) noexcept;
 
-  /// Whether the channel can be peeked into. A filter can if the channel beneath it can.
-  [[nodiscard]] virtual bool CanPeek() const noexcept = 0;
+  /// How many bytes the channel holds in memory at the most; 0 if it can't be peeked into. A filter
+  /// says what the channel beneath it says.
+  [[nodiscard]] virtual unsigned int GetPeekSize() const noexcept = 0;
 
   /// The next bytes, at least one; empty at the end of input. They stay where they are until the
   /// channel is read, peeked into again, closed or destroyed. Raises what `Read` raises.

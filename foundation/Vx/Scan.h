@@ -15,7 +15,7 @@ class UniString;
 class ScanTarget {
  public:
   template <class T>
-  requires std::is_integral_v<T> ScanTarget(T* value)
+  requires(std::is_integral_v<T> && !std::is_same_v<T, bool>) ScanTarget(T* value)
   noexcept : target(value), width(sizeof(T)), isSigned(std::is_signed_v<T>) {}
   ScanTarget(UniString* value) noexcept : target(value), isText(true) {}
 

@@ -8,8 +8,9 @@ class FOUNDATION_API Thread final {
  public:
   Thread() = delete;
 
-  /// Suspends the calling thread for `milliseconds`. With `full` true a signal does not shorten
-  /// the sleep; with false the sleep is a single wait, which a signal may end early.
+  /// Suspends the calling thread for `milliseconds`, the whole of them where `full` is true,
+  /// whatever signals come in between. Without it the sleep may end early, but does not on this
+  /// platform.
   static void Sleep(unsigned int milliseconds, bool full);
 };
 

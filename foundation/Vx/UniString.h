@@ -112,7 +112,7 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
     return left.GetView() == right.GetView();
   }
   friend bool operator==(const UniString& left, const UniChar* right) noexcept {
-    return left.GetView() == View(right);
+    return left.GetView() == (right == nullptr ? View() : View(right));
   }
   /// Orders by the values of the units.
   friend std::strong_ordering operator<=>(const UniString& left, const UniString& right) noexcept {

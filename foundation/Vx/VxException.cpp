@@ -32,12 +32,14 @@ VxException& VxException::operator=(const VxException& source) {
   if (this == &source) return *this;
   Vx::UniString text = source.message;
   Vx::String utf8 = source.utf8Message;
-  cause.reset(source.cause ? source.cause->Clone() : nullptr);
-  message = std::move(text);
-  utf8Message = std::move(utf8);
+  std::unique_ptr<VxException> reason(source.cause ? source.cause->Clone() : nullptr);
   fileName = source.fileName;
   lineNumber = source.lineNumber;
   identifier = source.identifier;
+  message = std::move(text);
+  utf8Message = std::move(utf8);
+  // Last, since the source may be the cause of this exception, or hang below it.
+  cause = std::move(reason);
   return *this;
 }
 

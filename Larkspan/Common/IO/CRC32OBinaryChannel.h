@@ -7,7 +7,7 @@
 namespace Larkspan::Common::IO {
 
 /// Takes the CRC-32 of the bytes that are written through it.
-/// The count of a reference is shared with the caller; a plain reference must outlive this channel.
+/// A counted reference shares ownership; a plain reference must outlive this channel.
 /// An empty reference raises `Vx::IllegalArgumentException`.
 class LARKSPAN_API CRC32OBinaryChannel final : public DigestOBinaryChannel<CRC32> {
  public:

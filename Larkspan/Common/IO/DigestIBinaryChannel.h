@@ -25,7 +25,9 @@ class DigestIBinaryChannel : public Vx::IBinaryChannel, public Vx::PeekableInput
   }
   void Close() override { GetInputChannel().Close(); }
 
-  [[nodiscard]] bool CanPeek() const noexcept override { return peekable != nullptr; }
+  [[nodiscard]] unsigned int GetPeekSize() const noexcept override {
+    return peekable == nullptr ? 0 : peekable->GetPeekSize();
+  }
   [[nodiscard]] std::string_view Peek() override { return peeked = peekable->Peek(); }
   void Advance(unsigned int size) override {
     digest.Update(peeked.data(), size);

@@ -23,10 +23,13 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel, public 
                                   ReadSomeModeSelector mode) override;
   /// The bytes from the present position to the end of the file.
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
-  /// If it fails, the channel stays open and `Close` can be called again.
+  /// If it fails, the channel does not count as closed and `Close` can be called again; the file
+  /// itself is closed.
   void Close() override;
 
-  [[nodiscard]] bool CanPeek() const noexcept override { return true; }
+  [[nodiscard]] unsigned int GetPeekSize() const noexcept override {
+    return ::IO::File::BufferSize;
+  }
   [[nodiscard]] std::string_view Peek() override;
   void Advance(unsigned int size) override { file.Advance(size); }
 

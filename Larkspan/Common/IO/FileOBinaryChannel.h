@@ -22,7 +22,8 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
 
   void Write(const char* data, unsigned int size) override;
   void Flush() override;
-  /// If it fails, the channel stays open and `Close` can be called again.
+  /// If it fails, the channel does not count as closed and `Close` can be called again; the file
+  /// itself is closed.
   void Close() override;
 
  private:

@@ -11,6 +11,15 @@
 namespace Larkspan::Common::IO {
 namespace {
 
+// Input that is borrowed: zlib is markedly faster on more input at a time than a small buffer
+// holds. Where the wrapped channel has whole pieces of the buffer's size in memory, large reads
+// decompress them there, and then take from the channel those pieces that reading one by one would
+// have taken. Given more input, zlib may look a few bits behind the last byte that it puts out,
+// into a piece that would not have been read yet; the small refill that ends each large read needs
+// that piece in any case, as long as the buffer is larger than what zlib can put out without input,
+// 258 bytes.
+constexpr unsigned int MinBorrowingSize = 512;
+
 // Keeps sums of sizes within 32 bits; no buffer is nearly as large.
 constexpr std::size_t MaxBorrowed = 0x10000000;
 
@@ -37,7 +46,9 @@ void InflaterIBinaryChannel::Initialize(unsigned int bufferSize) {
     throw Vx::IllegalArgumentException("Invalid buffer size: buffer size is too small.", __FILE__,
                                        __LINE__);
   }
-  peekable = Vx::PeekableInput::Find(GetBaseChannel());
+  Vx::PeekableInput* const face = Vx::PeekableInput::Find(GetBaseChannel());
+  const bool gains = face != nullptr && face->GetPeekSize() > bufferSize;
+  if (gains && bufferSize >= MinBorrowingSize) peekable = face;
   inputCapacity = bufferSize;
   input = AllocateZlibMemory<char[]>(bufferSize,
                                      "Failed to allocate input buffer for inflater input channel.",
@@ -66,11 +77,12 @@ void InflaterIBinaryChannel::EnsureOpened(const char* file, unsigned int line) c
 }
 
 // The pump: decompresses into `target` until it is full or the stream has ended; gives the bytes.
-unsigned int InflaterIBinaryChannel::Inflate(char* target, unsigned int size) const {
+unsigned int InflaterIBinaryChannel::Inflate(char* target, unsigned int size,
+                                             bool borrowing) const {
   stream->avail_out = size;
   stream->next_out = reinterpret_cast<Bytef*>(target);
   while (stream->avail_out != 0 && !streamEnded) {
-    if (stream->avail_in == 0) TakeInput();
+    if (stream->avail_in == 0) TakeInput(borrowing);
     const int result = inflate(stream.get(), Z_NO_FLUSH);
     streamEnded = result == Z_STREAM_END;
     SettleInput();
@@ -83,11 +95,8 @@ unsigned int InflaterIBinaryChannel::Inflate(char* target, unsigned int size) co
   return size - stream->avail_out;
 }
 
-// zlib is markedly faster on more input at a time than `inputCapacity`. Where the wrapped channel
-// has whole pieces of that size in memory, they are decompressed there, and `SettleInput` then
-// takes from the channel those that reading piece by piece would have taken: nobody can tell.
-void InflaterIBinaryChannel::TakeInput() const {
-  if (peekable != nullptr) {
+void InflaterIBinaryChannel::TakeInput(bool borrowing) const {
+  if (borrowing && peekable != nullptr) {
     const std::string_view bytes = peekable->Peek().substr(0, MaxBorrowed);
     borrowed = static_cast<unsigned int>(bytes.size() - bytes.size() % inputCapacity);
     SetInput(bytes.data(), borrowed);
@@ -117,7 +126,7 @@ void InflaterIBinaryChannel::SetInput(const char* bytes, unsigned int size) cons
 }
 
 void InflaterIBinaryChannel::FillBuffer() const {
-  valid = Inflate(output.get(), outputCapacity);
+  valid = Inflate(output.get(), outputCapacity, false);
   position = 0;
 }
 
@@ -141,7 +150,7 @@ unsigned int InflaterIBinaryChannel::Read(char* buffer, unsigned int size, ReadS
   // straight into the caller's. The wrapped channel is read as if each had gone through ours.
   if (position == valid && !streamEnded && size - total >= outputCapacity) {
     const unsigned int left = size - total;
-    total += Inflate(buffer + total, left - left % outputCapacity);
+    total += Inflate(buffer + total, left - left % outputCapacity, true);
   }
   // Runs ahead of need by one buffer, so that the end of the stream is seen with its last byte.
   RefillUsedUpBuffer();

@@ -12,10 +12,10 @@ namespace Larkspan::Common::IO {
 
 /// Reads and decompresses one zlib stream (RFC 1950) from the wrapped channel.
 ///
-/// Takes twice the buffer size and zlib's own memory at construction, and no more after that.
-/// Reads ahead of need: a failure can come up in the call that took the last good bytes. A wrapped
-/// channel that ends before the stream does is a failure. `Close` closes the wrapped channel, owned
-/// or not; destruction does not.
+/// Takes twice the buffer size at construction; zlib takes its own memory then and with the first
+/// bytes. Reads ahead of need: a failure can come up in the call that took the last good bytes. A
+/// wrapped channel that ends before the stream does is a failure. `Close` closes the wrapped
+/// channel, owned or not; destruction does not.
 class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
  public:
   /// `bufferSize`, above 0, is the size of each of the two buffers: the wrapped channel is read in
@@ -38,8 +38,8 @@ class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
   void Initialize(unsigned int bufferSize);
   void Destroy() noexcept;
   void EnsureOpened(const char* file, unsigned int line) const;
-  unsigned int Inflate(char* target, unsigned int size) const;
-  void TakeInput() const;
+  unsigned int Inflate(char* target, unsigned int size, bool borrowing) const;
+  void TakeInput(bool borrowing) const;
   void SettleInput() const;
   void SetInput(const char* bytes, unsigned int size) const noexcept;
   void FillBuffer() const;
@@ -58,10 +58,11 @@ class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
   mutable unsigned int position = 0;
   ZlibMemory<char[]> output;
   mutable bool streamEnded = false;
-  // Input that is decompressed where it lies in the wrapped channel; see `TakeInput`.
+  bool closed = false;
+  // The wrapped channel, if it pays to decompress input where it lies there, and how much of that
+  // zlib has at the moment.
   Vx::PeekableInput* peekable = nullptr;
   mutable unsigned int borrowed = 0;
-  bool closed = false;
 };
 
 }  // namespace Larkspan::Common::IO

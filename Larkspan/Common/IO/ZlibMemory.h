@@ -1,7 +1,8 @@
 #pragma once
 
-#include <cstring>
+#include <cstddef>
 #include <memory>
+#include <type_traits>
 
 #include "foundation/Vx/Memory.h"
 #include "foundation/Vx/OutOfMemoryException.h"

@@ -41,23 +41,25 @@ int AppendText(Vx::UniString::View text, Vx::String& bytes) {
   return 0;
 }
 
+// Leaves no half of a path behind: it would be the path of something else.
+int Convert(Vx::UniString::View text, Vx::String& bytes) noexcept {
+  bytes.Clear();
+  const int error = GuardMemory(ENOMEM, [&] { return AppendText(text, bytes); });
+  if (error != 0) bytes.Clear();
+  return error;
+}
+
 }  // namespace
 
 int NameToBytes(Vx::UniString::View name, Vx::String& bytes) noexcept {
   if (!PathNames::IsName(name)) return EINVAL;
-  return GuardMemory(ENOMEM, [&] {
-    bytes.Clear();
-    return AppendText(name, bytes);
-  });
+  return Convert(name, bytes);
 }
 
 int LocationToBytes(const Location& location, Vx::String& bytes) noexcept {
   if (location.IsEmpty()) return EINVAL;
   if (location.GetPath().front() != PathNames::Separator) return ENOENT;
-  return GuardMemory(ENOMEM, [&] {
-    bytes.Clear();
-    return AppendText(location.GetPath(), bytes);
-  });
+  return Convert(location.GetPath(), bytes);
 }
 
 Vx::UniString BytesToText(std::string_view bytes) {
