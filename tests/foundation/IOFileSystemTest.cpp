@@ -20,7 +20,8 @@ namespace {
 using IO::EntryType;
 using IO::fileSystem;
 using IO::Name;
-using namespace Larkspan::Testing;
+using Larkspan::Testing::AllocationFault;
+using namespace Tests;
 
 constexpr auto Report = IO::AccessDeniedTreatment::Report;
 constexpr auto Plain = IO::DataSafety::None;

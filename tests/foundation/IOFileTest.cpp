@@ -18,7 +18,8 @@ namespace {
 using IO::File;
 using IO::OnNotFound;
 using IO::OpenMode;
-using namespace Larkspan::Testing;
+using Larkspan::Testing::AllocationFault;
+using namespace Tests;
 
 constexpr auto Report = IO::AccessDeniedTreatment::Report;
 

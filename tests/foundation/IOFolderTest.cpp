@@ -20,7 +20,7 @@ namespace {
 using IO::Folder;
 using IO::Name;
 using IO::OnNotFound;
-using namespace Larkspan::Testing;
+using namespace Tests;
 
 // All calls but the one that the slow road makes in vain.
 constexpr unsigned int CallOther = CallAny & ~CallRename2;

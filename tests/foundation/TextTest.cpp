@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 #include <set>
 #include <string>
@@ -33,19 +32,14 @@ constexpr UniChar EdgeUnits[] = {0,      1,      '%',    0x7F,   0x80,   0xFF,
                                  0x100,  0x7FF,  0x800,  0xD7FF, 0xD800, 0xDBFF,
                                  0xDC00, 0xDFFF, 0xE000, 0xFEFF, 0xFFFD, 0xFFFF};
 
-class Random {
- public:
-  explicit Random(unsigned int seed) : engine(seed) {}
-  unsigned int Below(unsigned int limit) { return static_cast<unsigned int>(engine() % limit); }
-  UniChar Unit() { return EdgeUnits[Below(std::size(EdgeUnits))]; }
+struct Random : std::mt19937 {
+  using std::mt19937::mt19937;
+  unsigned int Below(unsigned int limit) { return static_cast<unsigned int>((*this)() % limit); }
   std::u16string Text(unsigned int limit) {
     std::u16string text(Below(limit), u'\0');
     for (char16_t& unit : text) unit = static_cast<char16_t>(u'a' + Below(3));
     return text;
   }
-
- private:
-  std::mt19937 engine;
 };
 
 unsigned int ToIndex(std::size_t position) {
@@ -66,44 +60,32 @@ std::u16string Replaced(const std::u16string& text, const std::u16string& from,
 void ChangeBoth(Random& random, UniString& text, std::u16string& model) {
   const std::u16string other = random.Text(6);
   const std::u16string with = random.Text(4);
-  switch (random.Below(8)) {
+  const unsigned int start = random.Below(40);
+  const unsigned int count = random.Below(5) == 0 ? Vx::ToEnd : random.Below(40);
+  switch (random.Below(6)) {
     case 0:
       text.Append(other);
       model += other;
       break;
     case 1:
-      text.Append(u'b');
-      model += u'b';
-      break;
-    case 2:
       text.Append(text.GetView());
       model += std::u16string(model);
       break;
-    case 3:
+    case 2:
       text.ReplaceAll(other, with);
       model = Replaced(model, other, with);
       break;
-    case 4:
+    case 3:
       text.ReplaceAll(u'a', u'c');
       std::replace(model.begin(), model.end(), u'a', u'c');
       break;
-    case 5: {
-      const unsigned int start = random.Below(40);
-      const unsigned int count = random.Below(5) == 0 ? Vx::ToEnd : random.Below(40);
+    case 4:
       text = text.GetSubstring(start, count);
       model = start < model.size() ? model.substr(start, count) : std::u16string();
       break;
-    }
-    case 6:
-      text.Assign(text.GetView().substr(text.GetLength() / 2));
-      model = std::u16string(model.substr(model.size() / 2));
-      break;
-    default: {
-      UniString copy(text);
-      text = std::move(copy);
+    default:
       text.Printf("%T%T", text, UniString(other));
       model += other;
-    }
   }
 }
 
@@ -136,13 +118,11 @@ TEST(UniString, NullTextCountsAsEmpty) {
   EXPECT_TRUE(UniString(bytes, VxCharCodePlain).IsEmpty());
   EXPECT_TRUE(Vx::String(bytes).IsEmpty());
   EXPECT_TRUE(UniString() == units);
-  EXPECT_FALSE(UniString(u"a") == units);
 }
 
 TEST(UniString, OrderIsThatOfTheUnits) {
   // By characters, the surrogate pair would stand behind U+FFFF.
   EXPECT_LT(UniString(u"\xD83D\xDE00"), UniString(u"\xFFFF"));
-  EXPECT_LT(UniString(u"ab"), UniString(u"abc"));
   EXPECT_LT(UniString(u"a"), UniString(u"a\0"sv));
   EXPECT_LT(Vx::String("a\x7F"), Vx::String("a\x80"));
 }
@@ -155,12 +135,9 @@ TEST(UniString, RunningOutOfMemoryLeavesTheTextAsItWas) {
   } rows[] = {
       {"assign", [](UniString& t, auto&, auto& units) { t.Assign(units); }},
       {"append", [](UniString& t, auto&, auto& units) { t.Append(units); }},
-      {"copy", [](UniString& t, auto&, auto& units) { t = UniString(units); }},
       {"decode", [](UniString& t, auto& bytes, auto&) { t.Assign(bytes, VxCharCodeUTF); }},
-      {"decode on", [](UniString& t, auto& bytes, auto&) { t.Append(bytes, VxCharCodePlain); }},
       {"replace", [](UniString& t, auto&, auto& units) { t.ReplaceAll(u"%"sv, units); }},
       {"format", [](UniString& t, auto& bytes, auto&) { t.Printf("%3000d%s%T", 1, bytes, t); }},
-      {"reserve", [](UniString& t, auto&, auto&) { t.Reserve(5000); }},
       {"encode",
        [](UniString& t, auto&, auto&) {
          EXPECT_TRUE(t.ToCStr(0, Vx::ToEnd, VxCharCodeUTF, OnConversionErrorFail));
@@ -228,27 +205,19 @@ TEST(Encoding, MalformedBytesAreRefusedAndLeaveTheTextAsItWas) {
     bool inJava;
   } rows[] = {
       {"stray tail", "\x80", JavaToo},
-      {"tail behind a character", "\xC3\xA9\xA9", JavaToo},
       {"lead alone", "\xC3", JavaToo},
       {"two of three", "\xE2\x89", JavaToo},
       {"three of four", "\xF0\xA3\x8E", JavaToo},
       {"lead after lead", "\xC3\xC3\xA9", JavaToo},
       {"ASCII for a tail", "\xE2\x89y", JavaToo},
-      {"zero for a tail", "\xC3\0"sv, JavaToo},
       {"overlong slash, two bytes", "\xC0\xAF", JavaToo},
       {"overlong slash, three bytes", "\xE0\x80\xAF", JavaToo},
       {"overlong slash, four bytes", "\xF0\x80\x80\xAF", JavaToo},
-      {"overlong U+007F", "\xC1\xBF", JavaToo},
-      {"overlong U+07FF", "\xE0\x9F\xBF", JavaToo},
       {"overlong U+FFFF", "\xF0\x8F\xBF\xBF", JavaToo},
       {"overlong zero, two bytes", "\xC0\x80", false},
-      {"overlong zero, three bytes", "\xE0\x80\x80", JavaToo},
-      {"overlong zero, four bytes", "\xF0\x80\x80\x80", JavaToo},
       {"first behind U+10FFFF", "\xF4\x90\x80\x80", JavaToo},
-      {"lead F5", "\xF5\x80\x80\x80", JavaToo},
       {"five bytes", "\xF8\x88\x80\x80\x80", JavaToo},
       {"six bytes", "\xFC\x84\x80\x80\x80\x80", JavaToo},
-      {"FE", "\xFE", JavaToo},
       {"FF", "\xFF", JavaToo},
       {"lone high surrogate", "\xED\xA0\x80", false},
       {"lone low surrogate", "\xED\xBF\xBF", false},
@@ -280,7 +249,7 @@ TEST(Encoding, EverySequenceOfUnitsComesBackThroughTheModifiedForm) {
   Random random(1);
   for (int count = 0; count < 1000; ++count) {
     texts.emplace_back(random.Below(30), u'\0');
-    for (char16_t& unit : texts.back()) unit = random.Unit();
+    for (char16_t& unit : texts.back()) unit = EdgeUnits[random.Below(std::size(EdgeUnits))];
   }
   for (const std::u16string& text : texts) {
     const std::string bytes = Encode(UniString(text), VxCharCodeUTF);
@@ -291,25 +260,8 @@ TEST(Encoding, EverySequenceOfUnitsComesBackThroughTheModifiedForm) {
   }
 }
 
-TEST(Encoding, StandardFourByteSequencesAreReadInTheModifiedForm) {
+TEST(Encoding, WhatAnEncodingDoesNotHaveIsReplacedRefusedOrTakenOver) {
   EXPECT_EQ(UniString("\xF0\x90\x90\x80\xF4\x8F\xBF\xBF", VxCharCodeUTF), u"\U00010400\U0010FFFF");
-}
-
-TEST(Encoding, EveryCharacterComesBackThroughUtf8) {
-  for (char32_t character = 0; character <= 0x10FFFF; ++character) {
-    if (character >= 0xD800 && character <= 0xDFFF) continue;
-    UniString text;
-    if (character > 0xFFFF) {
-      text.Append(static_cast<UniChar>(0xD7C0 + (character >> 10U)));
-      text.Append(static_cast<UniChar>(0xDC00 | (character & 0x3FFU)));
-    } else {
-      text.Append(static_cast<UniChar>(character));
-    }
-    ASSERT_EQ(UniString::FromUTF8(text.ToUTF8()), text) << std::hex << +character;
-  }
-}
-
-TEST(Encoding, UnitsWithoutAnEncoding) {
   EXPECT_EQ(UniString(u"a\xD800z\xDC00\xD800\xDC00\xDBFF").ToUTF8(),
             "a\xEF\xBF\xBDz\xEF\xBF\xBD\xF0\x90\x80\x80\xEF\xBF\xBD");
   EXPECT_THROW(Encode(u"a\u0100", VxCharCodePlain), Vx::ConversionErrorException);
@@ -322,40 +274,23 @@ TEST(Encoding, UnitsWithoutAnEncoding) {
 }
 
 TEST(Encoding, PartsOfATextBecomeByteTexts) {
-  const struct {
-    unsigned int start;
-    unsigned int count;
-    const char* bytes;
-  } rows[] = {{0, Vx::ToEnd,
-               "na\xEF"
-               "ve"},
-              {2, 1, "\xEF"},
-              {3, Vx::ToEnd - 1, "ve"},
-              {1, 0, ""},
-              {5, 1, ""},
-              {Vx::ToEnd, Vx::ToEnd, ""}};
   const UniString text(u"na\u00EFve");
-  for (const auto& row : rows) {
-    const Vx::ByteArray bytes =
-        text.ToCStr(row.start, row.count, VxCharCodePlain, OnConversionErrorFail);
-    EXPECT_STREQ(bytes.get(), row.bytes) << row.start << " " << row.count;
-  }
+  const auto part = [&text](unsigned int start, unsigned int count) {
+    return std::string(text.ToCStr(start, count, VxCharCodePlain, OnConversionErrorFail).get());
+  };
+  EXPECT_EQ(part(0, Vx::ToEnd),
+            "na\xEF"
+            "ve");
+  EXPECT_EQ(part(2, 1), "\xEF");
+  EXPECT_EQ(part(3, Vx::ToEnd - 1), "ve");
+  EXPECT_EQ(part(1, 0) + part(5, 1) + part(Vx::ToEnd, Vx::ToEnd), "");
 }
 
 TEST(Hash, SipHashGivesItsKnownValues) {
   // Of Python's `hash(bytes)` with PYTHONHASHSEED=0, where the key is zero.
-  const struct {
-    std::string bytes;
-    std::uint64_t hash;
-  } rows[] = {
-      {"a", 0x407448d2b89b1813U},
-      {"abcdefg", 0x6db12aae9070f506U},
-      {"abcdefgh", 0x3f7b849c0b8e35eaU},
-      {"abcdefghijklmno", 0x1fd27a29b0e9dc7aU},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(Vx::SipHash::Hash({0, 0}, row.bytes.data(), row.bytes.size()), row.hash) << row.bytes;
-  }
+  EXPECT_EQ(Vx::SipHash::Hash({0, 0}, "a", 1), 0x407448d2b89b1813U);
+  EXPECT_EQ(Vx::SipHash::Hash({0, 0}, "abcdefgh", 8), 0x3f7b849c0b8e35eaU);
+  EXPECT_EQ(Vx::SipHash::Hash({0, 0}, "abcdefghijklmno", 15), 0x1fd27a29b0e9dc7aU);
 }
 
 TEST(Hash, CraftedTextsDoNotCollide) {

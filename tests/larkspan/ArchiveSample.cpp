@@ -59,11 +59,13 @@ SampleArchive MakeSample(unsigned int reserved) {
   return {reserved,
           {{"author", "Ada"}, {"empty", ""}},
           {{"stored.txt", ArchiveEntry::Stored, {}, "stored words"},
-           {"deflated.txt", ArchiveEntry::Deflated, {{"kind", "text"}, {"e", ""}},
+           {"deflated.txt",
+            ArchiveEntry::Deflated,
+            {{"kind", "text"}, {"e", ""}},
             std::string(3000, 'z') + "end"},
            {"empty", ArchiveEntry::Stored, {}, ""},
            {"empty too", ArchiveEntry::Deflated, {}, ""},
-           {"noise", ArchiveEntry::Deflated, {{"kind", "noise"}}, Noise(1500)}}};
+           {"noise", ArchiveEntry::Deflated, {{"kind", "noise"}}, Noise(500)}}};
 }
 
 std::string ToBytes(const SampleArchive& archive, std::vector<std::size_t>* starts) {

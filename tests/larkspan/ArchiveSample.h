@@ -29,7 +29,8 @@ struct SampleArchive {
   friend bool operator==(const SampleArchive&, const SampleArchive&) = default;
 };
 
-/// Several entries: stored, deflated, empty, with headers and without, names and data all different.
+/// Several entries: stored, deflated, empty, with headers and without, names and data all
+/// different.
 [[nodiscard]] SampleArchive MakeSample(unsigned int reserved);
 
 /// The bytes of an archive, put together here and compressed by zlib's own functions. `starts`, if

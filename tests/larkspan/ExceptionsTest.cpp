@@ -19,7 +19,8 @@ using Larkspan::Common::IO::FileTransactionException;
 
 template <class Class>
 class OwnExceptions : public testing::Test {};
-using OwnClasses = testing::Types<ArchiveException, FileNotFoundException, FileTransactionException>;
+using OwnClasses =
+    testing::Types<ArchiveException, FileNotFoundException, FileTransactionException>;
 TYPED_TEST_SUITE(OwnExceptions, OwnClasses);
 
 TYPED_TEST(OwnExceptions, CloneOutlivesTheOriginalWithAllThatItTells) {
@@ -68,7 +69,8 @@ TEST(ExceptionReport, WithoutMessageAndPlaceItShowsTheName) {
 TEST(ExceptionReport, LongReportComesOutWhole) {
   const std::u16string message(5000, u'm');
   const Vx::UniString report = ToString(ArchiveException(Vx::UniString(message), "a.cpp", 1));
-  EXPECT_EQ(report, Vx::UniString(u"\nException: ArchiveException: " + message + u"\n\tat a.cpp(1)"));
+  EXPECT_EQ(report,
+            Vx::UniString(u"\nException: ArchiveException: " + message + u"\n\tat a.cpp(1)"));
 }
 
 std::string debugText;

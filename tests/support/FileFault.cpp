@@ -8,7 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace Larkspan::Testing {
+namespace Tests {
 namespace {
 
 constexpr std::size_t NoLimit = static_cast<std::size_t>(-1);
@@ -82,9 +82,9 @@ bool IsStandard(int descriptor) noexcept {
 }
 
 }  // namespace
-}  // namespace Larkspan::Testing
+}  // namespace Tests
 
-using namespace Larkspan::Testing;
+using namespace Tests;
 
 extern "C" {
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace Larkspan::Testing {
+namespace Tests {
 
 /// The system calls that can be made to fail, as bits. The test program defines the C functions
 /// itself, in front of the C library's; without a fault in force they do what they always do.
@@ -68,4 +68,4 @@ class DiskSpace final {
   ~DiskSpace();
 };
 
-}  // namespace Larkspan::Testing
+}  // namespace Tests

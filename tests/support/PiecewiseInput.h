@@ -11,7 +11,7 @@
 namespace Tests {
 
 /// A source that delivers at most `piece` bytes at a time and records the sizes it was asked for.
-/// From byte `breakAt` on it fails; `Repair` ends that.
+/// From byte `breakAt` on it fails.
 class PiecewiseInput final : public Vx::IBinaryChannel {
  public:
   explicit PiecewiseInput(std::string bytes, std::size_t piece = std::string::npos,
@@ -35,7 +35,6 @@ class PiecewiseInput final : public Vx::IBinaryChannel {
   }
   void Close() override { ++closes; }
 
-  void Repair() { broken = std::string::npos; }
   [[nodiscard]] std::size_t GetPosition() const noexcept { return position; }
 
   std::vector<unsigned int> asked;
@@ -46,9 +45,9 @@ class PiecewiseInput final : public Vx::IBinaryChannel {
     if (closes > 0) throw Vx::IOException("The source is closed.");
   }
 
-  std::string content;
-  std::size_t limit;
-  std::size_t broken;
+  const std::string content;
+  const std::size_t limit;
+  const std::size_t broken;
   std::size_t position = 0;
 };
 

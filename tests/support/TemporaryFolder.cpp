@@ -9,7 +9,7 @@
 
 #include "foundation/IO/FileSystem.h"
 
-namespace Larkspan::Testing {
+namespace Tests {
 
 TemporaryFolder::TemporaryFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "larkspan-XXXXXX").string();
@@ -52,4 +52,4 @@ std::vector<std::string> TemporaryFolder::GetNames() const {
   return names;
 }
 
-}  // namespace Larkspan::Testing
+}  // namespace Tests

@@ -7,7 +7,7 @@
 
 #include "foundation/IO/Location.h"
 
-namespace Larkspan::Testing {
+namespace Tests {
 
 /// A new folder among the system's temporary ones, removed with all that is in it at the end.
 class TemporaryFolder final {
@@ -32,4 +32,4 @@ class TemporaryFolder final {
   std::filesystem::path path;
 };
 
-}  // namespace Larkspan::Testing
+}  // namespace Tests

@@ -1,5 +1,6 @@
 #include "tools/larkspan/Console.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace Tool {
@@ -19,11 +20,12 @@ void Console::Detail(const std::string& subject, const std::string& text) {
 
 void Console::Warn(const std::string& subject, const std::string& text) {
   Note(subject, text);
-  outcome = ExitCode::Incomplete;
+  outcome = std::max(outcome, ExitCode::Incomplete);
 }
 
 void Console::Report(const Failure& failure) {
   Print(failure.what());
+  outcome = std::max(outcome, failure.GetExitCode());
   if (verbose && !failure.GetReport().empty()) {
     std::fputs((failure.GetReport().substr(1) + "\n").c_str(), stderr);
   }

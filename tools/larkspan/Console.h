@@ -20,9 +20,10 @@ class Console final {
   void Detail(const std::string& subject, const std::string& text);
   /// Something could not be done, and the work goes on without it.
   void Warn(const std::string& subject, const std::string& text);
+  /// The end of a command, or of a part of it that others don't depend on.
   void Report(const Failure& failure);
 
-  /// How a command ends that came to its end.
+  /// The worst of all that was told so far.
   [[nodiscard]] ExitCode GetOutcome() const noexcept { return outcome; }
   [[nodiscard]] Progress& GetProgress() noexcept { return progress; }
 

@@ -19,9 +19,9 @@ Failure SystemFailure(const std::string& subject, std::string_view action, int s
                  std::string(action) + ": " + DescribeStatus(status));
 }
 
-Failure BadArchive(const std::string& subject, std::string_view text, const VxException& reason) {
-  return Failure(ExitCode::BadArchive, subject,
-                 std::string(text) + ": " + ToPrintable(reason.GetMessage()),
+Failure LibraryFailure(ExitCode code, const std::string& subject, std::string_view text,
+                       const VxException& reason) {
+  return Failure(code, subject, std::string(text) + ": " + ToPrintable(reason.GetMessage()),
                  Larkspan::Common::ToString(reason).ToUTF8());
 }
 

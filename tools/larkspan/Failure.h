@@ -8,7 +8,7 @@ class VxException;
 
 namespace Tool {
 
-/// What the program tells its caller.
+/// What the program tells its caller, from good to bad.
 enum class ExitCode : int {
   Done = 0,
   Incomplete = 1,  // done, but not all of it
@@ -39,9 +39,9 @@ class Failure final : public std::exception {
 /// The system refused `action` with `status`, one of the file-system layer's.
 [[nodiscard]] Failure SystemFailure(const std::string& subject, std::string_view action,
                                     int status);
-/// `text` and the message of `reason`.
-[[nodiscard]] Failure BadArchive(const std::string& subject, std::string_view text,
-                                 const VxException& reason);
+/// The same as the library tells it: `text` and the message of `reason`.
+[[nodiscard]] Failure LibraryFailure(ExitCode code, const std::string& subject,
+                                     std::string_view text, const VxException& reason);
 
 /// Nobody reads the standard output any more: no failure, and no reason to go on.
 struct PipeClosed {};

@@ -1,8 +1,10 @@
 #include "tools/larkspan/Interruption.h"
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <mutex>
 #include <thread>
 
 #include "foundation/IO/FileSystem.h"
@@ -11,10 +13,11 @@
 namespace Tool {
 namespace {
 
-volatile std::sig_atomic_t signalCame = 0;
+constinit std::atomic<bool> signalCame = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "it is set by a handler of signals");
 
 extern "C" void NoteSignal(int) {
-  signalCame = 1;
+  signalCame = true;
 }
 
 // Both outlive the watching thread, which nobody waits for.
@@ -29,7 +32,7 @@ void Remove(const ::IO::Location& location) noexcept {
 [[noreturn]] void Watch() {
   constexpr std::chrono::milliseconds interval(50);
   constexpr std::chrono::milliseconds patience(500);
-  while (signalCame == 0) std::this_thread::sleep_for(interval);
+  while (!signalCame) std::this_thread::sleep_for(interval);
   std::this_thread::sleep_for(patience);
   const std::lock_guard guard(unfinishedMutex);
   if (unfinished != nullptr) Remove(*unfinished);
@@ -49,7 +52,7 @@ void InstallInterruption() noexcept {
 }
 
 void CheckInterruption() {
-  if (signalCame != 0) throw Interrupted();
+  if (signalCame) throw Interrupted();
 }
 
 void EndWhereBlocked() {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <mutex>
-
 #include "foundation/IO/Location.h"
 
 /// An interruption, by a person at the keyboard or by the system, ends the work at the next step

@@ -43,7 +43,7 @@ bool IsObeyedByTerminals(char32_t code) noexcept {
     char32_t first;
     char32_t last;
   };
-  constexpr Range ranges[] = {{0, 0x1F},         {0x7F, 0x9F},     {0x61C, 0x61C},  {0x200E, 0x200F},
+  constexpr Range ranges[] = {{0, 0x1F},        {0x7F, 0x9F},     {0x61C, 0x61C},  {0x200E, 0x200F},
                               {0x2028, 0x202E}, {0x2066, 0x2069}, {0xFEFF, 0xFEFF}};
   return std::any_of(std::begin(ranges), std::end(ranges), [code](const Range& range) {
     return code >= range.first && code <= range.last;

@@ -1,0 +1,233 @@
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
+#include "Larkspan/Common/IO/CRC32IBinaryChannel.h"
+#include "Larkspan/Common/IO/CountingIBinaryChannel.h"
+#include "Larkspan/Common/IO/FileIBinaryChannel.h"
+#include "Larkspan/Common/IO/InflaterIBinaryChannel.h"
+#include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
+#include "foundation/Vx/BufferedIBinaryChannel.h"
+#include "foundation/Vx/ChunkedIBinarySubChannel.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "tests/larkspan/ArchiveSample.h"
+#include "tests/support/ByteBuilder.h"
+#include "tests/support/FailureOf.h"
+#include "tests/support/PiecewiseInput.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using namespace Larkspan::Common::IO;
+using Tests::ByteBuilder;
+using Tests::FailureOf;
+using Tests::PiecewiseInput;
+using Tests::ReadRest;
+
+using Channel = std::unique_ptr<Vx::IBinaryChannel>;
+using ChannelRef = Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>;
+
+// An input channel over a source that holds the data in the form given. A new channel joins with
+// one line.
+struct Filter {
+  const char* name;
+  std::string (*encode)(const std::string& data);
+  Channel (*make)(Vx::IBinaryChannel& source);
+  const char* afterClose;
+  int closesBelow;  // closes that reach the source from two
+};
+
+void PrintTo(const Filter& filter, std::ostream* stream) {
+  *stream << filter.name;
+}
+
+std::string AsItIs(const std::string& data) {
+  return data;
+}
+
+std::string Compressed(const std::string& data) {
+  std::string compressed(compressBound(data.size()), '\0');
+  uLongf size = compressed.size();
+  compress(reinterpret_cast<Bytef*>(compressed.data()), &size,
+           reinterpret_cast<const Bytef*>(data.data()), data.size());
+  return compressed.substr(0, size);
+}
+
+std::string Framed(const std::string& data) {
+  ByteBuilder bytes;
+  for (std::size_t start = 0; start < data.size(); start += 100) {
+    const std::string frame = data.substr(start, 100);
+    bytes.U32(frame.size()).Raw(frame);
+  }
+  return bytes.U32(0);
+}
+
+template <unsigned int Method>
+std::string Archived(const std::string& data) {
+  return Tests::ToBytes({0, {}, {{"entry", Method, {}, data}}});
+}
+
+Channel OpenArchive(Vx::IBinaryChannel& source) {
+  auto archive = std::make_unique<ArchiveIBinaryChannel>(source);
+  static_cast<void>(archive->GetNextEntry());
+  return archive;
+}
+
+const Filter filters[] = {
+    {"Counting", AsItIs,
+     [](auto& source) -> Channel { return std::make_unique<CountingIBinaryChannel>(source); },
+     "IOException: The source is closed.", 2},
+    {"CRC32", AsItIs,
+     [](auto& source) -> Channel { return std::make_unique<CRC32IBinaryChannel>(source); },
+     "IOException: The source is closed.", 2},
+    {"Inflater", Compressed,
+     [](auto& source) -> Channel { return std::make_unique<InflaterIBinaryChannel>(source, 64); },
+     "IOException: Inflater input channel closed.", 1},
+    {"Chunked", Framed,
+     [](auto& source) -> Channel {
+       return std::make_unique<Vx::ChunkedIBinarySubChannel>(source,
+                                                             JavaDataInputProtocolX::GetInstance());
+     },
+     "IOException: Chunked binary input sub-channel is closed.", 0},
+    {"Buffered", AsItIs,
+     [](auto& source) -> Channel {
+       return std::make_unique<Vx::BufferedIBinaryChannel>(source, 100);
+     },
+     "IOException: Buffered binary input channel is closed.", 1},
+    {"ArchiveStored", Archived<ArchiveEntry::Stored>, OpenArchive,
+     "IOException: Archive binary input channel is closed.", 1},
+    {"ArchiveDeflated", Archived<ArchiveEntry::Deflated>, OpenArchive,
+     "IOException: Archive binary input channel is closed.", 1},
+};
+
+class InputFilter : public testing::TestWithParam<Filter> {
+ protected:
+  const std::string data = Tests::Noise(700) + std::string(700, 'a');
+};
+
+TEST_P(InputFilter, ResultDependsNeitherOnPiecesOfTheSourceNorOnSizesOfReads) {
+  for (const std::size_t piece : {1U, 2U, 3U, 7U, 100000U}) {
+    for (const unsigned int step : {1U, 2U, 3U, 7U, 64U, 4096U}) {
+      PiecewiseInput source(GetParam().encode(data), piece);
+      const Channel channel = GetParam().make(source);
+      EXPECT_EQ(ReadRest(*channel, step), data) << piece << ", " << step;
+      char byte = 0;
+      EXPECT_EQ(channel->Read(&byte, 1, Vx::IBinaryChannel::ReadSome), 0U);
+    }
+  }
+}
+
+TEST_P(InputFilter, ReadAllFallsShortOnlyAtTheEnd) {
+  PiecewiseInput source(GetParam().encode(data), 3);
+  const Channel channel = GetParam().make(source);
+  std::string buffer(data.size() + 10, '\0');
+  EXPECT_EQ(channel->Read(buffer.data(), 1000, Vx::IBinaryChannel::ReadAll), 1000U);
+  EXPECT_EQ(channel->Read(buffer.data() + 1000, 1000, Vx::IBinaryChannel::ReadAll), 400U);
+  EXPECT_EQ(buffer.substr(0, data.size()), data);
+}
+
+TEST_P(InputFilter, AvailableIsNeverMoreThanThereIsAndNoneAtTheEnd) {
+  PiecewiseInput source(GetParam().encode(data));
+  const Channel channel = GetParam().make(source);
+  for (std::size_t left = data.size(); left > 0;) {
+    const auto available = channel->GetAvailable();
+    EXPECT_GT(available, 0U);
+    EXPECT_LE(available, left);
+    char buffer[50];
+    left -= channel->Read(buffer, sizeof(buffer), Vx::IBinaryChannel::ReadSome);
+  }
+  EXPECT_EQ(channel->GetAvailable(), 0U);
+}
+
+TEST_P(InputFilter, CloseTwiceIsHarmlessAndNothingIsReadAfterIt) {
+  PiecewiseInput source(GetParam().encode(data));
+  const Channel channel = GetParam().make(source);
+  char byte = 0;
+  EXPECT_EQ(channel->Read(&byte, 1, Vx::IBinaryChannel::ReadSome), 1U);
+  channel->Close();
+  channel->Close();
+  EXPECT_EQ(source.closes, GetParam().closesBelow);
+  const auto read = [&] {
+    static_cast<void>(channel->Read(&byte, 1, Vx::IBinaryChannel::ReadSome));
+  };
+  EXPECT_EQ(FailureOf(read), GetParam().afterClose);
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(channel->GetAvailable()); }), GetParam().afterClose);
+}
+
+TEST_P(InputFilter, SourceThatBreaksAtAnyByteIsReported) {
+  PiecewiseInput whole(GetParam().encode(data));
+  const std::string name(GetParam().name);
+  // A name that can't be read ends an archive; what lies before it is not read here.
+  std::size_t first = 0;
+  {
+    const Channel channel = GetParam().make(whole);
+    if (name.starts_with("Archive")) first = whole.GetPosition();
+    static_cast<void>(ReadRest(*channel));
+  }
+  for (std::size_t at = first; at < whole.GetPosition(); ++at) {
+    PiecewiseInput source(GetParam().encode(data), 50, at);
+    EXPECT_EQ(FailureOf([&] { static_cast<void>(ReadRest(*GetParam().make(source), 50)); }),
+              "IOException: The source is broken.")
+        << at;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, InputFilter, testing::ValuesIn(filters),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(InputEndPoint, FileAndMemoryKeepTheContract) {
+  const Tests::TemporaryFolder folder;
+  folder.Write("f", "abcdef");
+  Vx::MemoryIBinaryChannel memory("abcdef", 6);
+  FileIBinaryChannel file(folder.At("f"), FileShare::NoShare);
+  const struct {
+    Vx::IBinaryChannel& channel;
+    const char* afterClose;
+  } rows[] = {{memory, "IOException: Memory binary input channel is closed."},
+              {file, "IOException: File binary input channel is closed."}};
+  for (const auto& [channel, afterClose] : rows) {
+    EXPECT_EQ(channel.GetAvailable(), 6U);
+    EXPECT_EQ(ReadRest(channel, 4), "abcdef");
+    EXPECT_EQ(ReadRest(channel, 4), "");
+    EXPECT_EQ(channel.GetAvailable(), 0U);
+    channel.Close();
+    channel.Close();
+    EXPECT_EQ(FailureOf([&, &source = channel] { static_cast<void>(ReadRest(source)); }),
+              afterClose);
+    EXPECT_EQ(FailureOf([&, &source = channel] { static_cast<void>(source.GetAvailable()); }),
+              afterClose);
+  }
+}
+
+TEST(InputFilters, DigestsFollowBothFormsOfReadAndStayReadableAfterClose) {
+  PiecewiseInput source("123456789", 2);
+  CountingIBinaryChannel counter(source);
+  CRC32IBinaryChannel channel(counter);
+  char buffer[20];
+  EXPECT_EQ(channel.Read(buffer, 3, Vx::IBinaryChannel::ReadSome), 2U);
+  EXPECT_EQ(channel.Read(buffer, 20, Vx::IBinaryChannel::ReadAll), 7U);
+  EXPECT_EQ(channel.Read(buffer, 20, Vx::IBinaryChannel::ReadSome), 0U);
+  channel.Close();
+  EXPECT_EQ(channel.GetCRC(), 0xCBF43926U);
+  EXPECT_EQ(counter.GetCount(), 9U);
+  channel.ResetCRC();
+  counter.ResetCount();
+  EXPECT_EQ(channel.GetCRC() + counter.GetCount(), 0U);
+}
+
+TEST(InputFilters, EmptyReferenceIsRefused) {
+  const ChannelRef none;
+  const std::string binary =
+      "IllegalArgumentException: Invalid binary input channel: channel is null.";
+  EXPECT_EQ(FailureOf([&] { CountingIBinaryChannel channel(none); }), binary);
+  EXPECT_EQ(FailureOf([&] { CRC32IBinaryChannel channel(none); }), binary);
+  EXPECT_EQ(FailureOf([&] { ArchiveIBinaryChannel channel(none); }), binary);
+  EXPECT_EQ(FailureOf([&] { InflaterIBinaryChannel channel(none, 64); }),
+            "IllegalArgumentException: Invalid input channel: channel is null.");
+}
+
+}  // namespace

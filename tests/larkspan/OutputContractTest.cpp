@@ -1,0 +1,249 @@
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
+#include "Larkspan/Common/IO/CRC32OBinaryChannel.h"
+#include "Larkspan/Common/IO/CountingOBinaryChannel.h"
+#include "Larkspan/Common/IO/DeflaterOBinaryChannel.h"
+#include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
+#include "foundation/Vx/BufferedOBinaryChannel.h"
+#include "foundation/Vx/ChunkedOBinarySubChannel.h"
+#include "foundation/Vx/MemoryOBinaryChannel.h"
+#include "tests/larkspan/ArchiveSample.h"
+#include "tests/support/FailureOf.h"
+#include "tests/support/RecordingOutput.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using namespace Larkspan::Common::IO;
+using Tests::FailureOf;
+using Tests::RecordingOutput;
+
+using Channel = std::unique_ptr<Vx::OBinaryChannel>;
+using ChannelRef = Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>;
+
+// An output channel over a sink. A new channel joins with one line.
+struct Filter {
+  const char* name;
+  Channel (*make)(Vx::OBinaryChannel& sink);
+  const char* afterClose;  // what a write fails with then
+  int closesBelow;         // closes that reach the sink from two
+};
+
+void PrintTo(const Filter& filter, std::ostream* stream) {
+  *stream << filter.name;
+}
+
+Channel MakeArchive(Vx::OBinaryChannel& sink, ArchiveEntry::Method method) {
+  auto archive = std::make_unique<ArchiveOBinaryChannel>(sink, 0);
+  archive->PutNextEntry(u"entry", method);
+  return archive;
+}
+
+const Filter filters[] = {
+    {"Counting",
+     [](auto& sink) -> Channel { return std::make_unique<CountingOBinaryChannel>(sink); },
+     "IOException: The sink is closed.", 2},
+    {"CRC32", [](auto& sink) -> Channel { return std::make_unique<CRC32OBinaryChannel>(sink); },
+     "IOException: The sink is closed.", 2},
+    {"Deflater",
+     [](auto& sink) -> Channel {
+       return std::make_unique<DeflaterOBinaryChannel>(sink, DeflaterOBinaryChannel::BestSpeed, 64);
+     },
+     "IOException: Deflater output channel closed.", 1},
+    {"Chunked",
+     [](auto& sink) -> Channel {
+       return std::make_unique<Vx::ChunkedOBinarySubChannel>(
+           sink, JavaDataOutputProtocolX::GetInstance(), 100);
+     },
+     "IOException: Chunked binary output sub-channel is closed.", 0},
+    {"Buffered",
+     [](auto& sink) -> Channel { return std::make_unique<Vx::BufferedOBinaryChannel>(sink, 100); },
+     "IOException: Buffered binary output channel is closed.", 1},
+    {"ArchiveStored", [](auto& sink) -> Channel { return MakeArchive(sink, ArchiveEntry::Stored); },
+     "IOException: Archive binary output channel is closed.", 1},
+    {"ArchiveDeflated",
+     [](auto& sink) -> Channel { return MakeArchive(sink, ArchiveEntry::Deflated); },
+     "IOException: Archive binary output channel is closed.", 1},
+};
+
+class OutputFilter : public testing::TestWithParam<Filter> {
+ protected:
+  // Writes `data` in cuts of `cut` bytes.
+  static void WriteCut(Vx::OBinaryChannel& channel, const std::string& data, std::size_t cut) {
+    for (std::size_t start = 0; start < data.size(); start += cut) {
+      const std::string piece = data.substr(start, cut);
+      channel.Write(piece.data(), static_cast<unsigned int>(piece.size()));
+    }
+  }
+  static void WriteAll(const Filter& filter, const std::string& data, std::size_t cut,
+                       RecordingOutput& sink) {
+    const Channel channel = filter.make(sink);
+    WriteCut(*channel, data, cut);
+    channel->Flush();
+    channel->Close();
+  }
+
+  const std::string data = Tests::Noise(700) + std::string(700, 'a');
+};
+
+TEST_P(OutputFilter, ResultDoesNotDependOnHowWritesCutTheData) {
+  RecordingOutput whole;
+  WriteAll(GetParam(), data, data.size(), whole);
+  for (const std::size_t cut : {1U, 2U, 3U, 7U, 64U, 100U, 101U}) {
+    RecordingOutput sink;
+    WriteAll(GetParam(), data, cut, sink);
+    EXPECT_EQ(sink.content, whole.content) << cut;
+  }
+}
+
+TEST_P(OutputFilter, FlushReachesTheSinkBehindTheData) {
+  RecordingOutput sink;
+  const Channel channel = GetParam().make(sink);
+  const std::size_t before = sink.content.size();
+  channel->Write("x", 1);
+  channel->Flush();
+  EXPECT_GT(sink.content.size(), before);
+  EXPECT_EQ(sink.calls.back(), "Flush");
+}
+
+TEST_P(OutputFilter, WriteOfNothingChangesNothing) {
+  RecordingOutput with;
+  RecordingOutput without;
+  const Channel channel = GetParam().make(with);
+  channel->Write("", 0);
+  channel->Write("x", 1);
+  channel->Write("", 0);
+  channel->Close();
+  const Channel other = GetParam().make(without);
+  other->Write("x", 1);
+  other->Close();
+  EXPECT_EQ(with.content, without.content);
+}
+
+TEST_P(OutputFilter, CloseTwiceIsHarmlessAndNothingIsTakenAfterIt) {
+  RecordingOutput sink;
+  const Channel channel = GetParam().make(sink);
+  channel->Write("x", 1);
+  channel->Close();
+  const std::string content = sink.content;
+  channel->Close();
+  EXPECT_EQ(sink.Count("Close"), static_cast<std::size_t>(GetParam().closesBelow));
+  EXPECT_EQ(FailureOf([&] { channel->Write("y", 1); }), GetParam().afterClose);
+  EXPECT_EQ(FailureOf([&] { channel->Flush(); }), GetParam().afterClose);
+  EXPECT_EQ(sink.content, content);
+}
+
+TEST_P(OutputFilter, DestructionNeitherWritesNorCloses) {
+  RecordingOutput sink;
+  Channel channel = GetParam().make(sink);
+  channel->Write("x", 1);
+  const auto calls = sink.calls;
+  channel.reset();
+  EXPECT_EQ(sink.calls, calls);
+}
+
+TEST_P(OutputFilter, SinkThatIsFullAtAnyByteIsReported) {
+  RecordingOutput whole;
+  WriteAll(GetParam(), data, 50, whole);
+  for (std::size_t room = 0; room < whole.content.size(); ++room) {
+    RecordingOutput sink(room);
+    EXPECT_EQ(FailureOf([&] { WriteAll(GetParam(), data, 50, sink); }), "IOException: No room.");
+    EXPECT_EQ(sink.content, whole.content.substr(0, room));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, OutputFilter, testing::ValuesIn(filters),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(OutputEndPoint, FileAndMemoryKeepTheContract) {
+  const Tests::TemporaryFolder folder;
+  Vx::MemoryOBinaryChannel memory;
+  FileOBinaryChannel file(folder.At("f"), false, FileShare::NoShare);
+  const struct {
+    Vx::OBinaryChannel& channel;
+    const char* afterClose;
+  } rows[] = {{memory, "IOException: Memory binary output channel is closed."},
+              {file, "IOException: File binary output channel is closed."}};
+  for (const auto& [channel, afterClose] : rows) {
+    for (const char* piece : {"a", "bc", "def"}) {
+      channel.Write(piece, static_cast<unsigned int>(std::char_traits<char>::length(piece)));
+    }
+    channel.Flush();
+    channel.Close();
+    channel.Close();
+    EXPECT_EQ(FailureOf([&, &target = channel] { target.Write("y", 1); }), afterClose);
+    EXPECT_EQ(FailureOf([&, &target = channel] { target.Flush(); }), afterClose);
+  }
+  EXPECT_EQ(std::string(memory.GetBuffer(), memory.GetSize()), "abcdef");
+  EXPECT_EQ(folder.Read("f"), "abcdef");
+}
+
+TEST(OutputFilters, DigestsSeeOnlyWhatTheSinkHasTaken) {
+  RecordingOutput sink(12);
+  CountingOBinaryChannel counter(sink);
+  CRC32OBinaryChannel channel(counter);
+  channel.Write("123456789", 9);
+  EXPECT_EQ(FailureOf([&] { channel.Write("123456789", 9); }), "IOException: No room.");
+  EXPECT_EQ(counter.GetCount(), 9U);
+  EXPECT_EQ(channel.GetCRC(), 0xCBF43926U);
+  channel.Close();
+  EXPECT_EQ(channel.GetCRC(), 0xCBF43926U);
+  channel.ResetCRC();
+  counter.ResetCount();
+  EXPECT_EQ(channel.GetCRC() + counter.GetCount(), 0U);
+}
+
+TEST(OutputFilters, CrcOfPiecesIsThatOfTheWholeAndOfANullPointerZero) {
+  CRC32 crc;
+  for (const char* piece : {"1234", "", "56789"}) {
+    crc.Update(piece, static_cast<unsigned int>(std::char_traits<char>::length(piece)));
+  }
+  EXPECT_EQ(crc.GetValue(), 0xCBF43926U);
+  crc.Update(nullptr, 5);
+  EXPECT_EQ(crc.GetValue(), 0U);
+}
+
+TEST(OutputFilters, EmptyReferenceIsRefusedBeforeAnythingElse) {
+  const ChannelRef none;
+  EXPECT_EQ(FailureOf([&] { CountingOBinaryChannel channel(none); }),
+            "IllegalArgumentException: Invalid binary output channel: channel is null.");
+  EXPECT_EQ(FailureOf([&] { CRC32OBinaryChannel channel(none); }),
+            "IllegalArgumentException: Invalid binary output channel: channel is null.");
+  EXPECT_EQ(FailureOf([&] { ArchiveOBinaryChannel channel(none, 255); }),
+            "IllegalArgumentException: Invalid binary output channel: channel is null.");
+  const auto badLevel = static_cast<DeflaterOBinaryChannel::CompressionLevel>(2);
+  EXPECT_EQ(FailureOf([&] { DeflaterOBinaryChannel channel(none, badLevel, 1); }),
+            "IllegalArgumentException: Invalid output channel: channel is null.");
+}
+
+TEST(OutputFilters, CountedReferenceKeepsTheSinkAliveAndReleasesIt) {
+  struct Sink final : Vx::OBinaryChannel {
+    explicit Sink(bool& flag) : alive(flag) { alive = true; }
+    ~Sink() override { alive = false; }
+    void Write(const char*, unsigned int) override {}
+    void Flush() override {}
+    void Close() override {}
+    bool& alive;
+  };
+  bool alive = false;
+  ChannelRef reference(Vx::New<Sink>(alive));
+  {
+    ArchiveOBinaryChannel archive(
+        ChannelRef(Vx::New<CRC32OBinaryChannel>(
+            ChannelRef(Vx::New<CountingOBinaryChannel>(ChannelRef(Vx::New<DeflaterOBinaryChannel>(
+                reference, DeflaterOBinaryChannel::DefaultCompression, 64U)))))),
+        0);
+    reference.Reset();
+    archive.PutNextEntry(u"entry");
+    EXPECT_TRUE(alive);
+  }
+  EXPECT_FALSE(alive);
+}
+
+}  // namespace

@@ -1,0 +1,64 @@
+#include "tools/larkspan/ArchiveReader.h"
+
+#include "foundation/Vx/OutOfMemoryException.h"
+#include "tools/larkspan/Interruption.h"
+
+namespace Tool {
+namespace {
+
+// Reads as large as this are inflated without another copy.
+constexpr unsigned int PieceSize = 0x40000;
+
+}  // namespace
+
+template <class Work>
+auto ArchiveReader::Guard(Work&& work) {
+  try {
+    return work();
+  } catch (const Vx::OutOfMemoryException&) {
+    throw;
+  } catch (const VxException& exception) {
+    throw LibraryFailure(ExitCode::BadArchive, GetSubject(), "bad archive", exception);
+  }
+}
+
+ArchiveReader::ArchiveReader(const std::string& argument, Console& messages)
+    : console(messages), source(argument), channel(source), buffer(Vx::NewByteArray(PieceSize)) {
+  const unsigned int reserved = Guard([this] { return channel.GetReservedHeaderSize(); });
+  if (source.GetPosition() < reserved) {
+    console.Warn(GetSubject(), "the archive ends inside its header and may be cut off");
+  }
+}
+
+ArchiveReader::EntryRef ArchiveReader::Next() {
+  Verify();
+  const unsigned __int64 end = source.GetPosition();
+  EntryRef entry = Guard([this] { return channel.GetNextEntry(); });
+  inEntry = !entry.IsEmpty();
+  if (inEntry) {
+    console.GetProgress().AdvanceItem();
+  } else if (source.GetPosition() > end) {
+    console.Warn(GetSubject(),
+                 "the archive ends inside the name of an entry: it is cut off there, or something "
+                 "was appended");
+  }
+  return entry;
+}
+
+std::string_view ArchiveReader::ReadPiece() {
+  CheckInterruption();  // a little input can make a lot of data
+  const unsigned int size =
+      Guard([this] { return channel.Read(buffer.get(), PieceSize, Vx::IBinaryChannel::ReadAll); });
+  console.GetProgress().Advance(size);
+  return std::string_view(buffer.get(), size);
+}
+
+void ArchiveReader::Verify() {
+  if (!inEntry) return;
+  while (!ReadPiece().empty()) {
+  }
+  Guard([this] { channel.CloseEntry(); });
+  inEntry = false;
+}
+
+}  // namespace Tool

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
+#include "foundation/Vx/Memory.h"
+#include "tools/larkspan/ArchiveSource.h"
+#include "tools/larkspan/Console.h"
+
+namespace Tool {
+
+namespace Archive = Larkspan::Common::IO;
+
+/// An archive from front to back, in large pieces. A bad one raises `Failure` with the archive's
+/// name. One that ends inside a name is told of as cut off: the format counts that as an end.
+class ArchiveReader final {
+ public:
+  using EntryRef = Archive::ArchiveIBinaryChannel::EntryRef;
+
+  /// Opens the archive and reads its header; `-` is the standard input.
+  ArchiveReader(const std::string& argument, Console& messages);
+  ArchiveReader(const ArchiveReader&) = delete;
+  ArchiveReader& operator=(const ArchiveReader&) = delete;
+
+  [[nodiscard]] const std::string& GetSubject() const noexcept { return source.GetSubject(); }
+  /// The channel, for questions about the archive header.
+  [[nodiscard]] const Archive::ArchiveIBinaryChannel& GetArchive() const noexcept {
+    return channel;
+  }
+  /// Bytes of the archive so far.
+  [[nodiscard]] unsigned __int64 GetPosition() const noexcept { return source.GetPosition(); }
+
+  /// Verifies the entry before and gives the next one; empty at the end.
+  [[nodiscard]] EntryRef Next();
+  /// More of the entry's data, empty at its end. Valid until the next call.
+  [[nodiscard]] std::string_view ReadPiece();
+  /// Reads what is left of the entry and verifies it.
+  void Verify();
+
+ private:
+  template <class Work>
+  auto Guard(Work&& work);
+
+  Console& console;
+  ArchiveSource source;
+  Archive::ArchiveIBinaryChannel channel;
+  Vx::ByteArray buffer;
+  bool inEntry = false;
+};
+
+}  // namespace Tool

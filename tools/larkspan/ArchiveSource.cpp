@@ -1,0 +1,51 @@
+#include "tools/larkspan/ArchiveSource.h"
+
+#include "tools/larkspan/Failure.h"
+#include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/Text.h"
+
+namespace Tool {
+namespace {
+
+::IO::File MakeFile(const std::string& argument) {
+  if (argument == "-") return ::IO::File(::IO::StandardStream::Input);
+  return ::IO::File(LocationFromArgument(argument), ::IO::OnNotFound::Ignore);
+}
+
+}  // namespace
+
+ArchiveSource::ArchiveSource(const std::string& argument)
+    : subject(argument == "-" ? "standard input" : ToPrintable(argument)),
+      file(MakeFile(argument)) {
+  EndWhereBlocked();  // a file's name may be a pipe's
+  if (argument == "-" && ::IO::IsTerminal(::IO::StandardStream::Input)) {
+    throw Failure(ExitCode::WrongUsage, subject, "no archive comes from a terminal");
+  }
+  if (file.IsOpen()) return;
+  const int status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
+  if (status != 0) throw SystemFailure(subject, "can't be opened", status);
+}
+
+ArchiveSource::~ArchiveSource() = default;
+
+unsigned int ArchiveSource::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
+  CheckInterruption();
+  unsigned int delivered = 0;
+  const int status = file.ReadBin(buffer, size, &delivered);
+  if (status != ::IO::StatusSuccess && status != ::IO::StatusEndOfInput) {
+    throw SystemFailure(subject, "can't be read", status);
+  }
+  position += delivered;
+  return delivered;
+}
+
+unsigned __int64 ArchiveSource::GetAvailable() const {
+  unsigned __int64 size = 0;
+  return file.GetAvailableSize(&size) == ::IO::StatusSuccess ? size : 0;
+}
+
+void ArchiveSource::Close() {
+  file.Close();
+}
+
+}  // namespace Tool

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+#include "foundation/IO/File.h"
+#include "foundation/Vx/IBinaryChannel.h"
+
+namespace Tool {
+
+/// The bytes of an archive, from a file or the standard input. What the system refuses is raised
+/// as `Failure`, which no channel above takes for the end of the input; an interruption as
+/// `Interrupted`.
+class ArchiveSource final : public Vx::IBinaryChannel {
+ public:
+  /// Opens the file that `argument` names; `-` is the standard input.
+  explicit ArchiveSource(const std::string& argument);
+  ~ArchiveSource() override;
+
+  /// The archive's name for messages.
+  [[nodiscard]] const std::string& GetSubject() const noexcept { return subject; }
+  /// How many bytes were read.
+  [[nodiscard]] unsigned __int64 GetPosition() const noexcept { return position; }
+
+  using IBinaryChannel::Read;
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
+                                  ReadSomeModeSelector mode) override;
+  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  void Close() override;
+
+ private:
+  const std::string subject;
+  ::IO::File file;
+  unsigned __int64 position = 0;
+};
+
+}  // namespace Tool

@@ -1,0 +1,277 @@
+#include "tools/larkspan/CommandLine.h"
+
+#include <algorithm>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/larkspan/CatCommand.h"
+#include "tools/larkspan/CreateCommand.h"
+#include "tools/larkspan/ExtractCommand.h"
+#include "tools/larkspan/HeadersCommand.h"
+#include "tools/larkspan/InfoCommand.h"
+#include "tools/larkspan/ListCommand.h"
+#include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/Text.h"
+#include "tools/larkspan/VerifyCommand.h"
+
+namespace Tool {
+namespace {
+
+constexpr const char* Version = "larkspan 0.1.0";
+
+constexpr const char* GeneralHelp =
+    "Exit codes: 0 done; 1 done, but not all of it; 2 wrong usage; 3 the system said no;\n"
+    "4 the archive is bad; 130 interrupted.\n\n"
+    "Examples:\n"
+    "  larkspan create docs.lsa docs\n"
+    "  larkspan extract -C /tmp/copy docs.lsa\n"
+    "  larkspan create - docs | larkspan extract -C /tmp/copy -\n\n"
+    "larkspan COMMAND --help tells more of a command.";
+
+constexpr const char* CreateHelp =
+    "Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are\n"
+    "relative: a root and .. are dropped. Of a link to a file the file is stored; links to "
+    "folders,\n"
+    "and what is neither file nor folder, are left out, and so is the archive itself. The archive\n"
+    "appears under its name when it is complete and on the disk. Headers that don't fit the\n"
+    "reserve double it.\n\n"
+    "Examples:\n"
+    "  larkspan create docs.lsa docs README.md\n"
+    "  larkspan create -C /srv -H owner=ada --force /backup/srv.lsa www mail\n"
+    "  date | larkspan create --stdin-name now.txt now.lsa -";
+
+constexpr const char* ListHelp =
+    "Control characters and bytes that are no UTF-8 are shown as \\xHH. Empty folders end with /.\n"
+    "-l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name.\n\n"
+    "Examples:\n"
+    "  larkspan list docs.lsa\n"
+    "  larkspan create - docs | larkspan list -l -";
+
+constexpr const char* ExtractHelp =
+    "NAME is an entry, or a folder with all below it. A file gets its name when it is complete\n"
+    "and verified. Times and modes come back, but for the set-user-ID, set-group-ID and sticky\n"
+    "bits. Names that lead out of the target folder, by .. or through a link that stands in it,\n"
+    "are refused, and the work stops there.\n\n"
+    "Examples:\n"
+    "  larkspan extract docs.lsa\n"
+    "  larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md";
+
+constexpr const char* VerifyHelp =
+    "Examples:\n"
+    "  larkspan verify /backup/*.lsa";
+
+constexpr const char* CatHelp =
+    "Entries come in the order of the archive; of entries with the same name, the first. What\n"
+    "comes out is proved only when the command ends with exit code 0.\n\n"
+    "Examples:\n"
+    "  larkspan cat docs.lsa docs/README.md";
+
+constexpr const char* HeadersHelp =
+    "Examples:\n"
+    "  larkspan headers get docs.lsa\n"
+    "  larkspan headers get docs.lsa owner\n"
+    "  larkspan headers set docs.lsa owner=ada state=final\n"
+    "  larkspan headers clear docs.lsa state";
+
+constexpr const char* InfoHelp =
+    "Examples:\n"
+    "  larkspan info docs.lsa";
+
+// The parser takes an argument in brackets for a list, and loses sight of "--" behind the first of
+// several names. A zero byte in front, which no argument can have, keeps it from looking closer.
+std::vector<std::string> ShieldArguments(int count, const char* const* arguments) {
+  std::vector<std::string> shielded;
+  bool namesOnly = false;
+  for (int index = 1; index < count; ++index) {
+    std::string argument = arguments[index];
+    if (!namesOnly && argument == "--") {
+      namesOnly = true;
+      continue;
+    }
+    const bool misread = argument.starts_with('[') || (namesOnly && argument.starts_with('-'));
+    if (misread) argument.insert(argument.begin(), '\0');
+    shielded.push_back(std::move(argument));
+  }
+  return shielded;
+}
+
+std::string Unshield(std::string value) {
+  std::erase(value, '\0');
+  return value;
+}
+
+// Options are kept by the command that reads them, beyond the life of the parser.
+template <class Options>
+class Command final {
+ public:
+  Command(CLI::App& parent, Request& request, const char* name, const char* description,
+          const char* help, void (*run)(const Options&, Console&))
+      : app(*parent.add_subcommand(name, description)), options(std::make_shared<Options>()) {
+    app.footer(help);
+    app.callback([&request, run, kept = options] {
+      request.command = [run, kept](Console& console) { run(*kept, console); };
+    });
+  }
+
+  template <class Value>
+  Command& Add(const char* name, Value Options::*member, const char* description,
+               const char* type = "") {
+    CLI::Option* const option = app.add_option(name, (*options).*member, description);
+    option->type_name(type);
+    // One value each, wherever a value begins with a dash or not.
+    if (name[0] == '-') option->allow_extra_args(false);
+    option->transform(Unshield);
+    last = option;
+    return *this;
+  }
+  Command& AddFlag(const char* name, bool Options::*member, const char* description) {
+    last = app.add_flag(name, (*options).*member, description);
+    return *this;
+  }
+  Command& Required() {
+    last->required();
+    return *this;
+  }
+  Command& OneOf(std::vector<std::string> values) {
+    last->check(CLI::IsMember(std::move(values)));
+    return *this;
+  }
+  Command& AtMost(int count) {
+    last->expected(0, count);
+    return *this;
+  }
+
+ private:
+  CLI::App& app;
+  CLI::Option* last = nullptr;
+  std::shared_ptr<Options> options;
+};
+
+constexpr const char* ArchiveText = "The archive; - is standard input";
+
+void AddCreate(CLI::App& app, Request& request) {
+  Command<CreateOptions>(app, request, "create", "Make an archive of files and folders", CreateHelp,
+                         RunCreate)
+      .Add("-C,--directory", &CreateOptions::folder, "What relative paths count from", "DIR")
+      .Add("--method", &CreateOptions::method, "deflated (the default) or stored", "METHOD")
+      .OneOf({"deflated", "stored"})
+      .Add("--reserve", &CreateOptions::reserve,
+           "Room for headers, to change them in place: 0, or 256 or more; 4096 if not given",
+           "BYTES")
+      .Add("-H,--header", &CreateOptions::headers, "A header of the archive; any number of them",
+           "NAME=VALUE")
+      .AddFlag("--force", &CreateOptions::force, "Replace an archive that exists")
+      .Add("--stdin-name", &CreateOptions::inputName, "Entry name of standard input", "NAME")
+      .Add("ARCHIVE", &CreateOptions::archive, "The new archive; - is standard output")
+      .Required()
+      .Add("PATH", &CreateOptions::paths, "Files and folders; - is standard input")
+      .Required();
+}
+
+void AddReaders(CLI::App& app, Request& request) {
+  Command<ListOptions>(app, request, "list", "Print the names of entries", ListHelp, RunList)
+      .AddFlag("-l,--long", &ListOptions::longForm, "All there is to know of each")
+      .Add("ARCHIVE", &ListOptions::archive, ArchiveText)
+      .Required();
+  Command<VerifyOptions>(app, request, "verify", "Check archives to the last byte", VerifyHelp,
+                         RunVerify)
+      .Add("ARCHIVE", &VerifyOptions::archives, "The archives; - is standard input")
+      .Required();
+  Command<CatOptions>(app, request, "cat", "Send entries to standard output", CatHelp, RunCat)
+      .Add("ARCHIVE", &CatOptions::archive, ArchiveText)
+      .Required()
+      .Add("ENTRY", &CatOptions::entries, "Names of entries")
+      .Required();
+  Command<InfoOptions>(app, request, "info", "Print sizes and counts", InfoHelp, RunInfo)
+      .Add("ARCHIVE", &InfoOptions::archive, ArchiveText)
+      .Required();
+}
+
+void AddExtract(CLI::App& app, Request& request) {
+  Command<ExtractOptions>(app, request, "extract", "Write entries as files", ExtractHelp,
+                          RunExtract)
+      .Add("-C,--directory", &ExtractOptions::folder, "The target folder, made if missing", "DIR")
+      .Add("--overwrite", &ExtractOptions::overwrite,
+           "What becomes of files that exist: fail (the default), skip or always", "HOW")
+      .OneOf({"fail", "skip", "always"})
+      .Add("ARCHIVE", &ExtractOptions::archive, ArchiveText)
+      .Required()
+      .Add("NAME", &ExtractOptions::names, "Entries and folders; all if not given");
+}
+
+void AddHeaders(CLI::App& app, Request& request) {
+  CLI::App& headers = *app.add_subcommand("headers", "Print or change an archive's headers");
+  headers.require_subcommand(1);
+  headers.footer(HeadersHelp);
+  Command<HeadersGetOptions>(headers, request, "get", "Print all headers, or one value",
+                             HeadersHelp, RunHeadersGet)
+      .Add("ARCHIVE", &HeadersGetOptions::archive, ArchiveText)
+      .Required()
+      .Add("NAME", &HeadersGetOptions::names, "The header")
+      .AtMost(1);
+  Command<HeadersSetOptions>(headers, request, "set", "Set headers", HeadersHelp, RunHeadersSet)
+      .Add("ARCHIVE", &HeadersSetOptions::archive, "The archive")
+      .Required()
+      .Add("NAME=VALUE", &HeadersSetOptions::headers, "The headers")
+      .Required();
+  Command<HeadersClearOptions>(headers, request, "clear", "Remove headers", HeadersHelp,
+                               RunHeadersClear)
+      .AddFlag("--all", &HeadersClearOptions::all, "All but those that stand for empty folders")
+      .Add("ARCHIVE", &HeadersClearOptions::archive, "The archive")
+      .Required()
+      .Add("NAME", &HeadersClearOptions::names, "The headers");
+}
+
+// The parser's own words, on one line.
+std::string Describe(const CLI::ParseError& error) {
+  std::string text = error.what();
+  for (char& byte : text) {
+    if (byte == '\n') byte = ' ';
+  }
+  return ToPrintable(Unshield(text)) + "; larkspan --help tells what there is";
+}
+
+std::function<void(Console&)> PrintCommand(const std::string& text) {
+  return [text](Console&) {
+    StandardOutput output;
+    output.Print(text);
+    output.Flush();
+  };
+}
+
+}  // namespace
+
+Request ParseCommandLine(int count, const char* const* arguments) {
+  Request request;
+  CLI::App app("Archives that stream, verify themselves, and carry headers.", "larkspan");
+  app.footer(GeneralHelp);
+  app.set_version_flag("--version", Version);
+  app.add_flag("--verbose", request.verbose, "Tell more, and the causes of failures");
+  app.add_flag("--no-progress", request.noProgress, "No line that shows the progress");
+  app.require_subcommand(1);
+  app.fallthrough();
+  AddCreate(app, request);
+  AddReaders(app, request);
+  AddExtract(app, request);
+  AddHeaders(app, request);
+  std::vector<std::string> shielded = ShieldArguments(count, arguments);
+  std::ranges::reverse(shielded);  // the parser takes them from the end
+  try {
+    app.parse(std::move(shielded));
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() != 0) {
+      throw Failure(ExitCode::WrongUsage, "command line", Describe(error));
+    }
+    std::ostringstream text;
+    app.exit(error, text, text);
+    request.command = PrintCommand(text.str());
+  }
+  return request;
+}
+
+}  // namespace Tool

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <functional>
+
+#include "tools/larkspan/Console.h"
+
+namespace Tool {
+
+/// What the user asks for.
+struct Request {
+  bool verbose = false;
+  bool noProgress = false;
+  std::function<void(Console&)> command;
+};
+
+/// Raises `Failure` for arguments that make no sense. Help is a command that prints it.
+[[nodiscard]] Request ParseCommandLine(int count, const char* const* arguments);
+
+}  // namespace Tool

@@ -1,0 +1,235 @@
+#include "tools/larkspan/CreateCommand.h"
+
+#include <optional>
+
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
+#include "foundation/IO/FileSystem.h"
+#include "tools/larkspan/EntryFacts.h"
+#include "tools/larkspan/FileTree.h"
+#include "tools/larkspan/HeaderArguments.h"
+#include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/TemporaryFile.h"
+#include "tools/larkspan/Text.h"
+
+namespace Tool {
+namespace {
+
+namespace Archive = Larkspan::Common::IO;
+using Archive::ArchiveHeaders;
+
+constexpr unsigned int PieceSize = 0x40000;
+constexpr unsigned int MinReserve = 256;
+constexpr unsigned int DefaultFileMode = 0644;
+
+// The archive as it stands before the work.
+struct Target {
+  ::IO::Location place;
+  std::optional<::IO::Attributes> present;
+};
+
+Target FindTarget(const CreateOptions& options) {
+  const std::string subject = ToPrintable(options.archive);
+  Target target{LocationFromArgument(options.archive), std::nullopt};
+  ::IO::Attributes attributes;
+  int status = ::IO::fileSystem.GetAttributes(target.place, &attributes, false);
+  if (status == ::IO::StatusNotFound) return target;
+  if (status == 0 && attributes.type == ::IO::EntryType::SymbolicLink) {
+    status = ::IO::fileSystem.GetAttributes(target.place, &attributes, true);
+    if (status == ::IO::StatusNotFound) status = 0;
+  }
+  if (status != 0) throw SystemFailure(subject, "can't be made", status);
+  if (attributes.type == ::IO::EntryType::Folder || attributes.type == ::IO::EntryType::Other) {
+    throw Failure(ExitCode::SystemFailure, subject, "stands for something that is no file");
+  }
+  if (!options.force) {
+    throw Failure(ExitCode::SystemFailure, subject, "exists already; --force replaces it");
+  }
+  if (attributes.type == ::IO::EntryType::File) target.present = attributes;
+  return target;
+}
+
+// The standard output may be a file in the tree that is read.
+void ExcludeOutput(FileTree& tree) {
+  const ::IO::File output(::IO::StandardStream::Output);
+  ::IO::Attributes attributes;
+  if (output.GetAttributes(&attributes) == 0 && attributes.type == ::IO::EntryType::File) {
+    tree.Exclude(attributes);
+  }
+}
+
+void Collect(const CreateOptions& options, FileTree& tree) {
+  for (const std::string& path : options.paths) {
+    if (path == "-") {
+      tree.AddStandardInput(options.inputName);
+    } else {
+      tree.Add(options.folder, path);
+    }
+  }
+  tree.CheckNames();
+}
+
+ArchiveHeaders MakeHeaders(const CreateOptions& options, const FileTree& tree) {
+  ArchiveHeaders headers;
+  for (const std::string& header : options.headers) PutHeaderArgument(header, headers);
+  for (const FileTree::Item& item : tree.GetItems()) {
+    if (!item.IsFolder()) continue;
+    Vx::UniString name(EntryFacts::FolderPrefix);
+    name.Append(tree.GetEntryName(item).GetView());
+    CheckTextLength(name);
+    headers.Put(name, EntryFacts::ModeToText(item.attributes.mode));
+  }
+  return headers;
+}
+
+// Doubled until the headers fit, as an update of the archive would do it.
+unsigned int ChooseReserve(unsigned int wanted, const ArchiveHeaders& headers) {
+  if (wanted == 0) return 0;
+  const unsigned __int64 size = GetHeaderSize(headers);
+  unsigned __int64 reserve = wanted;
+  while (reserve < size) reserve *= 2;
+  if (reserve > 0xFFFFFFFFU) {
+    throw Failure(ExitCode::WrongUsage, "--reserve", "more than an archive can reserve");
+  }
+  return static_cast<unsigned int>(reserve);
+}
+
+// Writes the archive and all that goes into it.
+class Creation final {
+ public:
+  Creation(const CreateOptions& options, const FileTree& files, Console& messages,
+           OutputChannel& output, const ArchiveHeaders& headers)
+      : tree(files),
+        console(messages),
+        archive(output, ChooseReserve(options.reserve, headers)),
+        buffer(Vx::NewByteArray(PieceSize)) {
+    archive.SetMethod(options.method == "stored" ? Archive::ArchiveEntry::Stored
+                                                 : Archive::ArchiveEntry::Deflated);
+    for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
+  }
+
+  void Run() {
+    for (const FileTree::Item& item : tree.GetItems()) {
+      if (!item.IsFolder()) AddItem(item);
+    }
+    archive.Flush();
+  }
+
+ private:
+  void AddItem(const FileTree::Item& item) {
+    if (item.isStandardInput) {
+      AddStandardInput(item);
+      return;
+    }
+    const ::IO::Location place = tree.GetLocation(item);
+    ::IO::File file(place, ::IO::OnNotFound::Ignore);
+    const int status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
+    if (status != 0) {
+      console.Warn(ToPrintable(place), "left out: " + DescribeStatus(status));
+      return;
+    }
+    AddFile(file, item, [&place] { return ToPrintable(place); });
+  }
+
+  // A pipe has no time of its own, and gets none, so that equal input gives equal bytes.
+  void AddStandardInput(const FileTree::Item& item) {
+    EndWhereBlocked();
+    ::IO::File file(::IO::StandardStream::Input);
+    FileTree::Item facts(item);
+    const bool known = file.GetAttributes(&facts.attributes) == 0;
+    if (!known) facts.attributes.type = ::IO::EntryType::Other;
+    facts.attributes.mode = DefaultFileMode;
+    entryHeaders.Clear();
+    AddFile(file, facts, [] { return std::string("standard input"); });
+    entryHeaders.Clear();
+  }
+
+  template <class Subject>
+  void AddFile(::IO::File& file, const FileTree::Item& item, Subject&& subject) {
+    const Vx::UniString name = tree.GetEntryName(item);
+    CheckTextLength(name);
+    if (item.attributes.type == ::IO::EntryType::File) {
+      entryHeaders.Put(timeHeader, EntryFacts::TimeToText(item.attributes));
+    }
+    entryHeaders.Put(modeHeader, EntryFacts::ModeToText(item.attributes.mode));
+    archive.PutNextEntry(name, entryHeaders);
+    for (int status = 0; status == 0;) {
+      CheckInterruption();
+      unsigned int count = 0;
+      status = file.ReadBin(buffer.get(), PieceSize, &count);
+      if (status != 0 && status != ::IO::StatusEndOfInput) {
+        throw SystemFailure(subject(), "can't be read to its end", status);
+      }
+      if (count > 0) archive.Write(buffer.get(), count);
+      console.GetProgress().Advance(count);
+    }
+    archive.CloseEntry();
+    console.GetProgress().AdvanceItem();
+  }
+
+  const FileTree& tree;
+  Console& console;
+  Archive::ArchiveOBinaryChannel archive;
+  const Vx::ByteArray buffer;
+  const Vx::UniString timeHeader{EntryFacts::TimeHeader};
+  const Vx::UniString modeHeader{EntryFacts::ModeHeader};
+  ArchiveHeaders entryHeaders;  // of the entry at work, kept for the next one
+};
+
+void CheckOptions(const CreateOptions& options) {
+  if (options.reserve != 0 && options.reserve < MinReserve) {
+    throw Failure(ExitCode::WrongUsage, "--reserve", "must be 0, or 256 or more bytes");
+  }
+  if (options.archive.ends_with('/')) {
+    throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "the name of a folder");
+  }
+  if (options.archive == "-" && ::IO::IsTerminal(::IO::StandardStream::Output)) {
+    throw Failure(ExitCode::WrongUsage, "standard output",
+                  "no archive goes to a terminal; redirect it, or name a file");
+  }
+}
+
+void CreateStream(const CreateOptions& options, Console& console) {
+  FileTree tree(console);
+  ExcludeOutput(tree);
+  Collect(options, tree);
+  const ArchiveHeaders headers = MakeHeaders(options, tree);
+  StandardOutput output;
+  Creation(options, tree, console, output.GetChannel(), headers).Run();
+  output.Flush();
+}
+
+void CreateFile(const CreateOptions& options, Console& console) {
+  const Target target = FindTarget(options);
+  FileTree tree(console);
+  if (target.present) tree.Exclude(*target.present);
+  Collect(options, tree);
+  const ArchiveHeaders headers = MakeHeaders(options, tree);
+  ::IO::Location folder(target.place);
+  ::IO::Name name;
+  if (folder.GetLastLocalName(name) != 0 || folder.DeleteLastLocalName() != 0) {
+    throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "no name of a file");
+  }
+  const std::string subject = ToPrintable(options.archive);
+  TemporaryFile file(folder, subject);
+  // The new archive is as private as the old one. Where the system keeps no modes, there is none.
+  if (target.present) static_cast<void>(file.GetFile().SetAttributes(*target.present));
+  OutputChannel output(file.GetFile(), subject);
+  Creation(options, tree, console, output, headers).Run();
+  output.Flush();
+  CheckInterruption();
+  file.CompleteOnDisk(
+      name, options.force ? TemporaryFile::Naming::Replacing : TemporaryFile::Naming::IfFree);
+}
+
+}  // namespace
+
+void RunCreate(const CreateOptions& options, Console& console) {
+  CheckOptions(options);
+  if (options.archive == "-") {
+    CreateStream(options, console);
+  } else {
+    CreateFile(options, console);
+  }
+}
+
+}  // namespace Tool

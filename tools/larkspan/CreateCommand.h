@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/larkspan/Console.h"
+
+namespace Tool {
+
+struct CreateOptions {
+  std::string archive;  // `-` is the standard output
+  std::vector<std::string> paths;
+  std::string folder;  // what relative paths count from; empty for the current one
+  std::string method = "deflated";
+  unsigned int reserve = 4096;
+  std::vector<std::string> headers;  // NAME=VALUE
+  bool force = false;
+  std::string inputName = "stdin";
+};
+
+/// Makes an archive, which appears under its name when it is complete.
+void RunCreate(const CreateOptions& options, Console& console);
+
+}  // namespace Tool

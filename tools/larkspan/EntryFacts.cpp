@@ -1,0 +1,113 @@
+#include "tools/larkspan/EntryFacts.h"
+
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+
+namespace Tool::EntryFacts {
+namespace {
+
+constexpr unsigned int Billion = 1000000000;
+constexpr std::size_t DecimalCount = 9;
+constexpr unsigned int ModeBits = 07777;
+
+// Takes a number of digits alone off the front; false if there is none or it is too large.
+template <class Number>
+bool TakeNumber(std::string_view& text, Number& number, int base) {
+  if (text.empty() || text.front() < '0' || text.front() > '9') return false;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return error == std::errc();
+}
+
+// A time or a mode is short and has no other characters.
+std::string ToAscii(std::u16string_view text) {
+  constexpr std::size_t longest = 40;
+  std::string result;
+  if (text.size() > longest) return result;
+  for (const char16_t unit : text) result += unit < 0x80 ? static_cast<char>(unit) : '?';
+  return result;
+}
+
+// The decimals as billionths; digits behind the ninth don't count.
+bool TakeDecimals(std::string_view& text, unsigned int& billionths) {
+  billionths = 0;
+  if (text.empty()) return true;
+  if (text.front() != '.' || text.size() == 1) return false;
+  text.remove_prefix(1);
+  if (text.find_first_not_of("0123456789") != text.npos) return false;
+  std::string digits(text.substr(0, DecimalCount));
+  digits.resize(DecimalCount, '0');
+  std::string_view rest = digits;
+  return TakeNumber(rest, billionths, 10);
+}
+
+}  // namespace
+
+Vx::UniString TimeToText(const ::IO::Attributes& attributes) {
+  // Two parts that count in opposite directions become one number with a sign.
+  __int64 seconds = attributes.modifiedSeconds;
+  unsigned int fraction = attributes.modifiedNanoseconds;
+  const bool negative = seconds < 0;
+  if (negative && fraction > 0) {
+    ++seconds;
+    fraction = Billion - fraction;
+  }
+  const unsigned __int64 whole = negative ? 0ULL - static_cast<unsigned __int64>(seconds)
+                                          : static_cast<unsigned __int64>(seconds);
+  char text[40];
+  std::snprintf(text, sizeof(text), "%s%llu.%09u", negative ? "-" : "", whole, fraction);
+  return Vx::UniString(text, VxCharCodePlain);
+}
+
+Vx::UniString ModeToText(unsigned int mode) {
+  char text[16];
+  std::snprintf(text, sizeof(text), "0%03o", mode & ModeBits);
+  return Vx::UniString(text, VxCharCodePlain);
+}
+
+bool TimeFromText(std::u16string_view text, ::IO::Attributes& attributes) {
+  const std::string ascii = ToAscii(text);
+  std::string_view rest = ascii;
+  const bool negative = rest.starts_with('-');
+  if (negative) rest.remove_prefix(1);
+  __int64 seconds = 0;
+  unsigned int fraction = 0;
+  if (!TakeNumber(rest, seconds, 10) || !TakeDecimals(rest, fraction)) return false;
+  if (negative) seconds = -seconds;
+  if (negative && fraction > 0) {
+    --seconds;
+    fraction = Billion - fraction;
+  }
+  attributes.modifiedSeconds = seconds;
+  attributes.modifiedNanoseconds = fraction;
+  return true;
+}
+
+bool ModeFromText(std::u16string_view text, unsigned int& mode) {
+  const std::string ascii = ToAscii(text);
+  std::string_view rest = ascii;
+  unsigned int value = 0;
+  if (!TakeNumber(rest, value, 8) || !rest.empty() || value > ModeBits) return false;
+  mode = value;
+  return true;
+}
+
+std::string ToCalendar(__int64 seconds) {
+  // Years 0 to 9999, so that the text always has the same width.
+  constexpr __int64 first = -62167219200;
+  constexpr __int64 last = 253402300799;
+  if (seconds < first || seconds > last) return "-";
+  const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(time - day);
+  char text[64];
+  std::snprintf(text, sizeof(text), "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
+                static_cast<unsigned int>(date.month()), static_cast<unsigned int>(date.day()),
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()));
+  return text;
+}
+
+}  // namespace Tool::EntryFacts

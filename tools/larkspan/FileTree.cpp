@@ -1,0 +1,223 @@
+#include "tools/larkspan/FileTree.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "foundation/IO/FileSystem.h"
+#include "foundation/Vx/OutOfMemoryException.h"
+#include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/Text.h"
+
+namespace Tool {
+namespace {
+
+using ::IO::EntryType;
+
+// One with names below it that differ in `/` alone from names beside it comes directly before
+// them: `/` counts as the lowest of all units.
+bool ComesBefore(const Vx::UniString& left, const Vx::UniString& right) noexcept {
+  const auto rank = [](char16_t unit) { return unit == u'/' ? 0 : unit + 1; };
+  return std::ranges::lexicographical_compare(left.GetView(), right.GetView(), {}, rank, rank);
+}
+
+bool IsBelow(const Vx::UniString& name, const Vx::UniString& folder) noexcept {
+  return name.GetLength() > folder.GetLength() && name[folder.GetLength()] == u'/' &&
+         name.GetView().starts_with(folder.GetView());
+}
+
+bool AreSame(const FileTree::Item& one, const FileTree::Item& other) noexcept {
+  if (one.IsFolder() || other.IsFolder()) return one.IsFolder() && other.IsFolder();
+  return !one.isStandardInput && !other.isStandardInput &&
+         one.attributes.device == other.attributes.device &&
+         one.attributes.node == other.attributes.node;
+}
+
+struct NamedItem {
+  Vx::UniString name;
+  const FileTree::Item* item;
+};
+
+// The ones that are there twice, and folders that are not empty after all, sorted by address.
+std::vector<const FileTree::Item*> FindDropped(const std::vector<NamedItem>& sorted) {
+  std::vector<const FileTree::Item*> dropped;
+  const NamedItem* last = nullptr;
+  for (const NamedItem& next : sorted) {
+    const bool equal = last != nullptr && next.name == last->name;
+    const bool below = last != nullptr && IsBelow(next.name, last->name);
+    if (equal && AreSame(*next.item, *last->item)) {
+      dropped.push_back(next.item);
+      continue;
+    }
+    if (equal || (below && !last->item->IsFolder())) {
+      throw Failure(ExitCode::WrongUsage, ToPrintable(last->name.GetView()),
+                    "two different files would have this name; make two archives of them");
+    }
+    if (below) dropped.push_back(last->item);
+    last = &next;
+  }
+  std::ranges::sort(dropped);
+  return dropped;
+}
+
+// The names of a path, resolved without a look at the file system. `changed` tells whether the
+// path is anything but a relative one downwards.
+std::vector<std::string_view> SplitPath(std::string_view path, bool& changed) {
+  std::vector<std::string_view> names;
+  if (path.starts_with('/')) changed = true;
+  for (std::size_t start = 0, end = 0; end < path.size(); start = end + 1) {
+    end = std::min(path.find('/', start), path.size());
+    const std::string_view name = path.substr(start, end - start);
+    if (name.empty() || name == ".") continue;
+    if (name != "..") {
+      names.push_back(name);
+      continue;
+    }
+    changed = true;
+    if (!names.empty()) names.pop_back();
+  }
+  return names;
+}
+
+}  // namespace
+
+unsigned int FileTree::AddBranch(const ::IO::Location& place, Vx::UniString prefix) {
+  branches.push_back(Branch{place, std::move(prefix)});
+  return static_cast<unsigned int>(branches.size() - 1);
+}
+
+::IO::Location FileTree::GetLocation(const Item& item) const {
+  ::IO::Location place(branches[item.folder].place);
+  if (place.AppendToLocal(::IO::Name(item.name)) != 0) Vx::ThrowOutOfMemory();
+  return place;
+}
+
+Vx::UniString FileTree::GetEntryName(const Item& item) const {
+  Vx::UniString name(branches[item.folder].prefix);
+  name.Append(item.name.GetView());
+  return name;
+}
+
+// Empty for a path that leads to the folder that it counts from, or to one above.
+Vx::UniString FileTree::NameFromPath(const std::string& path) {
+  bool changed = false;
+  std::string joined;
+  for (const std::string_view name : SplitPath(path, changed)) (joined += '/') += name;
+  if (changed && !std::exchange(namesChanged, true)) {
+    console.Note(ToPrintable(path), "entry names are relative: the root and \"..\" are dropped");
+  }
+  if (joined.empty()) return Vx::UniString();
+  Vx::UniString name(LocationFromArgument(joined).GetPath().substr(1));
+  name.ReplaceAll(u'\\', u'/');
+  return name;
+}
+
+void FileTree::Add(const std::string& base, const std::string& path) {
+  ++additions;
+  const bool relative = !path.empty() && path.front() != '/' && !base.empty();
+  ::IO::Location place = LocationFromArgument(relative ? base + "/" + path : path);
+  ::IO::Attributes attributes;
+  const int status = ::IO::fileSystem.GetAttributes(place, &attributes, false);
+  if (status != 0) throw SystemFailure(ToPrintable(path), "can't be read", status);
+  const Vx::UniString name = NameFromPath(path);
+  if (name.IsEmpty()) {
+    Walk(AddBranch(place, Vx::UniString()));
+    return;
+  }
+  if (place.DeleteLastLocalName() != 0) Vx::ThrowOutOfMemory();
+  const std::size_t slash = name.GetView().rfind(u'/') + 1;  // 0 where there is none
+  Visit(AddBranch(place, Vx::UniString(name.GetView().substr(0, slash))),
+        Vx::UniString(name.GetView().substr(slash)));
+}
+
+void FileTree::AddStandardInput(const std::string& name) {
+  ++additions;
+  const auto isInput = [](const Item& item) { return item.isStandardInput; };
+  if (std::ranges::any_of(items, isInput)) {
+    throw Failure(ExitCode::WrongUsage, "-", "the standard input can be stored only once");
+  }
+  Item item{AddBranch(::IO::Location(), Vx::UniString()), NameFromPath(name), {}, true};
+  if (item.name.IsEmpty()) {
+    throw Failure(ExitCode::WrongUsage, "--stdin-name", "no name for an entry");
+  }
+  items.push_back(std::move(item));
+}
+
+void FileTree::Visit(unsigned int folder, Vx::UniString name) {
+  CheckInterruption();
+  ::IO::Location place(branches[folder].place);
+  int status = place.AppendToLocal(::IO::Name(name));
+  ::IO::Attributes attributes;
+  if (status == 0) status = ::IO::fileSystem.GetAttributes(place, &attributes, false);
+  if (status != 0) {
+    console.Warn(ToPrintable(place), "left out: " + DescribeStatus(status));
+    return;
+  }
+  if (attributes.type == EntryType::SymbolicLink && !FindAttributes(place, attributes)) return;
+  if (attributes.type == EntryType::File) {
+    Take(folder, std::move(name), attributes);
+  } else if (attributes.type == EntryType::Folder) {
+    Vx::UniString prefix(branches[folder].prefix);
+    prefix.Append(name.GetView());
+    prefix.Append(u'/');
+    const std::size_t before = items.size();
+    Walk(AddBranch(place, std::move(prefix)));
+    if (items.size() == before) items.push_back(Item{folder, std::move(name), attributes});
+  } else {
+    console.Warn(ToPrintable(place), "left out: neither file nor folder");
+  }
+}
+
+// What the link leads to; false for what is left out.
+bool FileTree::FindAttributes(const ::IO::Location& place, ::IO::Attributes& attributes) {
+  if (::IO::fileSystem.GetAttributes(place, &attributes, true) != 0) {
+    console.Warn(ToPrintable(place), "left out: a link that leads nowhere");
+    return false;
+  }
+  if (attributes.type == EntryType::Folder) {
+    console.Warn(ToPrintable(place), "left out: a link to a folder; name the folder itself");
+    return false;
+  }
+  return true;
+}
+
+void FileTree::Take(unsigned int folder, Vx::UniString name, const ::IO::Attributes& attributes) {
+  const auto isSame = [&](const ::IO::Attributes& other) {
+    return other.device == attributes.device && other.node == attributes.node;
+  };
+  items.push_back(Item{folder, std::move(name), attributes});
+  if (std::ranges::none_of(excluded, isSame)) return;
+  console.Note(ToPrintable(GetLocation(items.back())), "left out: it is the archive itself");
+  items.pop_back();
+}
+
+bool FileTree::ListNames(const ::IO::Location& place, ::IO::Folder::Names& names) {
+  ::IO::Folder folder(place, ::IO::OnNotFound::Fail);
+  const int status = folder.GetNames(names);
+  if (status != 0) console.Warn(ToPrintable(place), "left out: " + DescribeStatus(status));
+  return status == 0;
+}
+
+void FileTree::Walk(unsigned int folder) {
+  ::IO::Folder::Names names;
+  if (!ListNames(branches[folder].place, names)) return;
+  std::ranges::sort(names);
+  for (Vx::UniString& name : names) Visit(folder, std::move(name));
+}
+
+void FileTree::CheckNames() {
+  if (additions < 2) return;  // a folder has each name once
+  std::vector<NamedItem> sorted;
+  sorted.reserve(items.size());
+  for (const Item& item : items) sorted.push_back(NamedItem{GetEntryName(item), &item});
+  std::ranges::stable_sort(sorted, ComesBefore, &NamedItem::name);
+  const std::vector<const Item*> dropped = FindDropped(sorted);
+  std::vector<Item> kept;
+  kept.reserve(items.size() - dropped.size());
+  for (Item& item : items) {
+    if (!std::ranges::binary_search(dropped, &item)) kept.push_back(std::move(item));
+  }
+  items.swap(kept);
+}
+
+}  // namespace Tool

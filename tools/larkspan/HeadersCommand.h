@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/larkspan/Console.h"
+
+namespace Tool {
+
+struct HeadersGetOptions {
+  std::string archive;
+  std::vector<std::string> names;  // one, or none for all
+};
+
+struct HeadersSetOptions {
+  std::string archive;
+  std::vector<std::string> headers;  // NAME=VALUE
+};
+
+struct HeadersClearOptions {
+  std::string archive;
+  std::vector<std::string> names;
+  bool all = false;
+};
+
+/// Print or change the headers of an archive. Changes are made in place where they fit; else the
+/// archive is rewritten beside its place, and takes its name when it is complete.
+void RunHeadersGet(const HeadersGetOptions& options, Console& console);
+void RunHeadersSet(const HeadersSetOptions& options, Console& console);
+/// `all` leaves the headers that stand for empty folders.
+void RunHeadersClear(const HeadersClearOptions& options, Console& console);
+
+}  // namespace Tool

@@ -1,0 +1,63 @@
+#include "tools/larkspan/InfoCommand.h"
+
+#include <cstdio>
+
+#include "tools/larkspan/ArchiveReader.h"
+#include "tools/larkspan/OutputChannel.h"
+
+namespace Tool {
+namespace {
+
+struct Totals {
+  unsigned __int64 entries = 0;
+  unsigned __int64 size = 0;
+  unsigned __int64 archivedSize = 0;
+};
+
+std::string FormatRatio(const Totals& totals) {
+  if (totals.size == 0) return "-";
+  char text[32];
+  std::snprintf(
+      text, sizeof(text), "%.1f %%",
+      100.0 * static_cast<double>(totals.archivedSize) / static_cast<double>(totals.size));
+  return text;
+}
+
+void PrintTotals(const ArchiveReader& reader, const Totals& totals, bool verified,
+                 StandardOutput& output) {
+  const auto print = [&output](const char* name, const std::string& value) {
+    output.Print(std::string(name) + ": " + value + "\n");
+  };
+  print("reserved size", std::to_string(reader.GetArchive().GetReservedHeaderSize()));
+  print("headers", std::to_string(reader.GetArchive().GetHeaderCount()));
+  print("entries", std::to_string(totals.entries));
+  print("size", std::to_string(totals.size));
+  print("archived size", std::to_string(totals.archivedSize));
+  print("ratio", FormatRatio(totals));
+  print("bytes read", std::to_string(reader.GetPosition()));
+  print("verified", verified ? "yes" : "no");
+  output.Flush();
+}
+
+}  // namespace
+
+void RunInfo(const InfoOptions& options, Console& console) {
+  ArchiveReader reader(options.archive, console);
+  StandardOutput output;
+  Totals totals;
+  try {
+    for (auto entry = reader.Next(); entry; entry = reader.Next()) {
+      reader.Verify();
+      ++totals.entries;
+      totals.size += entry->GetSize();
+      totals.archivedSize += entry->GetArchivedSize();
+    }
+  } catch (const Failure&) {
+    PrintTotals(reader, totals, false, output);
+    throw;
+  }
+  console.GetProgress().Clear();
+  PrintTotals(reader, totals, true, output);
+}
+
+}  // namespace Tool

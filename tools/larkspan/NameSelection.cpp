@@ -1,0 +1,58 @@
+#include "tools/larkspan/NameSelection.h"
+
+#include <algorithm>
+
+#include "tools/larkspan/Text.h"
+
+namespace Tool {
+namespace {
+
+// As a shell completes it: perhaps with `./` in front and `/` behind.
+Vx::UniString ToName(std::string_view argument) {
+  while (argument.starts_with("./")) argument.remove_prefix(2);
+  while (argument.size() > 1 && argument.ends_with('/')) argument.remove_suffix(1);
+  return FoldBackslashes(TextFromArgument(argument));
+}
+
+bool IsBelow(std::u16string_view name, std::u16string_view folder) noexcept {
+  return name.size() > folder.size() && name.starts_with(folder) && name[folder.size()] == u'/';
+}
+
+}  // namespace
+
+NameSelection::NameSelection(const std::vector<std::string>& arguments) {
+  for (const std::string& argument : arguments) rows.push_back(Row{ToName(argument)});
+}
+
+bool NameSelection::TakeTree(const Vx::UniString& entry) {
+  const Vx::UniString name = FoldBackslashes(entry);
+  bool taken = false;
+  for (Row& row : rows) {
+    if (row.name != name && !IsBelow(name, row.name)) continue;
+    row.met = taken = true;
+  }
+  return taken;
+}
+
+bool NameSelection::TakeOnce(const Vx::UniString& entry) {
+  const Vx::UniString name = FoldBackslashes(entry);
+  bool taken = false;
+  for (Row& row : rows) {
+    if (row.met || row.name != name) continue;
+    row.met = taken = true;
+  }
+  return taken;
+}
+
+bool NameSelection::AreAllMet() const noexcept {
+  return std::ranges::all_of(rows, &Row::met);
+}
+
+void NameSelection::ReportMissing(const std::string& subject, Console& console) const {
+  for (const Row& row : rows) {
+    if (row.met) continue;
+    console.Warn(subject, "no entry named " + ToPrintable(row.name.GetView()));
+  }
+}
+
+}  // namespace Tool
