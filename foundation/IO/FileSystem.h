@@ -40,6 +40,11 @@ class FOUNDATION_API FileSystem final {
   [[nodiscard]] int Rename(const Location& location, const Name& name,
                            AccessDeniedTreatment treatment) const noexcept;
 
+  /// The same, except that nothing is put on the disk: a great many new files then cost one flush
+  /// of their folder, or none.
+  [[nodiscard]] int Move(const Location& location, const Name& name,
+                         AccessDeniedTreatment treatment) const noexcept;
+
   /// Gives a file another name in its folder in one step, and replaces the file that had it. At
   /// every moment one of the two is complete under that name. Nothing is put on the disk: flush
   /// the file before, and the folder behind it.

@@ -31,12 +31,27 @@ ArchiveSource::~ArchiveSource() = default;
 unsigned int ArchiveSource::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
   CheckInterruption();
   unsigned int delivered = 0;
-  const int status = file.ReadBin(buffer, size, &delivered);
+  Check(file.ReadBin(buffer, size, &delivered));
+  position += delivered;
+  return delivered;
+}
+
+std::string_view ArchiveSource::Peek() {
+  CheckInterruption();
+  std::string_view bytes;
+  Check(file.PeekBin(&bytes));
+  return bytes;
+}
+
+void ArchiveSource::Advance(unsigned int size) {
+  file.Advance(size);
+  position += size;
+}
+
+void ArchiveSource::Check(int status) const {
   if (status != ::IO::StatusSuccess && status != ::IO::StatusEndOfInput) {
     throw SystemFailure(subject, "can't be read", status);
   }
-  position += delivered;
-  return delivered;
 }
 
 unsigned __int64 ArchiveSource::GetAvailable() const {

@@ -1,16 +1,18 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "foundation/IO/File.h"
 #include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/PeekableInput.h"
 
 namespace Tool {
 
 /// The bytes of an archive, from a file or the standard input. What the system refuses is raised
 /// as `Failure`, which no channel above takes for the end of the input; an interruption as
 /// `Interrupted`.
-class ArchiveSource final : public Vx::IBinaryChannel {
+class ArchiveSource final : public Vx::IBinaryChannel, public Vx::PeekableInput {
  public:
   /// Opens the file that `argument` names; `-` is the standard input.
   explicit ArchiveSource(const std::string& argument);
@@ -27,7 +29,15 @@ class ArchiveSource final : public Vx::IBinaryChannel {
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
   void Close() override;
 
+  [[nodiscard]] unsigned int GetPeekSize() const noexcept override {
+    return ::IO::File::BufferSize;
+  }
+  [[nodiscard]] std::string_view Peek() override;
+  void Advance(unsigned int size) override;
+
  private:
+  void Check(int status) const;
+
   const std::string subject;
   ::IO::File file;
   unsigned __int64 position = 0;

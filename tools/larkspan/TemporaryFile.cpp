@@ -7,7 +7,6 @@
 
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
-#include "foundation/IO/FreeName.h"
 #include "tools/larkspan/Failure.h"
 
 namespace Tool {
@@ -48,7 +47,7 @@ void TemporaryFile::Close() {
 void TemporaryFile::Complete(const ::IO::Name& name, Naming naming) {
   Close();
   const int status = naming == Naming::Replacing ? ::IO::fileSystem.Replace(place, name, Report)
-                                                 : ::IO::MoveToFreeName(place, name);
+                                                 : ::IO::fileSystem.Move(place, name, Report);
   Check(status, "can't be given its name");
   unfinished.Keep();
 }

@@ -91,11 +91,10 @@ class LARKSPAN_API ArchiveFile final {
   /// Brings changed headers to the file. If they fit the room reserved for them, the first bytes
   /// of the file are replaced, at a cost that does not depend on its size; a process killed on the
   /// way leaves old or new headers if that room is at most 4096 bytes. Otherwise the archive is
-  /// copied to a file beside it (its name and ".updated", where nothing else may stand), and the
-  /// two swap names: whatever happens, a complete archive stands under the name. The file that a
-  /// symbolic link leads to is rewritten where it is.
-  /// Raises `ArchiveException` and the failures of the channels; the file is then as it was, unless
-  /// writing in place failed.
+  /// copied to a file beside it (its name and ".updated"; a file that has that name is removed),
+  /// and the two swap names: whatever happens, a complete archive stands under the name. The file
+  /// that a symbolic link leads to is rewritten where it is. Raises `ArchiveException` and the
+  /// failures of the channels; the file is then as it was, unless writing in place failed.
   void Update();
 
  private:

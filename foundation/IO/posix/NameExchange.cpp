@@ -66,11 +66,6 @@ int MoveBySteps(int folder, const Vx::String& from, const Vx::String& to) noexce
   return error;
 }
 
-int Move(int folder, const Vx::String& from, const Vx::String& to) noexcept {
-  const int error = MoveName(folder, from, to);
-  return IsUnsupported(error) ? MoveBySteps(folder, from, to) : error;
-}
-
 }  // namespace
 
 int ExchangeNames(int folder, const Vx::String& first, const Vx::String& second) noexcept {
@@ -88,12 +83,17 @@ int ExchangeNames(int folder, const Vx::String& first, const Vx::String& second)
   return error;
 }
 
+int MoveItem(int folder, const Vx::String& from, const Vx::String& to) noexcept {
+  const int error = MoveName(folder, from, to);
+  return IsUnsupported(error) ? MoveBySteps(folder, from, to) : error;
+}
+
 int RenameItem(int folder, const Vx::String& from, const Vx::String& to) noexcept {
-  int error = Move(folder, from, to);
+  int error = MoveItem(folder, from, to);
   if (error != 0) return error;
   // A caller that makes a new file under the old name counts on the old one being safe by then.
   error = SyncAll(folder);
-  if (error != 0) static_cast<void>(Move(folder, to, from));
+  if (error != 0) static_cast<void>(MoveItem(folder, to, from));
   return error;
 }
 

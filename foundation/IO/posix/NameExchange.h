@@ -10,6 +10,9 @@ namespace IO::Posix {
 [[nodiscard]] int ExchangeNames(int folder, const Vx::String& first,
                                 const Vx::String& second) noexcept;
 
+/// Gives an item another name in its folder, and never replaces. A failure leaves its old name.
+[[nodiscard]] int MoveItem(int folder, const Vx::String& from, const Vx::String& to) noexcept;
+
 /// The item gets the name `to`, which must be free: EEXIST if it is not.
 [[nodiscard]] int RenameItem(int folder, const Vx::String& from, const Vx::String& to) noexcept;
 
