@@ -1,17 +1,9 @@
-#include <cerrno>
-#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include "Larkspan/Common/IO/ArchiveFile.h"
 #include "foundation/Vx/DebugOutput.h"
-#include "tests/larkspan/ArchiveSample.h"
-#include "tests/support/FailureOf.h"
-#include "tests/support/FileFault.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/larkspan/ArchiveFolder.h"
 
 namespace {
 
@@ -20,24 +12,22 @@ using Larkspan::Common::IO::ArchiveFile;
 using Tests::FailureOf;
 using Tests::SampleArchive;
 
-class Extraction : public testing::Test {
+const std::string failed = "IOException: Failed to extract archive file. <- ";
+
+class Extraction : public Tests::ArchiveFolder {
  protected:
-  void Write(const SampleArchive& archive) const { folder.Write("a.lsa", Tests::ToBytes(archive)); }
+  void ExtractAll() const { ArchiveFile(location).ExtractTo(folder.At("out")); }
   // Extracts an archive of entries with these names, whose data is the name; gives the failure and
   // its cause.
   std::string Extract(const std::vector<std::string>& names) const {
     SampleArchive archive;
-    for (const auto& name : names)
+    for (const auto& name : names) {
       archive.entries.push_back({name, ArchiveEntry::Deflated, {}, name});
+    }
     Write(archive);
-    const auto work = [&] { ArchiveFile(location).ExtractTo(folder.At("out")); };
-    const std::string failure = FailureOf(work);
-    return failure.empty() ? "" : failure + " <- " + Tests::CauseOf(work);
+    const std::string failure = FailureOf([&] { ExtractAll(); });
+    return failure.empty() ? "" : failure + " <- " + Tests::CauseOf([&] { ExtractAll(); });
   }
-
-  const Tests::TemporaryFolder folder;
-  const IO::Location location = folder.At("a.lsa");
-  const SampleArchive sample = Tests::MakeSample(256);
 };
 
 TEST_F(Extraction, WritesAllEntriesBelowTheFolder) {
@@ -50,11 +40,10 @@ TEST_F(Extraction, WritesAllEntriesBelowTheFolder) {
   }
   Write({});
   ArchiveFile(location).ExtractTo(folder.At("none"));
-  EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath() / "none"));
+  EXPECT_TRUE(std::filesystem::is_empty(GetPath("none")));
 }
 
 TEST_F(Extraction, NamesLeadBelowTheFolderOrAreRefused) {
-  const std::string failed = "IOException: Failed to extract archive file. <- ";
   const std::string upwards =
       failed +
       "ArchiveException: Invalid archive entry name: name has a component that leads upwards.";
@@ -103,50 +92,50 @@ TEST_F(Extraction, NamesLeadBelowTheFolderOrAreRefused) {
     }
     EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{"a.lsa", "out"})) << name;
     if (path.empty()) {
-      EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath() / "out")) << name;
+      EXPECT_TRUE(std::filesystem::is_empty(GetPath("out"))) << name;
     }
-    std::filesystem::remove_all(folder.GetPath() / "out");
+    std::filesystem::remove_all(GetPath("out"));
   }
   Vx::SetDebugSink(nullptr);
 }
 
 TEST_F(Extraction, NoLinkLeadsOutOfTheFolder) {
-  const std::string refused =
-      "IOException: Failed to extract archive file. <- IOException: A symbolic link stands on the "
-      "way to the extracted file.";
+  const std::string refused = failed +
+                              "IOException: A symbolic link stands on the "
+                              "way to the extracted file.";
   folder.Write("victim", "untouched");
-  std::filesystem::create_directories(folder.GetPath() / "out" / "sub");
-  std::filesystem::create_directories(folder.GetPath() / "outside");
-  std::filesystem::create_symlink("../outside", folder.GetPath() / "out" / "folder");
-  std::filesystem::create_symlink("../../victim", folder.GetPath() / "out" / "sub" / "file");
-  std::filesystem::create_symlink("../new", folder.GetPath() / "out" / "dangling");
+  std::filesystem::create_directories(GetPath("out/sub"));
+  std::filesystem::create_directories(GetPath("outside"));
+  std::filesystem::create_symlink("../outside", GetPath("out/folder"));
+  std::filesystem::create_symlink("../../victim", GetPath("out/sub/file"));
+  std::filesystem::create_symlink("../new", GetPath("out/dangling"));
   for (const char* name : {"folder/x", "folder/deep/x", "folder", "sub/file", "dangling"}) {
     EXPECT_EQ(Extract({name}), refused) << name;
   }
   EXPECT_EQ(folder.Read("victim"), "untouched");
-  EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath() / "outside"));
+  EXPECT_TRUE(std::filesystem::is_empty(GetPath("outside")));
   EXPECT_EQ(folder.Read("new"), "(missing)");
   // The folder itself may be one.
-  std::filesystem::remove_all(folder.GetPath() / "out");
-  std::filesystem::create_symlink("outside", folder.GetPath() / "out");
+  std::filesystem::remove_all(GetPath("out"));
+  std::filesystem::create_symlink("outside", GetPath("out"));
   EXPECT_EQ(Extract({"x"}), "");
   EXPECT_EQ(folder.Read("outside/x"), "x");
 }
 
 TEST_F(Extraction, NeitherTheArchiveNorAPipeIsWrittenTo) {
-  const std::string failed = "IOException: Failed to extract archive file. <- IOException: ";
-  std::filesystem::create_directory(folder.GetPath() / "out");
-  ASSERT_EQ(::mkfifo((folder.GetPath() / "out" / "pipe").c_str(), 0600), 0);
+  std::filesystem::create_directory(GetPath("out"));
+  ASSERT_EQ(::mkfifo(GetPath("out/pipe").c_str(), 0600), 0);
   EXPECT_EQ(Extract({"pipe"}),
-            failed + "A device or pipe stands at the place of the extracted file.");
+            failed + "IOException: A device or pipe stands at the place of the extracted file.");
   Write(sample);
-  std::filesystem::create_hard_link(folder.GetPath() / "a.lsa", folder.GetPath() / "out" / "self");
-  EXPECT_EQ(Extract({"self"}), failed + "The archive stands at the place of the extracted file.");
+  std::filesystem::create_hard_link(GetPath("a.lsa"), GetPath("out/self"));
+  EXPECT_EQ(Extract({"self"}),
+            failed + "IOException: The archive stands at the place of the extracted file.");
   EXPECT_EQ(Tests::ReadSample(folder.Read("a.lsa")).failure, "");
 }
 
 TEST_F(Extraction, LaterDataReplacesWhatIsThere) {
-  std::filesystem::create_directory(folder.GetPath() / "out");
+  std::filesystem::create_directory(GetPath("out"));
   folder.Write("out/a", "something much longer than the entry");
   Write({0,
          {},
@@ -157,12 +146,8 @@ TEST_F(Extraction, LaterDataReplacesWhatIsThere) {
 }
 
 TEST_F(Extraction, DamagedEntryLeavesItsFileAndIsReported) {
-  std::string bytes = Tests::ToBytes(sample);
-  bytes.back() = static_cast<char>(bytes.back() ^ 1);
-  folder.Write("a.lsa", bytes);
-  const auto work = [&] { ArchiveFile(location).ExtractTo(folder.At("out")); };
-  EXPECT_EQ(FailureOf(work), "IOException: Failed to extract archive file.");
-  EXPECT_EQ(Tests::CauseOf(work),
+  WriteDamaged();
+  EXPECT_EQ(Tests::CauseOf([&] { ExtractAll(); }),
             "ArchiveException: Failed to read archive entry: entry crc check failed.");
   EXPECT_EQ(folder.Read("out/noise"), sample.entries[4].data);
 }
@@ -178,38 +163,28 @@ TEST_F(Extraction, FoldersThatCannotBeAreReported) {
   EXPECT_EQ(FailureOf([&] { file.ExtractTo(folder.At("file/out")); }),
             "ArchiveException: Failed to extract archive file: failed to create target folder.");
   EXPECT_EQ(Extract({"x", "x/y"}),
-            "IOException: Failed to extract archive file. <- IOException: Failed to create parent "
-            "folder of extracted file.");
-  EXPECT_EQ(Extract({"z/y", "z"}),
-            "IOException: Failed to extract archive file. <- IOException: Failed to create file "
-            "binary output channel: failed to open file.");
+            failed + "IOException: Failed to create parent folder of extracted file.");
+  EXPECT_EQ(
+      Extract({"z/y", "z"}),
+      failed + "IOException: Failed to create file binary output channel: failed to open file.");
 }
 
 TEST_F(Extraction, FaultsOfTheSystemAreReported) {
   Write(sample);
-  const ArchiveFile file(location);
-  const auto work = [&] { file.ExtractTo(folder.At("out")); };
-  std::string cause;
   {
     const Tests::DiskSpace space(100);
-    cause = Tests::CauseOf(work);
+    EXPECT_EQ(Tests::CauseOf([&] { ExtractAll(); }),
+              "IOException: Failed to write to file binary output channel: output is full.");
   }
-  EXPECT_EQ(cause, "IOException: Failed to write to file binary output channel: output is full.");
   for (const unsigned int call : {Tests::CallRead, Tests::CallWrite, Tests::CallClose}) {
-    bool struck = true;
-    for (unsigned int skip = 0; struck; ++skip) {
-      std::string failure;
-      {
-        const Tests::FileFault fault(call, EIO, skip, 1);
-        failure = FailureOf(work);
-        struck = fault.HasStruck();
-      }
-      if (failure.empty()) {
-        EXPECT_EQ(folder.Read("out/noise"), sample.entries[4].data);
-      }
+    const auto check = [&](const std::string& failure, bool struck) {
       EXPECT_TRUE(failure.empty() || failure == "IOException: Failed to extract archive file.");
-      EXPECT_TRUE(!struck || !failure.empty() || call == Tests::CallRead) << call << ", " << skip;
-    }
+      EXPECT_TRUE(!failure.empty() || folder.Read("out/noise") == sample.entries[4].data);
+      // The last read only finds the end of the file.
+      EXPECT_TRUE(!struck || !failure.empty() || call == Tests::CallRead);
+    };
+    Tests::FailEachCall(
+        call, [&] { ExtractAll(); }, check);
   }
 }
 

@@ -17,20 +17,10 @@ using Larkspan::Common::IO::ArchiveEntry;
 using Larkspan::Common::IO::ArchiveHeaders;
 using Larkspan::Common::IO::ArchiveIBinaryChannel;
 using Larkspan::Common::IO::ArchiveOBinaryChannel;
-using Vx::UniString;
 
 void AppendPairs(ByteBuilder& bytes, const Pairs& pairs) {
   bytes.U32(pairs.size());
   for (const auto& [name, value] : pairs) bytes.Utf(name).Utf(value);
-}
-
-std::string Compress(const std::string& data) {
-  std::string compressed(compressBound(data.size()), '\0');
-  uLongf size = compressed.size();
-  compress(reinterpret_cast<Bytef*>(compressed.data()), &size,
-           reinterpret_cast<const Bytef*>(data.data()), data.size());
-  compressed.resize(size);
-  return compressed;
 }
 
 void AppendEntry(ByteBuilder& bytes, const SampleEntry& entry) {
@@ -54,6 +44,15 @@ Pairs TakePairs(const Source& source) {
 }
 
 }  // namespace
+
+std::string Compress(const std::string& data) {
+  std::string compressed(compressBound(data.size()), '\0');
+  uLongf size = compressed.size();
+  compress(reinterpret_cast<Bytef*>(compressed.data()), &size,
+           reinterpret_cast<const Bytef*>(data.data()), data.size());
+  compressed.resize(size);
+  return compressed;
+}
 
 SampleArchive MakeSample(unsigned int reserved) {
   return {reserved,
@@ -81,20 +80,24 @@ std::string ToBytes(const SampleArchive& archive, std::vector<std::size_t>* star
   return bytes;
 }
 
+ArchiveOBinaryChannel::EntryRef WriteEntry(const SampleEntry& entry,
+                                           ArchiveOBinaryChannel& archive) {
+  ArchiveHeaders headers;
+  for (const auto& [name, value] : entry.headers) {
+    headers.Put(Text(name), Text(value));
+  }
+  const auto method = static_cast<ArchiveEntry::Method>(entry.method);
+  auto made = archive.PutNextEntry(Text(entry.name), headers, method);
+  archive.Write(entry.data.data(), static_cast<unsigned int>(entry.data.size()));
+  return made;
+}
+
 void WriteSample(const SampleArchive& archive, Vx::OBinaryChannel& target) {
   ArchiveOBinaryChannel channel(target, archive.reserved);
   for (const auto& [name, value] : archive.headers) {
-    channel.PutHeader(UniString::FromUTF8(name), UniString::FromUTF8(value));
+    channel.PutHeader(Text(name), Text(value));
   }
-  for (const SampleEntry& entry : archive.entries) {
-    ArchiveHeaders headers;
-    for (const auto& [name, value] : entry.headers) {
-      headers.Put(UniString::FromUTF8(name), UniString::FromUTF8(value));
-    }
-    channel.PutNextEntry(UniString::FromUTF8(entry.name), headers,
-                         static_cast<ArchiveEntry::Method>(entry.method));
-    channel.Write(entry.data.data(), static_cast<unsigned int>(entry.data.size()));
-  }
+  for (const SampleEntry& entry : archive.entries) WriteEntry(entry, channel);
   channel.CloseEntry();
   channel.Flush();
   channel.Close();

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "foundation/Vx/IBinaryChannel.h"
-#include "foundation/Vx/OBinaryChannel.h"
 
 namespace Tests {
 
@@ -38,7 +38,9 @@ struct SampleArchive {
 [[nodiscard]] std::string ToBytes(const SampleArchive& archive,
                                   std::vector<std::size_t>* starts = nullptr);
 
-/// Writes an archive through the library.
+/// Writes an entry, which is left open, and an archive through the library.
+Larkspan::Common::IO::ArchiveOBinaryChannel::EntryRef WriteEntry(
+    const SampleEntry& entry, Larkspan::Common::IO::ArchiveOBinaryChannel& archive);
 void WriteSample(const SampleArchive& archive, Vx::OBinaryChannel& target);
 
 /// Reads an archive through the library: `archive` gets all that was verified before `failure`.
@@ -48,6 +50,13 @@ struct ReadResult {
 };
 [[nodiscard]] ReadResult ReadSample(Vx::IBinaryChannel& source);
 [[nodiscard]] ReadResult ReadSample(const std::string& bytes);
+
+[[nodiscard]] inline Vx::UniString Text(const std::string& utf8) {
+  return Vx::UniString::FromUTF8(utf8);
+}
+
+/// One zlib stream, by zlib's own functions.
+[[nodiscard]] std::string Compress(const std::string& data);
 
 /// All that a channel has to give, read in steps of `step` bytes.
 [[nodiscard]] std::string ReadRest(Vx::IBinaryChannel& channel, unsigned int step = 4096);

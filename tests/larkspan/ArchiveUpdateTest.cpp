@@ -1,60 +1,47 @@
-#include <cerrno>
-#include <filesystem>
+#include <functional>
 #include <signal.h>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "Larkspan/Common/IO/ArchiveFile.h"
-#include "tests/larkspan/ArchiveSample.h"
-#include "tests/support/AllocationFault.h"
-#include "tests/support/FailureOf.h"
-#include "tests/support/FileFault.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/larkspan/ArchiveFolder.h"
 
 namespace {
 
 using Larkspan::Common::IO::ArchiveFile;
 using Tests::FailureOf;
 using Tests::FileFault;
+using Tests::MakeSample;
 using Tests::Pairs;
 using Tests::SampleArchive;
+using Tests::ToBytes;
 
 const std::string failed = "ArchiveException: Failed to update archive file: ";
 
-class ArchiveUpdate : public testing::Test {
+// The sample with a header that takes `size` bytes, at least 36.
+SampleArchive WithHeaderOf(std::size_t size, unsigned int reserved) {
+  SampleArchive archive = MakeSample(reserved);
+  archive.headers = {{"h", std::string(size - 36, 'v')}};
+  return archive;
+}
+
+void PutAll(ArchiveFile& file, const Pairs& headers) {
+  file.ClearHeaders();
+  for (const auto& [name, value] : headers) file.PutHeader(Tests::Text(name), Tests::Text(value));
+}
+
+class ArchiveUpdate : public Tests::ArchiveFolder {
  protected:
-  void Write(const SampleArchive& archive) const { folder.Write("a.lsa", Tests::ToBytes(archive)); }
-  [[nodiscard]] SampleArchive Read() const {
-    Tests::ReadResult result = Tests::ReadSample(folder.Read("a.lsa"));
-    EXPECT_EQ(result.failure, "");
-    return result.archive;
-  }
-  // An archive whose header takes `size` bytes, at least 36.
-  static SampleArchive WithHeaderOf(std::size_t size, unsigned int reserved) {
-    SampleArchive archive = Tests::MakeSample(reserved);
-    archive.headers = {{"h", std::string(size - 36, 'v')}};
-    return archive;
-  }
-  void PutAll(ArchiveFile& file, const Pairs& headers) const {
-    file.ClearHeaders();
-    for (const auto& [name, value] : headers) {
-      file.PutHeader(Vx::UniString::FromUTF8(name), Vx::UniString::FromUTF8(value));
-    }
-  }
   void Update(const Pairs& headers) const {
     ArchiveFile file(location);
     PutAll(file, headers);
     file.Update();
   }
-  void ExpectNoOtherFile() const {
+  void ExpectAlone(const std::string& content) const {
+    EXPECT_TRUE(folder.Read("a.lsa") == content);
     EXPECT_EQ(folder.GetNames(), std::vector<std::string>{"a.lsa"});
   }
-
-  const Tests::TemporaryFolder folder;
-  const IO::Location location = folder.At("a.lsa");
 };
 
 TEST_F(ArchiveUpdate, HeaderThatFitsGoesInPlaceAndAnyOtherDoublesTheRoom) {
@@ -65,219 +52,165 @@ TEST_F(ArchiveUpdate, HeaderThatFitsGoesInPlaceAndAnyOtherDoublesTheRoom) {
   } rows[] = {{1024, 100, 1024}, {1024, 1024, 1024},   {1024, 1025, 2048}, {256, 1000, 1024},
               {300, 301, 600},   {4096, 20000, 32768}, {0, 36, 0},         {0, 5000, 0}};
   for (const auto& [reserved, headerSize, newReserved] : rows) {
-    const SampleArchive old = Tests::MakeSample(reserved);
-    Write(old);
+    SCOPED_TRACE(headerSize);
+    const std::string old = ToBytes(MakeSample(reserved));
     const SampleArchive expected = WithHeaderOf(headerSize, newReserved);
     const bool inPlace = reserved != 0 && newReserved == reserved;
+    folder.Write("a.lsa", old);
     {
-      // A write in place is one call.
+      // Writing in place is one call.
       const FileFault second(Tests::CallWrite, EIO, 1);
-      const std::string failure = FailureOf([&] { Update(expected.headers); });
-      EXPECT_EQ(failure.empty(), inPlace) << headerSize << ": " << failure;
-      if (!inPlace) {
-        EXPECT_EQ(folder.Read("a.lsa"), Tests::ToBytes(old));
-      }
-      ExpectNoOtherFile();
+      EXPECT_EQ(FailureOf([&] { Update(expected.headers); }).empty(), inPlace);
     }
+    ExpectAlone(inPlace ? ToBytes(expected) : old);
     Update(expected.headers);
-    EXPECT_EQ(folder.Read("a.lsa"), Tests::ToBytes(expected)) << reserved << ", " << headerSize;
-    ExpectNoOtherFile();
+    ExpectAlone(ToBytes(expected));
   }
 }
 
 TEST_F(ArchiveUpdate, ArchiveWithoutEntriesBecomesTheNewHeaderAlone) {
+  const Pairs headers{{"new", std::string(300, 'v')}, {"second", ""}};
   for (const unsigned int reserved : {0U, 256U}) {
     Write({reserved, {{"old", "x"}}, {}});
-    Update({{"new", std::string(300, 'v')}, {"second", ""}});
-    const SampleArchive expected{
-        reserved * 2, {{"new", std::string(300, 'v')}, {"second", ""}}, {}};
-    EXPECT_EQ(folder.Read("a.lsa"), Tests::ToBytes(expected));
+    Update(headers);
+    ExpectAlone(ToBytes({reserved * 2, headers, {}}));
   }
 }
 
-TEST_F(ArchiveUpdate, WithoutChangesTheFileIsNotTouched) {
-  Write(Tests::MakeSample(0));
+TEST_F(ArchiveUpdate, OnlyHeaderOperationsMakeItTouchTheFile) {
+  Write(sample);
   ArchiveFile file(location);
-  file.Update();
   EXPECT_EQ(file.GetHeaderCount(), 2U);
-  std::filesystem::remove(folder.GetPath() / "a.lsa");
-  file.Update();
-  EXPECT_TRUE(folder.GetNames().empty());
-}
-
-TEST_F(ArchiveUpdate, ChangeOfTheSameValueIsWrittenAndUpdatedStays) {
-  Write(Tests::MakeSample(256));
-  ArchiveFile file(location);
-  file.PutHeader(u"author", u"Ada");
-  EXPECT_TRUE(file.IsUpdated());
   Write(WithHeaderOf(100, 256));
   file.Update();
+  EXPECT_FALSE(file.IsUpdated());
+  ExpectAlone(ToBytes(WithHeaderOf(100, 256)));
+  file.PutHeader(u"author", u"Ada");
+  file.Update();
   EXPECT_TRUE(file.IsUpdated());
-  EXPECT_EQ(Read(), Tests::MakeSample(256));
+  ExpectAlone(ToBytes(sample));
 }
 
 TEST_F(ArchiveUpdate, RoomThatTheFileHasNowDecides) {
   for (const unsigned int present : {0U, 512U, 1024U}) {
-    Write(Tests::MakeSample(256));
+    Write(sample);
     ArchiveFile file(location);
     PutAll(file, WithHeaderOf(200, 0).headers);
     Write(WithHeaderOf(100, present));
     file.Update();
-    EXPECT_EQ(Read(), WithHeaderOf(200, present)) << present;
+    ExpectAlone(ToBytes(WithHeaderOf(200, present)));
     EXPECT_EQ(file.GetReservedHeaderSize(), present);
   }
 }
 
-TEST_F(ArchiveUpdate, FileThatIsNoArchiveAnyMoreIsNotWritten) {
-  Write(Tests::MakeSample(256));
-  ArchiveFile file(location);
-  file.PutHeader(u"k", u"v");
-  folder.Write("a.lsa", "something else");
-  EXPECT_EQ(FailureOf([&] { file.Update(); }), failed + "failed to open archive file.");
-  EXPECT_EQ(Tests::CauseOf([&] { file.Update(); }),
-            "ArchiveException: Failed to read archive header: invalid archive header magic.");
-  EXPECT_EQ(folder.Read("a.lsa"), "something else");
-  std::filesystem::remove(folder.GetPath() / "a.lsa");
-  EXPECT_EQ(FailureOf([&] { file.Update(); }), failed + "failed to open archive file.");
-  EXPECT_TRUE(folder.GetNames().empty());
-}
-
-TEST_F(ArchiveUpdate, LinksNeverLeadARewriteAstray) {
-  const auto path = [&](const char* name) { return folder.GetPath() / name; };
-  const std::string expected = Tests::ToBytes(WithHeaderOf(1000, 0));
-  // The temporary name leads to the archive itself, or to a file of somebody else.
-  for (const char* target : {"a.lsa", "victim"}) {
-    for (const bool symbolic : {true, false}) {
-      Write(Tests::MakeSample(0));
-      folder.Write("victim", "untouched");
-      if (symbolic) {
-        std::filesystem::create_symlink(target, path("a.lsa.updated"));
-      } else {
-        std::filesystem::create_hard_link(path(target), path("a.lsa.updated"));
-      }
-      Update(WithHeaderOf(1000, 0).headers);
-      EXPECT_TRUE(folder.Read("a.lsa") == expected) << target << symbolic;
-      EXPECT_EQ(folder.Read("victim"), "untouched");
-      EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{"a.lsa", "victim"}));
-    }
-  }
-  // The archive's name is a link: the file is rewritten where it is.
-  std::filesystem::create_directory(path("elsewhere"));
-  folder.Write("elsewhere/real", Tests::ToBytes(Tests::MakeSample(0)));
-  std::filesystem::remove(path("a.lsa"));
-  std::filesystem::create_symlink("elsewhere/real", path("a.lsa"));
-  Update(WithHeaderOf(1000, 0).headers);
-  EXPECT_TRUE(folder.Read("elsewhere/real") == expected);
-  EXPECT_TRUE(std::filesystem::is_symlink(path("a.lsa")));
-}
-
 TEST_F(ArchiveUpdate, ObjectGoesOnWorkingAfterARewrite) {
-  Write(Tests::MakeSample(256));
+  Write(sample);
   ArchiveFile file(location);
   const auto entry = file.GetEntry(u"deflated.txt");
-  PutAll(file, WithHeaderOf(600, 0).headers);
-  file.Update();
-  EXPECT_EQ(Read(), WithHeaderOf(600, 1024));
-  EXPECT_EQ(file.GetReservedHeaderSize(), 1024U);
-  const auto channel = file.GetInputChannel(entry);
-  EXPECT_EQ(Tests::ReadRest(*channel), Tests::MakeSample(0).entries[1].data);
-  // The block must have the new size now: one of the old would tear the archive.
-  PutAll(file, WithHeaderOf(100, 0).headers);
-  file.Update();
-  EXPECT_EQ(Read(), WithHeaderOf(100, 1024));
-  PutAll(file, WithHeaderOf(1025, 0).headers);
-  file.Update();
-  EXPECT_EQ(Read(), WithHeaderOf(1025, 2048));
-  ExpectNoOtherFile();
+  const unsigned int sizes[][2] = {{600, 1024}, {100, 1024}, {1025, 2048}};
+  for (const auto& [headerSize, reserved] : sizes) {
+    PutAll(file, WithHeaderOf(headerSize, 0).headers);
+    file.Update();
+    ExpectAlone(ToBytes(WithHeaderOf(headerSize, reserved)));
+    EXPECT_EQ(Tests::ReadRest(*file.GetInputChannel(entry)), sample.entries[1].data);
+  }
 }
 
 TEST_F(ArchiveUpdate, HeadersThatNoBlockCanTakeAreRefused) {
   const std::string cannotWrite = failed + "failed to write archive header.";
+  const std::string tooLong = "DataIntegrityException: String length exceeds limit.";
+  const std::string noName =
+      "IllegalArgumentException: Invalid archive header name: name is empty.";
+  const std::string tooSmall =
+      "IllegalArgumentException: Invalid header size: header size is too small.";
   const std::string longValue(65536, 'v');
-  const Pairs emptyName{{"", "v"}};
+  const Pairs unnamed{{"", "v"}};
   const struct {
-    const char* name;
     SampleArchive archive;
     Pairs added;
     std::string failure;
     std::string cause;
   } rows[] = {
-      {"room below the least",
-       {100, {}, {}},
-       {{"k", "v"}},
-       cannotWrite,
-       "IllegalArgumentException: Invalid header size: header size is too small."},
-      {"value over the limit",
-       {256, {}, {}},
-       {{"k", longValue}},
-       cannotWrite,
-       "DataIntegrityException: String length exceeds limit."},
-      {"value over the limit behind others",
-       {256, {}, {}},
-       {{"j", std::string(900, 'v')}, {"k", longValue}},
-       cannotWrite,
-       "DataIntegrityException: String length exceeds limit."},
-      {"value over the limit, no room",
-       {0, {}, {{"e", 2, {}, "x"}}},
-       {{"k", longValue}},
-       "DataIntegrityException: String length exceeds limit.",
-       ""},
-      {"empty name from the file",
-       {256, emptyName, {}},
-       {{"k", "v"}},
-       cannotWrite,
-       "IllegalArgumentException: Invalid archive header name: name is empty."},
-      {"empty name from the file, no room",
-       {0, emptyName, {}},
-       {{"k", "v"}},
-       "IllegalArgumentException: Invalid archive header name: name is empty.",
-       ""},
+      {{100, {}, {}}, {{"k", "v"}}, cannotWrite, tooSmall},
+      {{256, {}, {}}, {{"k", longValue}}, cannotWrite, tooLong},
+      {{256, {}, {}}, {{"j", std::string(900, 'v')}, {"k", longValue}}, cannotWrite, tooLong},
+      {{0, {}, {{"e", 2, {}, "x"}}}, {{"k", longValue}}, tooLong, ""},
+      {{256, unnamed, {}}, {{"k", "v"}}, cannotWrite, noName},
+      {{0, unnamed, {}}, {{"k", "v"}}, noName, ""},
   };
-  for (const auto& [name, archive, added, failure, cause] : rows) {
+  for (const auto& [archive, added, failure, cause] : rows) {
     Write(archive);
     ArchiveFile file(location);
-    for (const auto& [key, value] : added) {
-      file.PutHeader(Vx::UniString::FromUTF8(key), Vx::UniString::FromUTF8(value));
-    }
-    EXPECT_EQ(FailureOf([&] { file.Update(); }), failure) << name;
-    EXPECT_EQ(Tests::CauseOf([&] { file.Update(); }), cause) << name;
-    EXPECT_EQ(folder.Read("a.lsa"), Tests::ToBytes(archive));
-    ExpectNoOtherFile();
+    for (const auto& [key, value] : added) file.PutHeader(Tests::Text(key), Tests::Text(value));
+    EXPECT_EQ(FailureOf([&] { file.Update(); }), failure);
+    EXPECT_EQ(Tests::CauseOf([&] { file.Update(); }), cause);
+    ExpectAlone(ToBytes(archive));
   }
 }
 
-TEST_F(ArchiveUpdate, DamagedSourceEndsTheRewriteAndStaysAsItWas) {
-  const std::string bytes = Tests::ToBytes(Tests::MakeSample(0));
+TEST_F(ArchiveUpdate, DamagedSourceEndsItAndStaysAsItWas) {
+  const std::string bytes = ToBytes(MakeSample(0));
   std::string wrong = bytes;
   wrong.back() = static_cast<char>(wrong.back() ^ 1);
   const struct {
+    unsigned int reserved;
     std::string bytes;
     std::string failure;
   } rows[] = {
-      {wrong, "ArchiveException: Failed to read archive entry: entry crc check failed."},
-      {bytes.substr(0, bytes.size() - 1), "EndOfInputException: End of input reached."},
-      {bytes + std::string(2, '\0'),
+      {0, wrong, "ArchiveException: Failed to read archive entry: entry crc check failed."},
+      {0, bytes.substr(0, bytes.size() - 1), "EndOfInputException: End of input reached."},
+      {0, bytes + std::string(2, '\0'),
        "ArchiveException: Failed to read archive entry: invalid entry name."},
+      {256, "no archive", failed + "failed to open archive file."},
   };
-  for (const auto& [content, failure] : rows) {
+  for (const auto& [reserved, content, failure] : rows) {
+    Write(MakeSample(reserved));
+    ArchiveFile file(location);
+    file.PutHeader(u"k", u"v");
     folder.Write("a.lsa", content);
-    EXPECT_EQ(FailureOf([&] { Update({{"k", "v"}}); }), failure);
-    EXPECT_EQ(folder.Read("a.lsa"), content);
-    ExpectNoOtherFile();
+    EXPECT_EQ(FailureOf([&] { file.Update(); }), failure);
+    ExpectAlone(content);
   }
 }
 
-TEST_F(ArchiveUpdate, FileKeepsItsModeAndAnOlderTemporaryFileIsReplaced) {
+TEST_F(ArchiveUpdate, FileKeepsItsMode) {
   for (const unsigned int mode : {0600U, 0640U, 0755U}) {
-    Write(Tests::MakeSample(0));
-    folder.Write("a.lsa.updated", std::string(100000, 'x'));
+    Write(MakeSample(0));
     const auto permissions = static_cast<std::filesystem::perms>(mode);
-    std::filesystem::permissions(folder.GetPath() / "a.lsa", permissions);
-    Update({{"k", "v"}});
-    EXPECT_EQ(Read().headers, (Pairs{{"k", "v"}}));
-    EXPECT_EQ(std::filesystem::status(folder.GetPath() / "a.lsa").permissions(), permissions);
-    ExpectNoOtherFile();
+    std::filesystem::permissions(GetPath("a.lsa"), permissions);
+    Update(WithHeaderOf(100, 0).headers);
+    ExpectAlone(ToBytes(WithHeaderOf(100, 0)));
+    EXPECT_EQ(std::filesystem::status(GetPath("a.lsa")).permissions(), permissions);
   }
+}
+
+TEST_F(ArchiveUpdate, WhatStandsUnderTheTemporaryNameGoesAndALinkIsNeverFollowed) {
+  const std::string expected = ToBytes(WithHeaderOf(1000, 0));
+  const std::filesystem::path temporary = GetPath("a.lsa.updated");
+  const std::function<void()> plants[] = {
+      [&] { folder.Write("a.lsa.updated", std::string(100000, 'x')); },
+      [&] { std::filesystem::create_symlink("a.lsa", temporary); },
+      [&] { std::filesystem::create_symlink("victim", temporary); },
+      [&] { std::filesystem::create_hard_link(GetPath("a.lsa"), temporary); },
+      [&] { std::filesystem::create_hard_link(GetPath("victim"), temporary); },
+  };
+  folder.Write("victim", "untouched");
+  for (const auto& plant : plants) {
+    Write(MakeSample(0));
+    plant();
+    Update(WithHeaderOf(1000, 0).headers);
+    EXPECT_TRUE(folder.Read("a.lsa") == expected);
+    EXPECT_EQ(folder.Read("victim"), "untouched");
+    EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{"a.lsa", "victim"}));
+  }
+  // Where the archive's name is a link, the file is rewritten where it is.
+  std::filesystem::create_directory(GetPath("elsewhere"));
+  folder.Write("elsewhere/real", ToBytes(MakeSample(0)));
+  std::filesystem::remove(GetPath("a.lsa"));
+  std::filesystem::create_symlink("elsewhere/real", GetPath("a.lsa"));
+  Update(WithHeaderOf(1000, 0).headers);
+  EXPECT_TRUE(folder.Read("elsewhere/real") == expected);
+  EXPECT_TRUE(std::filesystem::is_symlink(GetPath("a.lsa")));
 }
 
 // How an update goes to the disk.
@@ -296,15 +229,17 @@ const Road roads[] = {{"in place", 4096, 4096, 4096, true},
 class UpdateRoad : public ArchiveUpdate {
  protected:
   // Few entries, so that sweeps over all system calls stay short.
-  static std::string OldBytes(const Road& road) {
-    SampleArchive archive = Tests::MakeSample(road.reserved);
+  static std::string Cut(SampleArchive archive) {
     archive.entries.resize(2);
-    return Tests::ToBytes(archive);
+    return ToBytes(archive);
   }
-  static std::string NewBytes(const Road& road) {
-    SampleArchive archive = WithHeaderOf(road.headerSize, road.newReserved);
-    archive.entries.resize(2);
-    return Tests::ToBytes(archive);
+  static std::string GetOld(const Road& road) { return Cut(MakeSample(road.reserved)); }
+  static std::string GetNew(const Road& road) {
+    return Cut(WithHeaderOf(road.headerSize, road.newReserved));
+  }
+  void Run(const Road& road) const {
+    const FileFault noSwap(Tests::CallRename2, EINVAL, 0, road.canSwap ? 0 : FileFault::Always);
+    Update(WithHeaderOf(road.headerSize, 0).headers);
   }
   // What faults have left beside the archive.
   void RemoveOtherFiles() const {
@@ -312,45 +247,31 @@ class UpdateRoad : public ArchiveUpdate {
       if (name != "a.lsa") std::filesystem::remove(folder.GetPath() / name);
     }
   }
-  // Runs the update of `road` with the fault wanted in force; gives its failure.
-  std::string Run(const Road& road, unsigned int calls, int error, unsigned int skip,
-                  bool& struck) const {
-    ArchiveFile file(location);
-    PutAll(file, WithHeaderOf(road.headerSize, 0).headers);
-    const FileFault noSwap(Tests::CallRename2, EINVAL, 0, road.canSwap ? 0 : FileFault::Always);
-    const FileFault fault(calls, error, skip, 1);
-    std::string failure = FailureOf([&] { file.Update(); });
-    struck = fault.HasStruck();
-    return failure;
-  }
 };
 
 TEST_F(UpdateRoad, SystemCallThatFailsIsReportedAndLeavesAWholeArchive) {
   for (const Road& road : roads) {
-    const std::string oldBytes = OldBytes(road);
-    const std::string newBytes = NewBytes(road);
+    SCOPED_TRACE(road.name);
     for (unsigned int call = 1; call < Tests::CallAny; call *= 2) {
-      bool struck = true;
-      for (unsigned int skip = 0; struck; ++skip) {
-        SCOPED_TRACE(std::string(road.name) + ", call " + std::to_string(call) + ", number " +
-                     std::to_string(skip));
-        folder.Write("a.lsa", oldBytes);
-        const std::string failure = Run(road, call, EIO, skip, struck);
+      const auto work = [&] {
+        folder.Write("a.lsa", GetOld(road));
+        Run(road);
+      };
+      Tests::FailEachCall(call, work, [&](const std::string& failure, bool struck) {
         const std::string content = folder.Read("a.lsa");
-        EXPECT_TRUE(content == oldBytes || content == newBytes);
-        EXPECT_TRUE(!failure.empty() || content == newBytes);
-        if (!struck) {
-          EXPECT_EQ(failure, "");
-        }
+        EXPECT_TRUE(content == GetNew(road) || (!failure.empty() && content == GetOld(road)));
+        EXPECT_TRUE(struck || failure.empty());
         // A temporary file that can't be deleted stays.
-        if (call != Tests::CallRemove) ExpectNoOtherFile();
+        EXPECT_TRUE(folder.GetNames().size() == 1 || call == Tests::CallRemove);
         RemoveOtherFiles();
-      }
+      });
     }
   }
 }
 
-TEST_F(UpdateRoad, EachFailureHasItsMessage) {
+TEST_F(UpdateRoad, EachFailureHasItsMessageAndTheUpdateCanBeTriedAgain) {
+  const std::string cannotExchange =
+      failed + "failed to exchange archive and temporary archive files.";
   const struct {
     const Road& road;
     unsigned int call;
@@ -359,94 +280,67 @@ TEST_F(UpdateRoad, EachFailureHasItsMessage) {
       {roads[0], Tests::CallRead, failed + "failed to open archive file."},
       {roads[0], Tests::CallWrite, failed + "failed to write archive file."},
       {roads[0], Tests::CallSyncData, failed + "failed to flush archive file."},
-      {roads[0], Tests::CallClose, ""},
+      {roads[1], Tests::CallRead, "IOException: Failed to read from file binary input channel."},
       {roads[1], Tests::CallWrite,
        "IOException: Failed to write to file binary output channel: write error."},
-      {roads[1], Tests::CallRead, "IOException: Failed to read from file binary input channel."},
-      {roads[1], Tests::CallRename2,
-       failed + "failed to exchange archive and temporary archive files."},
-      {roads[1], Tests::CallSync,
-       failed + "failed to exchange archive and temporary archive files."},
+      {roads[1], Tests::CallRename2, cannotExchange},
+      {roads[1], Tests::CallSync, cannotExchange},
       {roads[1], Tests::CallRemove, ""},
-      {roads[2], Tests::CallLink,
-       failed + "failed to exchange archive and temporary archive files."},
+      {roads[2], Tests::CallLink, cannotExchange},
   };
   for (const auto& [road, call, failure] : rows) {
-    Write(Tests::MakeSample(road.reserved));
-    bool struck = false;
-    const std::string found = Run(road, call, EIO, 0, struck);
-    EXPECT_EQ(found, failure) << road.name << ", " << call;
-    EXPECT_TRUE(struck);
-  }
-}
-
-TEST_F(UpdateRoad, FailedUpdateCanBeTriedAgain) {
-  for (const Road& road : roads) {
-    Write(Tests::MakeSample(road.reserved));
+    Write(MakeSample(road.reserved));
     ArchiveFile file(location);
     PutAll(file, WithHeaderOf(road.headerSize, 0).headers);
     {
-      const Tests::DiskSpace full(0);
-      EXPECT_NE(FailureOf([&] { file.Update(); }), "");
+      const FileFault noSwap(Tests::CallRename2, EINVAL, 0, road.canSwap ? 0 : FileFault::Always);
+      const FileFault fault(call, EIO, 0, 1);
+      EXPECT_EQ(FailureOf([&] { file.Update(); }), failure) << road.name << ", " << call;
+      EXPECT_TRUE(fault.HasStruck());
     }
-    EXPECT_TRUE(file.IsUpdated());
     file.Update();
-    EXPECT_EQ(Read(), WithHeaderOf(road.headerSize, road.newReserved));
+    ExpectAlone(ToBytes(WithHeaderOf(road.headerSize, road.newReserved)));
   }
 }
 
 TEST_F(UpdateRoad, KilledBeforeAnySystemCallItLeavesAWholeArchive) {
   for (const Road& road : roads) {
-    const std::string oldBytes = OldBytes(road);
-    const std::string newBytes = NewBytes(road);
     bool killed = true;
     unsigned int skip = 0;
     for (; killed; ++skip) {
-      folder.Write("a.lsa", oldBytes);
+      SCOPED_TRACE(std::string(road.name) + ", call " + std::to_string(skip));
+      folder.Write("a.lsa", GetOld(road));
       const pid_t child = ::fork();
       if (child == 0) {
-        bool struck = false;
-        const std::string failure = Run(road, Tests::CallAny, FileFault::Kill, skip, struck);
-        ::_exit(failure.empty() ? 0 : 1);
+        const FileFault fault(Tests::CallAny, FileFault::Kill, skip);
+        ::_exit(FailureOf([&] { Run(road); }).empty() ? 0 : 1);
       }
       int result = -1;
       ASSERT_EQ(::waitpid(child, &result, 0), child);
       killed = WIFSIGNALED(result);
       ASSERT_TRUE(killed ? WTERMSIG(result) == SIGKILL : WEXITSTATUS(result) == 0) << result;
       const std::string content = folder.Read("a.lsa");
-      EXPECT_TRUE(content == oldBytes || content == newBytes) << road.name << ", " << skip;
-      if (!killed) {
-        EXPECT_TRUE(content == newBytes) << road.name;
-      }
+      EXPECT_TRUE(content == GetNew(road) || (killed && content == GetOld(road)));
       // What a kill leaves behind is in nobody's way.
       Update({{"k", "v"}});
-      EXPECT_EQ(Read().headers, (Pairs{{"k", "v"}}));
+      EXPECT_EQ(Tests::ReadSample(folder.Read("a.lsa")).archive.headers, (Pairs{{"k", "v"}}));
       RemoveOtherFiles();
     }
     EXPECT_GE(skip, 3U) << road.name;
   }
 }
 
-TEST_F(ArchiveUpdate, RunningOutOfMemoryAnywhereLeavesTheArchiveAndLeaksNothing) {
-  const SampleArchive sample = Tests::MakeSample(256);
+TEST_F(ArchiveUpdate, RunningOutOfMemoryAnywhereLeavesAWholeArchiveAndLeaksNothing) {
   const SampleArchive expected = WithHeaderOf(600, 1024);
-  bool fired = true;
-  for (int n = 1; fired; ++n) {
+  const auto work = [&] {
     Write(sample);
-    ArchiveFile file(location);
-    PutAll(file, expected.headers);
-    std::string failure;
-    {
-      const Larkspan::Testing::AllocationFault fault(n);
-      failure = FailureOf([&] { file.Update(); });
-      fired = fault.HasFired();
-    }
-    EXPECT_EQ(Read(), failure.empty() ? expected : sample) << n;
+    Update(expected.headers);
+  };
+  Tests::FailEachAllocation(work, [&](const std::string& failure, bool) {
+    EXPECT_TRUE(folder.Read("a.lsa") == ToBytes(failure.empty() ? expected : sample));
     // To delete the old archive takes memory too; without it, it stays under the temporary name.
-    if (!failure.empty()) {
-      ExpectNoOtherFile();
-    }
-  }
+    EXPECT_TRUE(failure.empty() || folder.GetNames().size() == 1) << failure;
+  });
 }
 
 }  // namespace

@@ -309,8 +309,7 @@ TEST(Inflater, SeenFromBothSidesItIsThePlainForm) {
     for (const std::string& data :
          {noise.substr(0, length), zeros.substr(0, length), mixed.substr(0, length)}) {
       const std::string compressed = Compress(data);
-      for (const unsigned int bufferSize : {1U, 64U, 512U, 1024U}) {
-        if (bufferSize == 1 && length > 2048) continue;
+      for (const unsigned int bufferSize : {64U, 512U, 1024U}) {
         for (const std::size_t piece : {0U, 7U, 1000U, 100000U}) {
           CompareWithPlainForm({compressed + "behind", piece}, bufferSize,
                                static_cast<unsigned int>(length + piece));
@@ -352,7 +351,7 @@ TEST(Inflater, SourceThatBreaksAnywhereIsReportedAsByThePlainForm) {
 TEST(Inflater, WrongHeaderComesUpInTheFirstFill) {
   Tests::PiecewiseInput source("no zlib stream");
   InflaterIBinaryChannel channel(source, 64);
-  EXPECT_EQ(FailureOf([&] { static_cast<void>(channel.GetAvailable()); }),
+  EXPECT_EQ(FailureOf([&] { return channel.GetAvailable(); }),
             "IOException: Inflate failed: data error");
 }
 

@@ -61,8 +61,7 @@ TEST_F(FileChannels, EmptyTransfersAreRefusedBeforeTheClosedState) {
   char byte = 0;
   for (int round = 0; round < 2; ++round) {
     const auto read = [&](char* buffer, unsigned int size) {
-      return FailureOf(
-          [&] { static_cast<void>(input.Read(buffer, size, Vx::IBinaryChannel::ReadSome)); });
+      return FailureOf([&] { return input.Read(buffer, size, Vx::IBinaryChannel::ReadSome); });
     };
     EXPECT_EQ(read(nullptr, 0),
               "IllegalArgumentException: Invalid destination buffer: buffer is null.");
@@ -112,7 +111,7 @@ TEST_F(FileChannels, FaultsOfTheSystemHaveTheirMessages) {
   FileIBinaryChannel input(location, FileShare::NoShare);
   {
     const FileFault fault(Tests::CallRead, EIO);
-    EXPECT_EQ(FailureOf([&] { static_cast<void>(Tests::ReadRest(input)); }),
+    EXPECT_EQ(FailureOf([&] { return Tests::ReadRest(input); }),
               "IOException: Failed to read from file binary input channel.");
   }
   EXPECT_EQ(Tests::ReadRest(input), "text");

@@ -26,10 +26,10 @@ TEST(LocationUtils, NormalizeNameReplacesUnitByUnit) {
   EXPECT_EQ(NormalizeName(u"a/b:c", u'_'), u"a_b_c");
   EXPECT_EQ(NormalizeName(u"legal \U0001F600. ", u'_'), u"legal \U0001F600. ");
   EXPECT_EQ(NormalizeName(UniString(std::u16string_view(u"\0\x1F|", 3)), u' '), u"   ");
-  EXPECT_EQ(FailureOf([] { static_cast<void>(NormalizeName(u"legal", u'/')); }),
+  EXPECT_EQ(FailureOf([] { return NormalizeName(u"legal", u'/'); }),
             "IllegalArgumentException: Invalid replacement character: replacement character is not "
             "a legal name character.");
-  EXPECT_EQ(FailureOf([] { static_cast<void>(NormalizeName(u"", u'/')); }),
+  EXPECT_EQ(FailureOf([] { return NormalizeName(u"", u'/'); }),
             "IllegalArgumentException: Invalid name: name is empty.");
   try {
     static_cast<void>(NormalizeName(u"", u'_'));
@@ -59,7 +59,7 @@ TEST(LocationUtils, PathsAndUrlsLeadToLocationsAndBack) {
     EXPECT_EQ(IsAbsolutePath(text), !path.IsEmpty());
     EXPECT_EQ(IsRelativePath(text), path.IsEmpty());
     if (path.IsEmpty()) {
-      EXPECT_EQ(FailureOf([&, &given = text] { static_cast<void>(LocationFromPath(given)); }),
+      EXPECT_EQ(FailureOf([&, &given = text] { return LocationFromPath(given); }),
                 "IOException: Failed to create location from path: the specified path is not "
                 "absolute.");
       continue;
@@ -73,12 +73,12 @@ TEST(LocationUtils, PathsAndUrlsLeadToLocationsAndBack) {
 
 TEST(LocationUtils, UrlsNeedThePrefixExactly) {
   for (const char16_t* url : {u"", u" file:///a", u"FILE:///a", u"file:/a", u"/a", u"xfile:///a"}) {
-    EXPECT_EQ(FailureOf([&] { static_cast<void>(LocationFromURL(url)); }),
+    EXPECT_EQ(FailureOf([&] { return LocationFromURL(url); }),
               "IllegalArgumentException: Invalid file url.");
   }
-  EXPECT_EQ(FailureOf([] { static_cast<void>(LocationFromURL(u"file://")); }), NoPath);
+  EXPECT_EQ(FailureOf([] { return LocationFromURL(u"file://"); }), NoPath);
   EXPECT_EQ(
-      FailureOf([] { static_cast<void>(LocationFromURL(u"file://a/b")); }),
+      FailureOf([] { return LocationFromURL(u"file://a/b"); }),
       "IOException: Failed to create location from path: the specified path is not absolute.");
 }
 
@@ -86,10 +86,10 @@ TEST(LocationUtils, RelativePathsLeadDownFromTheBase) {
   const IO::Location base(u"\\base");
   EXPECT_EQ(LocationToPath(LocationFromRelativePath(base, u"a\\b/c")), u"\\base\\a\\b\\c");
   EXPECT_EQ(LocationToPath(LocationFromRelativePath(IO::Location(u"\\"), u"a")), u"\\a");
-  EXPECT_EQ(FailureOf([&] { static_cast<void>(LocationFromRelativePath(base, u"\\a")); }),
+  EXPECT_EQ(FailureOf([&] { return LocationFromRelativePath(base, u"\\a"); }),
             "IOException: Failed to create location from relative path: the specified path is not "
             "relative.");
-  EXPECT_EQ(FailureOf([&] { static_cast<void>(LocationFromRelativePath(base, u"..\\a")); }),
+  EXPECT_EQ(FailureOf([&] { return LocationFromRelativePath(base, u"..\\a"); }),
             "IOException: Failed to create location from relative path.");
   EXPECT_EQ(LocationToPath(IO::RelativeLocation(u"a/b")), u"a\\b");
 }
@@ -104,19 +104,19 @@ TEST(LocationUtils, ArgumentsAreTestedInTheirOrder) {
     std::function<void()> run;
     const char* failure;
   } rows[] = {
-      {[&] { static_cast<void>(LocationToPath(invalid)); }, notValid},
-      {[&] { static_cast<void>(LocationToPath(empty)); }, isEmpty},
-      {[&] { static_cast<void>(LocationToURL(invalid)); }, notValid},
-      {[&] { static_cast<void>(LocationToURL(empty)); }, isEmpty},
-      {[&] { static_cast<void>(LocationFromRelativePath(invalid, u"")); }, notValid},
-      {[&] { static_cast<void>(LocationFromRelativePath(empty, u"")); }, isEmpty},
-      {[&] { static_cast<void>(LocationFromRelativePath(sound, u"")); }, NoPath},
-      {[&] { static_cast<void>(LocationFromPath(u"")); }, NoPath},
-      {[&] { static_cast<void>(IsAbsolutePath(u"")); }, NoPath},
-      {[&] { static_cast<void>(IsRelativePath(u"")); }, NoPath},
-      {[&] { static_cast<void>(LocationToPath(IO::RelativeLocation(u".."))); },
+      {[&] { return LocationToPath(invalid); }, notValid},
+      {[&] { return LocationToPath(empty); }, isEmpty},
+      {[&] { return LocationToURL(invalid); }, notValid},
+      {[&] { return LocationToURL(empty); }, isEmpty},
+      {[&] { return LocationFromRelativePath(invalid, u""); }, notValid},
+      {[&] { return LocationFromRelativePath(empty, u""); }, isEmpty},
+      {[&] { return LocationFromRelativePath(sound, u""); }, NoPath},
+      {[&] { return LocationFromPath(u""); }, NoPath},
+      {[&] { return IsAbsolutePath(u""); }, NoPath},
+      {[&] { return IsRelativePath(u""); }, NoPath},
+      {[&] { return LocationToPath(IO::RelativeLocation(u"..")); },
        "IllegalArgumentException: Invalid relative location: relative location is not valid."},
-      {[&] { static_cast<void>(LocationToPath(IO::RelativeLocation(u"."))); },
+      {[&] { return LocationToPath(IO::RelativeLocation(u".")); },
        "IllegalArgumentException: Invalid relative location: relative location is empty."},
   };
   for (const auto& [run, failure] : rows) EXPECT_EQ(FailureOf(run), failure);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 namespace Larkspan::Testing {
 
 /// While it lives, the `n`-th allocation counted from its construction gives null, on whatever
@@ -8,17 +10,26 @@ namespace Larkspan::Testing {
 /// One at a time. With `n` 0 it only counts.
 class AllocationFault {
  public:
-  explicit AllocationFault(int n) noexcept;
+  explicit AllocationFault(int n) noexcept : failing(n) {
+    tried = 0;
+    striking = n;
+  }
   AllocationFault(const AllocationFault&) = delete;
   AllocationFault& operator=(const AllocationFault&) = delete;
-  ~AllocationFault();
+  ~AllocationFault() { striking = 0; }
 
   /// Whether the allocation has failed; a sweep is over when it has not.
-  [[nodiscard]] bool HasFired() const noexcept;
+  [[nodiscard]] bool HasFired() const noexcept { return failing != 0 && tried >= failing; }
   /// The allocations tried so far.
-  [[nodiscard]] int GetCount() const noexcept;
+  [[nodiscard]] int GetCount() const noexcept { return tried; }
+
+  /// For the operators: counts an allocation, and tells whether it has to fail.
+  [[nodiscard]] static bool Strikes() noexcept { return ++tried == striking; }
 
  private:
+  static inline std::atomic<int> tried{0};
+  static inline std::atomic<int> striking{0};
+
   int failing;
 };
 

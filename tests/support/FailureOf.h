@@ -15,7 +15,7 @@ inline std::string Describe(const VxException& exception) {
 template <class Work>
 std::string FailureOf(Work&& work) {
   try {
-    work();
+    static_cast<void>(work());
     return "";
   } catch (const VxException& exception) {
     return Describe(exception);
@@ -26,7 +26,7 @@ std::string FailureOf(Work&& work) {
 template <class Work>
 std::string CauseOf(Work&& work) {
   try {
-    work();
+    static_cast<void>(work());
     return "";
   } catch (const VxException& exception) {
     return exception.GetCause() == nullptr ? "" : Describe(*exception.GetCause());

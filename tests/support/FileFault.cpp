@@ -8,62 +8,17 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace Tests {
-namespace {
-
-constexpr std::size_t NoLimit = static_cast<std::size_t>(-1);
-
-FileFault* firstFault = nullptr;
-std::size_t pieceLimit = NoLimit;
-std::size_t diskSpace = NoLimit;
-
-}  // namespace
-
-FileFault::FileFault(unsigned int calls, int error, unsigned int skip, unsigned int times)
-    : kinds(calls), failure(error), passes(skip), strikes(times), next(firstFault) {
-  firstFault = this;
-}
-
-FileFault::~FileFault() {
-  FileFault** place = &firstFault;
-  while (*place != this) place = &(*place)->next;
-  *place = next;
-}
-
-bool FileFault::Strike(SystemCall call) noexcept {
-  if ((kinds & call) == 0 || strikes == 0) return false;
-  if (passes > 0) {
-    --passes;
-    return false;
-  }
-  if (strikes != Always) --strikes;
-  struck = true;
-  return true;
-}
+using namespace Tests;
 
 int FileFault::Check(SystemCall call) noexcept {
-  for (FileFault* fault = firstFault; fault != nullptr; fault = fault->next) {
-    if (!fault->Strike(call)) continue;
+  for (FileFault* fault = newest; fault != nullptr; fault = fault->older) {
+    if ((fault->kinds & call) == 0) continue;
+    const unsigned int number = fault->met++;
+    if (number < fault->passing || number - fault->passing >= fault->striking) continue;
     if (fault->failure == Kill) ::kill(::getpid(), SIGKILL);
     return fault->failure;
   }
   return 0;
-}
-
-PieceLimit::PieceLimit(std::size_t bytes) {
-  pieceLimit = bytes;
-}
-
-PieceLimit::~PieceLimit() {
-  pieceLimit = NoLimit;
-}
-
-DiskSpace::DiskSpace(std::size_t bytes) {
-  diskSpace = bytes;
-}
-
-DiskSpace::~DiskSpace() {
-  diskSpace = NoLimit;
 }
 
 namespace {
@@ -77,36 +32,27 @@ long Call(SystemCall kind, long number, Arguments... arguments) noexcept {
   return -1;
 }
 
-bool IsStandard(int descriptor) noexcept {
-  return descriptor >= 0 && descriptor <= 2;
-}
-
 }  // namespace
-}  // namespace Tests
-
-using namespace Tests;
 
 extern "C" {
 
 ssize_t read(int descriptor, void* buffer, size_t size) {
-  if (IsStandard(descriptor)) return ::syscall(SYS_read, descriptor, buffer, size);
-  return Call(CallRead, SYS_read, descriptor, buffer, std::min(size, pieceLimit));
+  if (descriptor <= STDERR_FILENO) return ::syscall(SYS_read, descriptor, buffer, size);
+  return Call(CallRead, SYS_read, descriptor, buffer, std::min(size, PieceLimit::left));
 }
 
 ssize_t write(int descriptor, const void* data, size_t size) {
-  if (IsStandard(descriptor)) return ::syscall(SYS_write, descriptor, data, size);
-  if (size > 0 && diskSpace == 0) {
-    errno = ENOSPC;
-    return -1;
-  }
-  const size_t piece = std::min({size, pieceLimit, diskSpace});
+  if (descriptor <= STDERR_FILENO) return ::syscall(SYS_write, descriptor, data, size);
+  const size_t piece = std::min({size, PieceLimit::left, DiskSpace::left});
+  errno = ENOSPC;  // which stays only if there is no call
+  if (size > 0 && piece == 0) return -1;
   const ssize_t written = Call(CallWrite, SYS_write, descriptor, data, piece);
-  if (written > 0 && diskSpace != NoLimit) diskSpace -= static_cast<size_t>(written);
+  if (written > 0) DiskSpace::left -= static_cast<size_t>(written);
   return written;
 }
 
 int close(int descriptor) {
-  const int error = IsStandard(descriptor) ? 0 : FileFault::Check(CallClose);
+  const int error = descriptor <= STDERR_FILENO ? 0 : FileFault::Check(CallClose);
   const long result = ::syscall(SYS_close, descriptor);
   if (error == 0) return static_cast<int>(result);
   errno = error;
@@ -139,11 +85,11 @@ int unlinkat(int folder, const char* name, int flags) noexcept {
 }
 
 int unlink(const char* path) noexcept {
-  return static_cast<int>(Call(CallRemove, SYS_unlinkat, AT_FDCWD, path, 0));
+  return ::unlinkat(AT_FDCWD, path, 0);
 }
 
 int rmdir(const char* path) noexcept {
-  return static_cast<int>(Call(CallRemove, SYS_unlinkat, AT_FDCWD, path, AT_REMOVEDIR));
+  return ::unlinkat(AT_FDCWD, path, AT_REMOVEDIR);
 }
 
 }  // extern "C"

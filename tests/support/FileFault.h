@@ -21,51 +21,55 @@ enum SystemCall : unsigned int {
 };
 
 /// While it lives, calls of the kinds `calls` fail with `error`: after `skip` that pass, `times`.
-/// An `error` of `Kill` ends the process instead, as SIGKILL does, before the call is made.
+/// An `error` of `Kill` ends the process instead, as SIGKILL does, before the call is made. Of
+/// several the newest comes first; they end in the reverse order.
 class FileFault final {
  public:
   static constexpr unsigned int Always = 0xFFFFFFFFU;
   static constexpr int Kill = -1;
 
-  FileFault(unsigned int calls, int error, unsigned int skip = 0, unsigned int times = Always);
+  FileFault(unsigned int calls, int error, unsigned int skip = 0, unsigned int times = Always)
+      : kinds(calls), failure(error), passing(skip), striking(times), older(newest) {
+    newest = this;
+  }
   FileFault(const FileFault&) = delete;
   FileFault& operator=(const FileFault&) = delete;
-  ~FileFault();
+  ~FileFault() { newest = older; }
 
   /// Whether a call has failed.
-  [[nodiscard]] bool HasStruck() const noexcept { return struck; }
+  [[nodiscard]] bool HasStruck() const noexcept { return striking > 0 && met > passing; }
 
   /// For the C functions: the error that the call `call` has to fail with, or 0.
   [[nodiscard]] static int Check(SystemCall call) noexcept;
 
  private:
-  bool Strike(SystemCall call) noexcept;
+  static inline FileFault* newest = nullptr;
 
   unsigned int kinds;
   int failure;
-  unsigned int passes;
-  unsigned int strikes;
-  bool struck = false;
-  FileFault* next;
+  unsigned int passing;
+  unsigned int striking;
+  unsigned int met = 0;
+  FileFault* older;
 };
 
-/// While it lives, a read or write moves at most `bytes` bytes in one call.
-class PieceLimit final {
+/// While it lives, a number of bytes bounds what calls move. One of a kind at a time.
+template <int Kind>
+class ByteLimit final {
  public:
-  explicit PieceLimit(std::size_t bytes);
-  PieceLimit(const PieceLimit&) = delete;
-  PieceLimit& operator=(const PieceLimit&) = delete;
-  ~PieceLimit();
+  explicit ByteLimit(std::size_t bytes) { left = bytes; }
+  ByteLimit(const ByteLimit&) = delete;
+  ByteLimit& operator=(const ByteLimit&) = delete;
+  ~ByteLimit() { left = None; }
+
+  static constexpr std::size_t None = static_cast<std::size_t>(-1);
+  static inline std::size_t left = None;
 };
 
-/// While it lives, the disk has room for `bytes` more bytes: the write that meets its end is cut
-/// short, and those behind it fail with ENOSPC.
-class DiskSpace final {
- public:
-  explicit DiskSpace(std::size_t bytes);
-  DiskSpace(const DiskSpace&) = delete;
-  DiskSpace& operator=(const DiskSpace&) = delete;
-  ~DiskSpace();
-};
+/// A read or write moves at most so many bytes in one call.
+using PieceLimit = ByteLimit<0>;
+/// The disk has room for so many more bytes: the write that meets its end is cut short, and those
+/// behind it fail with ENOSPC.
+using DiskSpace = ByteLimit<1>;
 
 }  // namespace Tests

@@ -24,10 +24,8 @@ TemporaryFolder::~TemporaryFolder() {
 
 IO::Location TemporaryFolder::At(std::string_view name) const {
   IO::Location location;
-  const std::string native = (path / name).string();
-  if (IO::fileSystem.FromNativePath(native, location) != 0) {
-    throw std::runtime_error("No location: " + native);
-  }
+  const int status = IO::fileSystem.FromNativePath((path / name).string(), location);
+  if (status != 0) throw std::runtime_error("No location: " + std::string(name));
   return location;
 }
 

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Larkspan/Common/IO/ArchiveFile.h"
+#include "tests/larkspan/ArchiveSample.h"
+#include "tests/support/AllocationFault.h"
+#include "tests/support/FailureOf.h"
+#include "tests/support/FileFault.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Tests {
+
+/// A folder with the archive "a.lsa" in it.
+class ArchiveFolder : public testing::Test {
+ protected:
+  void Write(const SampleArchive& archive) const { folder.Write("a.lsa", ToBytes(archive)); }
+  // Writes the sample with its last CRC wrong.
+  void WriteDamaged() const {
+    std::string bytes = ToBytes(sample);
+    bytes.back() = static_cast<char>(bytes.back() ^ 1);
+    folder.Write("a.lsa", bytes);
+  }
+  [[nodiscard]] std::filesystem::path GetPath(const char* name) const {
+    return folder.GetPath() / name;
+  }
+
+  const TemporaryFolder folder;
+  const IO::Location location = folder.At("a.lsa");
+  const SampleArchive sample = MakeSample(256);
+};
+
+/// Runs `work` again and again, with one of its system calls `calls` failing by EIO, until it has
+/// no further one; `check` gets what each run failed with and whether its call did fail.
+template <class Work, class Check>
+void FailEachCall(unsigned int calls, Work work, Check check) {
+  bool struck = true;
+  for (unsigned int skip = 0; struck; ++skip) {
+    SCOPED_TRACE("call " + std::to_string(calls) + ", number " + std::to_string(skip));
+    std::string failure;
+    {
+      const FileFault fault(calls, EIO, skip, 1);
+      failure = FailureOf(work);
+      struck = fault.HasStruck();
+    }
+    check(failure, struck);
+  }
+}
+
+/// The same with each allocation.
+template <class Work, class Check>
+void FailEachAllocation(Work work, Check check) {
+  bool fired = true;
+  for (int n = 1; fired; ++n) {
+    SCOPED_TRACE("allocation " + std::to_string(n));
+    std::string failure;
+    {
+      const Larkspan::Testing::AllocationFault fault(n);
+      failure = FailureOf(work);
+      fired = fault.HasFired();
+    }
+    check(failure, fired);
+  }
+}
+
+}  // namespace Tests
