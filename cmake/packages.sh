@@ -53,6 +53,7 @@ configure_and_build() {
   local preset=$1
   shift
   local log=build/$preset.log
+  [ -e "build/$preset/build.ninja" ] || echo "building $preset for the first time; this takes minutes" >&2
   mkdir -p build
   if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } \
     >"$log" 2>&1; then

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <string>
 #include <string_view>
@@ -49,9 +50,9 @@ class BasicString {
   void Append(Unit unit) { Append(View(&unit, 1)); }
 
   /// Index of the first occurrence at or behind `start`, or `NotFound`. An empty `pattern` is
-  /// found at `start`.
+  /// found at `start`, or at the end.
   [[nodiscard]] unsigned int FindFirst(View pattern, unsigned int start = 0) const noexcept {
-    return ToIndex(GetView().find(pattern, start));
+    return ToIndex(GetView().find(pattern, std::min(start, GetLength())));
   }
   [[nodiscard]] unsigned int FindFirst(Unit unit, unsigned int start = 0) const noexcept {
     return ToIndex(GetView().find(unit, start));

@@ -118,8 +118,9 @@ Number FormatInteger(const FormatArgument& argument, const Directive& directive)
     number = {"-", ToDigits(0 - argument.number, base)};
   } else {
     number.digits = ToDigits(GetPattern(argument), base);
-    if (base == 10 && directive.showPlus) number.sign = "+";
-    if (base == 10 && !directive.showPlus && directive.showBlank) number.sign = " ";
+    const bool takesSign = base == 10 && argument.kind != FormatArgument::Kind::Unsigned;
+    if (takesSign && directive.showBlank) number.sign = " ";
+    if (takesSign && directive.showPlus) number.sign = "+";
     if (base == 16 && directive.prefixed && number.digits != "0") number.sign = "0x";
   }
   if (directive.precision == 0 && number.digits == "0") number.digits.clear();

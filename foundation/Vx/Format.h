@@ -71,10 +71,11 @@ class FOUNDATION_API FormatSink {
 /// Sends `format` with the arguments filled in to `sink`.
 ///
 /// Directives are those of C's `printf`: flags `-`, `+`, blank, `0`, `#`, a width, a precision,
-/// and one of `d i u x X o c s f e g`, with `T` for a text of 16-bit units. Length modifiers
-/// (`h`, `l`, `ll`, ...) are read over. A directive that does not suit its argument shows the
-/// argument in its natural form. `%%` is a per-cent sign; a directive without an argument, or
-/// one that does not exist, stands as it is.
+/// and one of `d i u x X o c s f e g`, with `T` for a text of 16-bit units. `#` is for `x X o`
+/// only; unsigned arguments take no sign from `+` and blank. Length modifiers (`h`, `l`, `ll`,
+/// ...) are read over. A directive that does not suit its argument shows the argument in its
+/// natural form. `%%` is a per-cent sign; a directive without an argument, or one that does not
+/// exist, stands as it is.
 FOUNDATION_API void FormatText(FormatSink& sink, const char* format,
                                const FormatArgument* arguments, std::size_t count);
 

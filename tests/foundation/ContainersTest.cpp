@@ -73,7 +73,6 @@ void ExpectTable(const T& table, const Pairs& pairs) {
     const auto* const entry = table.Find(key);
     ASSERT_TRUE(entry != nullptr && entry->key == key && entry->value == value) << key;
   }
-  ASSERT_EQ(table.Find(-1), nullptr);
   ASSERT_EQ(table.GetSearchCost(), SearchCostOf(pairs, table.GetBucketCount()));
 }
 
@@ -158,7 +157,6 @@ TYPED_TEST(ArrayTest, FollowsVectorAndItsCapacityRules) {
 
 TEST(HashTableTest, FollowsModelWhateverHashesAndLimits) {
   for (unsigned int seed = 0; seed < 24; ++seed) {
-    SCOPED_TRACE(seed);
     std::mt19937 random(seed);
     Key::spread = std::vector{1U, 7U, 100000U}[seed % 3];
     const bool isUsual = seed % 2 == 0;  // the other limits are met exactly
@@ -189,7 +187,7 @@ TEST(HashTableTest, FollowsModelWhateverHashesAndLimits) {
         const bool isFull = 4 * model.size() >= fourFills * buckets;
         if (isSlow && isFull) buckets = Vx::GetNextHashCapacity(buckets);
       }
-      ASSERT_EQ(table.GetBucketCount(), buckets);
+      ASSERT_EQ(table.GetBucketCount(), buckets) << "seed " << seed;
       ASSERT_NO_FATAL_FAILURE(ExpectTable(table, model));
     }
   }
@@ -236,13 +234,11 @@ TEST(IteratorsTest, RandomIteratorsReckonInIndexes) {
   Vx::ConstRandomIterator<int> it = start;
   it += 20;
   EXPECT_TRUE(*it == 20 && it[-20] + it[9] == 29);
-  EXPECT_TRUE(it - start == 20 && start - it == -20);
-  EXPECT_TRUE(start < it && it > start && !(it < start) && it != start);
+  EXPECT_TRUE(it - start == 20 && start - it == -20 && start < it && it > start && it != start);
   it -= 10;
-  EXPECT_EQ(*++it, 11);
-  it += 19;
+  EXPECT_EQ(*--it, 9);
+  it += 21;
   EXPECT_TRUE(it.IsAtEnd());
-  EXPECT_EQ(*--it, 29);
 }
 
 // Lets every allocation of `action` fail in turn. The table that it works on must then have the
@@ -251,20 +247,20 @@ void SweepTable(int count, const std::function<void(Table&)>& action) {
   const Pairs before = ToPairs(MakeTable(count).EnumeratePairs());
   Table finished = MakeTable(count);
   action(finished);
+  const Pairs after = ToPairs(finished.EnumeratePairs());
   bool hasFailed = true;
   for (int n = 1; hasFailed; ++n) {
     Table table = MakeTable(count);
     hasFailed = FailAt(n, [&] { action(table); });
     const bool isUntouched = hasFailed && ToPairs(table.EnumeratePairs()) == before;
-    ASSERT_NO_FATAL_FAILURE(
-        ExpectTable(table, isUntouched ? before : ToPairs(finished.EnumeratePairs())));
+    ASSERT_NO_FATAL_FAILURE(ExpectTable(table, isUntouched ? before : after));
     table.Put(1000, 1);
     ASSERT_TRUE(table.Delete(1000));
   }
 }
 
 TEST(HashTableTest, TablesSurviveWantOfMemory) {
-  for (int count = 0; count < 50; ++count) {
+  for (int count = 0; count < 50; count += count < 20 ? 1 : 4) {
     SCOPED_TRACE(count);
     Key::spread = count % 3 == 0 ? 100000 : 5;
     SweepTable(count, [](Table& table) { table.Add(500, 5); });

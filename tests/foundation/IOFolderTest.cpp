@@ -1,7 +1,5 @@
 #include <cerrno>
 #include <filesystem>
-#include <memory>
-#include <set>
 #include <signal.h>
 #include <string>
 #include <sys/wait.h>
@@ -9,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "tests/support/FileFault.h"
@@ -19,153 +16,110 @@ namespace {
 
 using IO::Folder;
 using IO::Name;
-using IO::OnNotFound;
 using namespace Tests;
 
-// All calls but the one that the slow road makes in vain.
-constexpr unsigned int CallOther = CallAny & ~CallRename2;
 constexpr auto Report = IO::AccessDeniedTreatment::Report;
 
 int Exchange(const TemporaryFolder& folder) {
-  Folder opened(folder.GetLocation(), OnNotFound::Fail);
+  Folder opened(folder.GetLocation(), IO::OnNotFound::Fail);
   return opened.Exchange(Name(u"first"), Name(u"second"), Report);
 }
 
+int Rename(const TemporaryFolder& folder) {
+  return IO::fileSystem.Rename(folder.At("first"), Name(u"second"), Report);
+}
+
+int Replace(const TemporaryFolder& folder) {
+  return IO::fileSystem.Replace(folder.At("first"), Name(u"second"), Report);
+}
+
 // Each test runs on the road of one step, and on the one for file systems that have no such step.
-class IOFolderExchange : public testing::TestWithParam<int> {
+class IOFolderChange : public testing::TestWithParam<int> {
  protected:
-  void SetUp() override {
-    Refill();
-    if (GetParam() != 0) noSwap = std::make_unique<FileFault>(CallRename2, GetParam());
-  }
-  void Refill() const {
-    folder.Write("first", "old");
-    folder.Write("second", "new");
-  }
-  void ExpectContents(const char* first, const char* second) const {
-    EXPECT_EQ(folder.Read("first"), first);
-    EXPECT_EQ(folder.Read("second"), second);
-    EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{"first", "second"}));
+  // In a child, so that it may be killed. Gives how the child ended: 0 if `fault` met nothing.
+  int RunChange(int (*change)(const TemporaryFolder&), int error, unsigned int step) const {
+    if (const pid_t child = ::fork(); child != 0) {
+      int result = -1;
+      EXPECT_EQ(::waitpid(child, &result, 0), child);
+      return result;
+    }
+    const FileFault noStep(CallRename2, GetParam(), 0, GetParam() == 0 ? 0 : FileFault::Always);
+    const FileFault fault(CallAny, error, step, 1);
+    const bool hasFailed = change(folder) != 0;
+    ::_exit((hasFailed ? 2 : 0) + (fault.HasStruck() ? 1 : 0));
   }
 
   TemporaryFolder folder;
-  std::unique_ptr<FileFault> noSwap;
 };
 
-TEST_P(IOFolderExchange, TwoFilesSwapTheirNames) {
-  EXPECT_EQ(Exchange(folder), 0);
-  ExpectContents("new", "old");
-}
-
-TEST_P(IOFolderExchange, AFailureOfAnyStepLeavesBothAsTheyWere) {
-  for (unsigned int step = 0;; ++step) {
-    SCOPED_TRACE(step);
-    Refill();
-    const FileFault fault(CallOther, EIO, step, 1);
-    const bool swapped = Exchange(folder) == 0;
-    if (!fault.HasStruck()) break;
-    // Steps that only tidy up may fail without a word, once the swap is done.
-    ExpectContents(swapped ? "new" : "old", swapped ? "old" : "new");
-    ASSERT_LT(step, 20U);
-  }
-}
-
-TEST_P(IOFolderExchange, AKillAtAnyStepLeavesACompleteFileUnderTheFirstName) {
-  std::set<std::string> seen;
-  bool finished = false;
-  for (unsigned int step = 0; !finished; ++step) {
-    SCOPED_TRACE(step);
-    ASSERT_LT(step, 30U);
-    Refill();
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const FileFault kill(GetParam() == 0 ? CallAny : CallOther, FileFault::Kill, step);
-      ::_exit(Exchange(folder) == 0 ? 0 : 1);
+TEST_P(IOFolderChange, AFailureOrAKillAtAnyStepLosesNoFile) {
+  const struct {
+    int (*change)(const TemporaryFolder&);
+    std::string before;  // what the two names stand for
+    std::string after;
+    std::string between;  // what else a kill may leave
+  } rows[] = {{Rename, "old, (missing)", "(missing), old", "old, old"},
+              {Replace, "old, new", "(missing), old", ""},
+              {Exchange, "old, new", "new, old", "new, (missing)"}};
+  for (const auto& row : rows) {
+    for (const int error : {EIO, FileFault::Kill}) {
+      int result = -1;
+      for (unsigned int step = 0; result != 0; ++step) {
+        SCOPED_TRACE(row.before + " to " + row.after + ", step " + std::to_string(step));
+        ASSERT_LT(step, 30U);
+        // The first name that a kill leaves behind stays, and stands in nobody's way.
+        for (const char* name : {"first", "second", ".exchange-01"}) {
+          std::filesystem::remove(folder.GetPath() / name);
+        }
+        folder.Write("first", "old");
+        if (row.before == "old, new") folder.Write("second", "new");
+        result = RunChange(row.change, error, step);
+        const std::string state = folder.Read("first") + ", " + folder.Read("second");
+        if (WIFSIGNALED(result)) {
+          ASSERT_EQ(WTERMSIG(result), SIGKILL);
+          EXPECT_TRUE(state == row.before || state == row.after || state == row.between) << state;
+          continue;
+        }
+        EXPECT_EQ(state, WEXITSTATUS(result) < 2 ? row.after : row.before);
+        EXPECT_LE(folder.GetNames().size(), error == EIO ? 2U : 3U);
+      }
     }
-    int result = -1;
-    ASSERT_EQ(::waitpid(child, &result, 0), child);
-    finished = WIFEXITED(result);
-    EXPECT_TRUE(finished ? result == 0 : WTERMSIG(result) == SIGKILL) << result;
-    const std::string first = folder.Read("first");
-    EXPECT_TRUE(first == "old" || first == "new") << first;
-    seen.insert(first);
-    // What the kill left behind stands in nobody's way.
-    folder.Write("second", "next");
-    EXPECT_EQ(Exchange(folder), 0);
-    EXPECT_EQ(folder.Read("first"), "next");
-    EXPECT_EQ(folder.Read("second"), first);
-    std::filesystem::remove(folder.GetPath() / ".exchange-00");
   }
-  EXPECT_EQ(seen.size(), 2U);
 }
 
-TEST_P(IOFolderExchange, ContentIsOnTheDiskBeforeTheNamesChange) {
+TEST_P(IOFolderChange, WhatMayNotBeDoneIsNotBegun) {
+  const FileFault noStep(CallRename2, GetParam(), 0, GetParam() == 0 ? 0 : FileFault::Always);
+  folder.Write("first", "old");
+  folder.Write("second", "new");
+  EXPECT_EQ(Rename(folder), IO::StatusAlreadyExists);
+  Folder opened(folder.GetLocation(), IO::OnNotFound::Fail);
+  for (const char16_t* bad : {u"first", u"..", u"", u"sub\\second", u"/etc/passwd"}) {
+    EXPECT_NE(opened.Exchange(Name(u"first"), Name(bad), Report), 0);
+    EXPECT_NE(opened.Exchange(Name(bad), Name(u"first"), Report), 0);
+    EXPECT_NE(IO::fileSystem.Rename(folder.At("first"), Name(bad), Report), 0);
+  }
+  std::filesystem::create_symlink("nowhere", folder.GetPath() / "taken");
+  EXPECT_NE(IO::fileSystem.Rename(folder.At("first"), Name(u"taken"), Report), 0);
+  // Nor may names change before the content is on the disk.
   for (unsigned int file = 0; file < 2; ++file) {
     const FileFault noSync(CallSync, EIO, file);
     const FileFault noChange(CallRename | CallRename2 | CallLink, ENOSPC);
     EXPECT_EQ(Exchange(folder), IO::StatusFailed);
     EXPECT_FALSE(noChange.HasStruck());
   }
+  EXPECT_EQ(folder.Read("first") + folder.Read("second"), "oldnew");
 }
 
-TEST_P(IOFolderExchange, AFailedSyncOfTheFolderIsUndoneAndNotTriedAgain) {
-  const FileFault once(CallSync, EIO, 2, 1);
-  const FileFault again(CallSync, ENOSPC, 3);
-  EXPECT_EQ(Exchange(folder), IO::StatusFailed);
-  EXPECT_FALSE(again.HasStruck());
-  ExpectContents("old", "new");
-}
-
-TEST_P(IOFolderExchange, WhatCannotBeSwappedIsLeftAlone) {
-  Folder opened(folder.GetLocation(), OnNotFound::Fail);
-  for (const char16_t* bad : {u"missing", u"first", u"..", u"", u"sub\\second", u"/etc/passwd"}) {
-    EXPECT_NE(opened.Exchange(Name(u"first"), Name(bad), Report), 0);
-    EXPECT_NE(opened.Exchange(Name(bad), Name(u"first"), Report), 0);
-  }
-  ExpectContents("old", "new");
-}
-
-TEST_P(IOFolderExchange, TwoNamesOfOneFileLeaveNoThird) {
-  std::filesystem::remove(folder.GetPath() / "second");
-  std::filesystem::create_hard_link(folder.GetPath() / "first", folder.GetPath() / "second");
-  EXPECT_EQ(Exchange(folder), 0);
-  ExpectContents("old", "old");
-}
-
-INSTANTIATE_TEST_SUITE_P(Roads, IOFolderExchange, testing::Values(0, EINVAL, EOPNOTSUPP));
-
-TEST(IOFolder, StatusTellsWhetherTheFolderIsThere) {
-  const TemporaryFolder folder;
-  folder.Write("f", "");
-  const struct {
-    IO::Location location;
-    OnNotFound onNotFound;
-    int status;
-    bool usable;
-  } rows[] = {{folder.GetLocation(), OnNotFound::Fail, 0, true},
-              {folder.At("missing"), OnNotFound::Fail, IO::StatusNotFound, false},
-              {folder.At("missing"), OnNotFound::Ignore, 0, false},
-              {folder.At("f"), OnNotFound::Fail, IO::StatusNotAFolder, false},
-              {IO::Location(u"x"), OnNotFound::Ignore, IO::StatusInvalidLocation, false}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    Folder opened(row.location, row.onNotFound);
-    EXPECT_EQ(opened.GetStatus(), row.status);
-    Folder::Names names;
-    EXPECT_EQ(opened.GetNames(names) == 0, row.usable);
-    EXPECT_EQ(opened.Flush() == 0, row.usable);
-  }
-}
+INSTANTIATE_TEST_SUITE_P(Roads, IOFolderChange, testing::Values(0, EINVAL, ENOSYS, EOPNOTSUPP));
 
 TEST(IOFolder, NamesOfAnyBytesAreListedAndLeadBack) {
   const TemporaryFolder folder;
   for (const char* name : {"a b", "\xC3\xA9", "\xFF", "\xC3(", "back\\slash", "\xED\xA0\x80"}) {
     folder.Write(name, "");
   }
-  const Folder opened(folder.GetLocation(), OnNotFound::Fail);
+  const Folder opened(folder.GetLocation(), IO::OnNotFound::Fail);
   Folder::Names names;
   ASSERT_EQ(opened.GetNames(names), 0);
-  ASSERT_EQ(opened.GetNames(names), 0);  // from the start again, not added
   EXPECT_EQ(names.size(), 6U);
   for (const Vx::UniString& name : names) {
     IO::Location location = folder.GetLocation();

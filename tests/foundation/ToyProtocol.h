@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <string>
 #include <utility>
 
@@ -12,145 +11,88 @@
 #include "foundation/Vx/OChannel.h"
 #include "foundation/Vx/OChannelX.h"
 
-/// The smallest protocols that the channel classes can be used with: every value as its bytes in
-/// memory, the most significant first.
+/// The smallest protocol that the channel classes can be used with, both ways and for both kinds
+/// of channels: every value as its bytes in memory, the most significant first.
 namespace Tests {
 
-template <class T>
-std::string ToBigEndian(const T& value) {
-  std::string bytes(sizeof(T), '\0');
-  std::memcpy(bytes.data(), &value, sizeof(T));
+// From the order in memory, and back.
+inline std::string Turned(std::string bytes) {
   if (std::endian::native == std::endian::little) std::reverse(bytes.begin(), bytes.end());
   return bytes;
 }
 
-template <class T>
-void FromBigEndian(std::string bytes, T& value) {
-  if (std::endian::native == std::endian::little) std::reverse(bytes.begin(), bytes.end());
-  std::memcpy(&value, bytes.data(), sizeof(T));
-}
-
-// Each layer overrides the operation for one type.
-template <class Base, class... Types>
-class ToyOutputLayer : public Base {};
-template <class Base, class T, class... Rest>
-class ToyOutputLayer<Base, T, Rest...> : public ToyOutputLayer<Base, Rest...> {
+// Each layer overrides the operations for one type.
+template <class... Types>
+class ToyProtocol : public Vx::OProtocolX,
+                    public Vx::IProtocolX,
+                    public Vx::OProtocol,
+                    public Vx::IProtocol {
  public:
-  using ToyOutputLayer<Base, Rest...>::Write;
-  void Write(Vx::OBinaryChannel& channel, T value) const override {
-    channel.Write(ToBigEndian(value).data(), sizeof(T));
+  using IProtocol::Read;
+  using IProtocolX::Read;
+  using OProtocol::Write;
+  using OProtocolX::Write;
+  int Write(Vx::OChannel& channel, const Vx::Object& value) override {
+    return channel.Write(value);
   }
+  int Write(Vx::OChannel&, const char*) override { return -1; }
+  int Write(Vx::OChannel&, const void*) override { return -1; }
+  void Note(Vx::OChannel&, unsigned int, unsigned int, const char*) override {}
+  int Read(Vx::IChannel& channel, Vx::Object& value) override { return channel.Read(value); }
+  int Read(Vx::IChannel&, char*) override { return -1; }
 };
 
-template <class Base, class... Types>
-class ToyInputLayer : public Base {};
-template <class Base, class T, class... Rest>
-class ToyInputLayer<Base, T, Rest...> : public ToyInputLayer<Base, Rest...> {
+template <class T, class... Rest>
+class ToyProtocol<T, Rest...> : public ToyProtocol<Rest...> {
  public:
-  using ToyInputLayer<Base, Rest...>::Read;
+  using ToyProtocol<Rest...>::Read;
+  using ToyProtocol<Rest...>::Write;
+  void Write(Vx::OBinaryChannel& channel, T value) const override {
+    channel.Write(Turned({reinterpret_cast<const char*>(&value), sizeof(T)}).data(), sizeof(T));
+  }
+  int Write(Vx::OChannel& channel, T value) override {
+    const std::string bytes = Turned({reinterpret_cast<const char*>(&value), sizeof(T)});
+    return channel.WriteBin(bytes.data(), sizeof(T), nullptr);
+  }
   void Read(Vx::IBinaryChannel& channel, T& value) const override {
     std::string bytes(sizeof(T), '\0');
     if (channel.Read(bytes.data(), sizeof(T), Vx::IBinaryChannel::ReadAll) < sizeof(T)) {
       throw Vx::EndOfInputException("End of input reached.", __FILE__, __LINE__);
     }
-    FromBigEndian(std::move(bytes), value);
+    Turned(bytes).copy(reinterpret_cast<char*>(&value), sizeof(T));
   }
-};
-
-template <class Base, class... Types>
-class ToyStatusOutputLayer : public Base {};
-template <class Base, class T, class... Rest>
-class ToyStatusOutputLayer<Base, T, Rest...> : public ToyStatusOutputLayer<Base, Rest...> {
- public:
-  using ToyStatusOutputLayer<Base, Rest...>::Write;
-  int Write(Vx::OChannel& channel, T value) override {
-    return channel.WriteBin(ToBigEndian(value).data(), sizeof(T), nullptr);
-  }
-};
-
-template <class Base, class... Types>
-class ToyStatusInputLayer : public Base {};
-template <class Base, class T, class... Rest>
-class ToyStatusInputLayer<Base, T, Rest...> : public ToyStatusInputLayer<Base, Rest...> {
- public:
-  using ToyStatusInputLayer<Base, Rest...>::Read;
   int Read(Vx::IChannel& channel, T& value) override {
     std::string bytes(sizeof(T), '\0');
     const int status = channel.ReadBin(bytes.data(), sizeof(T), nullptr);
-    if (status == 0) FromBigEndian(std::move(bytes), value);
+    if (status == 0) Turned(bytes).copy(reinterpret_cast<char*>(&value), sizeof(T));
     return status;
   }
 };
 
-template <template <class, class...> class Layer, class Base, class... More>
-using WithAllPrimitives =
-    Layer<Base, More..., long double, double, float, unsigned __int64, __int64, unsigned long, long,
-          unsigned int, int, unsigned short, short, bool, unsigned char, char>;
+inline ToyProtocol<long double, double, float, unsigned __int64, __int64, unsigned long, long,
+                   unsigned int, int, unsigned short, short, bool, unsigned char, char>
+    toyProtocol;
 
-class ToyOutputProtocolX final : public WithAllPrimitives<ToyOutputLayer, Vx::OProtocolX> {};
-class ToyInputProtocolX final : public WithAllPrimitives<ToyInputLayer, Vx::IProtocolX> {};
-
-class ToyOutputProtocol final
-    : public WithAllPrimitives<ToyStatusOutputLayer, Vx::OProtocol, const void*> {
+/// A status channel out of a string and, behind its end, into it, up to `limit` bytes.
+class StringChannel final : public Vx::OChannel, public Vx::IChannel {
  public:
-  using ToyStatusOutputLayer::Write;
-  int Write(Vx::OChannel& channel, const Vx::Object& value) override {
-    return value.WriteTo(channel);
+  explicit StringChannel(std::string bytes = "", std::size_t limit = std::string::npos)
+      : OChannel(toyProtocol), IChannel(toyProtocol), content(std::move(bytes)), room(limit) {}
+  int WriteBin(const char* source, unsigned int count, unsigned int*) override {
+    const std::size_t before = content.size();
+    content.append(source, std::min<std::size_t>(count, room - before));
+    return content.size() == before + count ? Vx::StatusSuccess : Vx::StatusOutputFull;
   }
-  int Write(Vx::OChannel& channel, const char* value) override {
-    return channel.WriteBin(value, static_cast<unsigned int>(std::strlen(value)) + 1, nullptr);
-  }
-  void Note(Vx::OChannel&, unsigned int, unsigned int, const char*) override {}
-};
-
-class ToyInputProtocol final : public WithAllPrimitives<ToyStatusInputLayer, Vx::IProtocol> {
- public:
-  using ToyStatusInputLayer::Read;
-  int Read(Vx::IChannel& channel, Vx::Object& value) override { return value.ReadFrom(channel); }
-  int Read(Vx::IChannel& channel, char* value) override {
-    int status = 0;
-    do {
-      status = channel.ReadBin(value, 1, nullptr);
-    } while (status == 0 && *value++ != 0);
-    return status;
-  }
-};
-
-inline ToyOutputProtocolX toyOutputX;
-inline ToyInputProtocolX toyInputX;
-inline ToyOutputProtocol toyOutput;
-inline ToyInputProtocol toyInput;
-
-/// A status channel into a string with room for `room` bytes.
-class StringOChannel final : public Vx::OChannel {
- public:
-  explicit StringOChannel(std::size_t bytes = std::string::npos)
-      : OChannel(toyOutput), room(bytes) {}
-  int WriteBin(const char* source, unsigned int count, unsigned int* written) override {
-    const auto taken =
-        static_cast<unsigned int>(std::min<std::size_t>(count, room - content.size()));
-    content.append(source, taken);
-    if (written != nullptr) *written = taken;
-    return taken == count ? Vx::StatusSuccess : Vx::StatusOutputFull;
+  int ReadBin(char* target, unsigned int count, unsigned int*) override {
+    const std::size_t taken = content.copy(target, count);
+    content.erase(0, taken);
+    return taken == count ? Vx::StatusSuccess : Vx::StatusEndOfInput;
   }
 
   std::string content;
 
  private:
   std::size_t room;
-};
-
-class StringIChannel final : public Vx::IChannel {
- public:
-  explicit StringIChannel(std::string bytes) : IChannel(toyInput), content(std::move(bytes)) {}
-  int ReadBin(char* target, unsigned int count, unsigned int* delivered) override {
-    const std::size_t taken = content.copy(target, count);
-    content.erase(0, taken);
-    if (delivered != nullptr) *delivered = static_cast<unsigned int>(taken);
-    return taken == count ? Vx::StatusSuccess : Vx::StatusEndOfInput;
-  }
-
-  std::string content;
 };
 
 }  // namespace Tests

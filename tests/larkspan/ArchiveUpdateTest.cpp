@@ -253,18 +253,18 @@ TEST_F(UpdateRoad, SystemCallThatFailsIsReportedAndLeavesAWholeArchive) {
   for (const Road& road : roads) {
     SCOPED_TRACE(road.name);
     for (unsigned int call = 1; call < Tests::CallAny; call *= 2) {
-      const auto work = [&] {
-        folder.Write("a.lsa", GetOld(road));
-        Run(road);
-      };
-      Tests::FailEachCall(call, work, [&](const std::string& failure, bool struck) {
-        const std::string content = folder.Read("a.lsa");
-        EXPECT_TRUE(content == GetNew(road) || (!failure.empty() && content == GetOld(road)));
-        EXPECT_TRUE(struck || failure.empty());
-        // A temporary file that can't be deleted stays.
-        EXPECT_TRUE(folder.GetNames().size() == 1 || call == Tests::CallRemove);
-        RemoveOtherFiles();
-      });
+      folder.Write("a.lsa", GetOld(road));
+      Tests::FailEachCall(
+          call, [&] { Run(road); },
+          [&](const std::string& failure, bool struck) {
+            const std::string content = folder.Read("a.lsa");
+            EXPECT_TRUE(content == GetNew(road) || (!failure.empty() && content == GetOld(road)));
+            EXPECT_TRUE(struck || failure.empty());
+            // A temporary file that can't be deleted stays.
+            EXPECT_TRUE(folder.GetNames().size() == 1 || call == Tests::CallRemove);
+            RemoveOtherFiles();
+            folder.Write("a.lsa", GetOld(road));
+          });
     }
   }
 }

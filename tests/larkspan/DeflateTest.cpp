@@ -290,13 +290,7 @@ void CompareWithPlainForm(const Stream& stream, unsigned int bufferSize, unsigne
   }
 }
 
-std::string Compress(const std::string& data) {
-  RecordingOutput sink;
-  Deflater channel(sink, Deflater::BestCompression, 1024);
-  Write(channel, data);
-  channel.Close();
-  return sink.content;
-}
+using Tests::Compress;
 
 TEST(Inflater, SeenFromBothSidesItIsThePlainForm) {
   const std::string noise = Tests::Noise(200000);

@@ -136,24 +136,4 @@ TEST_F(FileChannels, FailedCloseIsReportedOnceAndCanBeRepeated) {
   const FileOBinaryChannel unseen(folder.At("h"), false, FileShare::NoShare);
 }
 
-TEST_F(FileChannels, PartOfARefusedWriteStaysInTheFile) {
-  FileOBinaryChannel channel(location, false, FileShare::NoShare);
-  const Tests::DiskSpace space(3);
-  EXPECT_NE(FailureOf([&] { channel.Write("abcdef", 6); }), "");
-  channel.Close();
-  EXPECT_EQ(folder.Read("f"), "abc");
-}
-
-TEST_F(FileChannels, LastReadMayBeShortAndTheEndStays) {
-  folder.Write("f", "abcde");
-  FileIBinaryChannel channel(location, FileShare::ShareRead);
-  char buffer[3];
-  EXPECT_EQ(channel.GetAvailable(), 5U);
-  EXPECT_EQ(channel.Read(buffer, 3, Vx::IBinaryChannel::ReadSome), 3U);
-  EXPECT_EQ(channel.GetAvailable(), 2U);
-  EXPECT_EQ(channel.Read(buffer, 3, Vx::IBinaryChannel::ReadSome), 2U);
-  EXPECT_EQ(channel.Read(buffer, 3, Vx::IBinaryChannel::ReadSome), 0U);
-  EXPECT_EQ(channel.Read(buffer, 3, Vx::IBinaryChannel::ReadSome), 0U);
-}
-
 }  // namespace

@@ -65,31 +65,29 @@ Channel OpenArchive(Vx::IBinaryChannel& source) {
   return archive;
 }
 
+template <class T, auto... arguments>
+Channel Make(Vx::IBinaryChannel& source) {
+  return std::make_unique<T>(source, arguments...);
+}
+
+Channel MakeFraming(Vx::IBinaryChannel& source) {
+  return std::make_unique<Vx::ChunkedIBinarySubChannel>(source,
+                                                        JavaDataInputProtocolX::GetInstance());
+}
+
+const char* const SourceClosed = "IOException: The source is closed.";
+const char* const ArchiveClosed = "IOException: Archive binary input channel is closed.";
+
 const Filter filters[] = {
-    {"Counting", AsItIs,
-     [](auto& source) -> Channel { return std::make_unique<CountingIBinaryChannel>(source); },
-     "IOException: The source is closed.", 2},
-    {"CRC32", AsItIs,
-     [](auto& source) -> Channel { return std::make_unique<CRC32IBinaryChannel>(source); },
-     "IOException: The source is closed.", 2},
-    {"Inflater", Tests::Compress,
-     [](auto& source) -> Channel { return std::make_unique<InflaterIBinaryChannel>(source, 64); },
+    {"Counting", AsItIs, Make<CountingIBinaryChannel>, SourceClosed, 2},
+    {"CRC32", AsItIs, Make<CRC32IBinaryChannel>, SourceClosed, 2},
+    {"Inflater", Tests::Compress, Make<InflaterIBinaryChannel, 64U>,
      "IOException: Inflater input channel closed.", 1},
-    {"Chunked", Framed,
-     [](auto& source) -> Channel {
-       return std::make_unique<Vx::ChunkedIBinarySubChannel>(source,
-                                                             JavaDataInputProtocolX::GetInstance());
-     },
-     "IOException: Chunked binary input sub-channel is closed.", 0},
-    {"Buffered", AsItIs,
-     [](auto& source) -> Channel {
-       return std::make_unique<Vx::BufferedIBinaryChannel>(source, 100);
-     },
+    {"Chunked", Framed, MakeFraming, "IOException: Chunked binary input sub-channel is closed.", 0},
+    {"Buffered", AsItIs, Make<Vx::BufferedIBinaryChannel, 100U>,
      "IOException: Buffered binary input channel is closed.", 1},
-    {"ArchiveStored", Archived<ArchiveEntry::Stored>, OpenArchive,
-     "IOException: Archive binary input channel is closed.", 1},
-    {"ArchiveDeflated", Archived<ArchiveEntry::Deflated>, OpenArchive,
-     "IOException: Archive binary input channel is closed.", 1},
+    {"ArchiveStored", Archived<ArchiveEntry::Stored>, OpenArchive, ArchiveClosed, 1},
+    {"ArchiveDeflated", Archived<ArchiveEntry::Deflated>, OpenArchive, ArchiveClosed, 1},
 };
 
 class InputFilter : public testing::TestWithParam<Filter> {

@@ -36,37 +36,36 @@ void PrintTo(const Filter& filter, std::ostream* stream) {
   *stream << filter.name;
 }
 
-Channel MakeArchive(Vx::OBinaryChannel& sink, ArchiveEntry::Method method) {
-  auto archive = std::make_unique<ArchiveOBinaryChannel>(sink, 0);
+template <class T, auto... arguments>
+Channel Make(Vx::OBinaryChannel& sink) {
+  return std::make_unique<T>(sink, arguments...);
+}
+
+Channel MakeFraming(Vx::OBinaryChannel& sink) {
+  return std::make_unique<Vx::ChunkedOBinarySubChannel>(
+      sink, JavaDataOutputProtocolX::GetInstance(), 100U);
+}
+
+template <ArchiveEntry::Method method>
+Channel MakeArchive(Vx::OBinaryChannel& sink) {
+  auto archive = std::make_unique<ArchiveOBinaryChannel>(sink, 0U);
   archive->PutNextEntry(u"entry", method);
   return archive;
 }
 
+const char* const SinkClosed = "IOException: The sink is closed.";
+const char* const ArchiveClosed = "IOException: Archive binary output channel is closed.";
+
 const Filter filters[] = {
-    {"Counting",
-     [](auto& sink) -> Channel { return std::make_unique<CountingOBinaryChannel>(sink); },
-     "IOException: The sink is closed.", 2},
-    {"CRC32", [](auto& sink) -> Channel { return std::make_unique<CRC32OBinaryChannel>(sink); },
-     "IOException: The sink is closed.", 2},
-    {"Deflater",
-     [](auto& sink) -> Channel {
-       return std::make_unique<DeflaterOBinaryChannel>(sink, DeflaterOBinaryChannel::BestSpeed, 64);
-     },
+    {"Counting", Make<CountingOBinaryChannel>, SinkClosed, 2},
+    {"CRC32", Make<CRC32OBinaryChannel>, SinkClosed, 2},
+    {"Deflater", Make<DeflaterOBinaryChannel, DeflaterOBinaryChannel::BestSpeed, 64U>,
      "IOException: Deflater output channel closed.", 1},
-    {"Chunked",
-     [](auto& sink) -> Channel {
-       return std::make_unique<Vx::ChunkedOBinarySubChannel>(
-           sink, JavaDataOutputProtocolX::GetInstance(), 100);
-     },
-     "IOException: Chunked binary output sub-channel is closed.", 0},
-    {"Buffered",
-     [](auto& sink) -> Channel { return std::make_unique<Vx::BufferedOBinaryChannel>(sink, 100); },
+    {"Chunked", MakeFraming, "IOException: Chunked binary output sub-channel is closed.", 0},
+    {"Buffered", Make<Vx::BufferedOBinaryChannel, 100U>,
      "IOException: Buffered binary output channel is closed.", 1},
-    {"ArchiveStored", [](auto& sink) -> Channel { return MakeArchive(sink, ArchiveEntry::Stored); },
-     "IOException: Archive binary output channel is closed.", 1},
-    {"ArchiveDeflated",
-     [](auto& sink) -> Channel { return MakeArchive(sink, ArchiveEntry::Deflated); },
-     "IOException: Archive binary output channel is closed.", 1},
+    {"ArchiveStored", MakeArchive<ArchiveEntry::Stored>, ArchiveClosed, 1},
+    {"ArchiveDeflated", MakeArchive<ArchiveEntry::Deflated>, ArchiveClosed, 1},
 };
 
 class OutputFilter : public testing::TestWithParam<Filter> {

@@ -57,7 +57,9 @@ struct Row {
 // Both ways, and the end of input at every byte.
 template <class T, std::size_t N>
 void CheckRows(const Row<T> (&rows)[N]) {
-  for (const auto& [value, bytes] : rows) {
+  for (const Row<T>& row : rows) {
+    const auto& value = row.value;
+    const auto& bytes = row.bytes;
     EXPECT_EQ(Encode(value), bytes) << +value;
     EXPECT_EQ(Decode<T>(bytes), value) << +value;
     for (std::size_t cut = 0; cut < bytes.size(); ++cut) {

@@ -2,6 +2,7 @@
 
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
@@ -18,8 +19,15 @@ auto ArchiveReader::Guard(Work&& work) {
   } catch (const Vx::OutOfMemoryException&) {
     throw;
   } catch (const VxException& exception) {
-    throw LibraryFailure(ExitCode::BadArchive, GetSubject(), "bad archive", exception);
+    throw LibraryFailure(ExitCode::BadArchive, GetSubject(), "bad archive, " + DescribePlace(),
+                         exception);
   }
+}
+
+// Where the damage is.
+std::string ArchiveReader::DescribePlace() const {
+  if (current) return "entry " + ToPrintable(current->GetName().GetView());
+  return previous.empty() ? "at its head" : "behind entry " + previous;
 }
 
 ArchiveReader::ArchiveReader(const std::string& argument, Console& messages)
@@ -34,8 +42,8 @@ ArchiveReader::EntryRef ArchiveReader::Next() {
   Verify();
   const unsigned __int64 end = source.GetPosition();
   EntryRef entry = Guard([this] { return channel.GetNextEntry(); });
-  inEntry = !entry.IsEmpty();
-  if (inEntry) {
+  current = entry;
+  if (current) {
     console.GetProgress().AdvanceItem();
   } else if (source.GetPosition() > end) {
     console.Warn(GetSubject(),
@@ -54,11 +62,12 @@ std::string_view ArchiveReader::ReadPiece() {
 }
 
 void ArchiveReader::Verify() {
-  if (!inEntry) return;
+  if (!current) return;
   while (!ReadPiece().empty()) {
   }
   Guard([this] { channel.CloseEntry(); });
-  inEntry = false;
+  previous = ToPrintable(current->GetName().GetView());
+  current.Reset();
 }
 
 }  // namespace Tool

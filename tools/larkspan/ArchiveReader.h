@@ -41,12 +41,14 @@ class ArchiveReader final {
  private:
   template <class Work>
   auto Guard(Work&& work);
+  [[nodiscard]] std::string DescribePlace() const;
 
   Console& console;
   ArchiveSource source;
   Archive::ArchiveIBinaryChannel channel;
   Vx::ByteArray buffer;
-  bool inEntry = false;
+  EntryRef current;      // empty between two entries
+  std::string previous;  // name of the entry before, ready to be printed
 };
 
 }  // namespace Tool

@@ -37,7 +37,9 @@ constexpr const char* CreateHelp =
     "Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are\n"
     "relative: a root and .. are dropped. Of a link to a file the file is stored; links to "
     "folders,\n"
-    "and what is neither file nor folder, are left out, and so is the archive itself. The archive\n"
+    "and what is neither file nor folder, are left out, and so is the archive itself. Hard links\n"
+    "become files of their own; of folders with files in them only the names are kept. The "
+    "archive\n"
     "appears under its name when it is complete and on the disk. Headers that don't fit the\n"
     "reserve double it.\n\n"
     "Examples:\n"
@@ -54,14 +56,17 @@ constexpr const char* ListHelp =
 
 constexpr const char* ExtractHelp =
     "NAME is an entry, or a folder with all below it. A file gets its name when it is complete\n"
-    "and verified. Times and modes come back, but for the set-user-ID, set-group-ID and sticky\n"
-    "bits. Names that lead out of the target folder, by .. or through a link that stands in it,\n"
-    "are refused, and the work stops there.\n\n"
+    "and verified. Times and modes of files come back, but for the set-user-ID and set-group-ID\n"
+    "bits; of folders, the modes of empty ones. Names that lead out of the target folder are\n"
+    "refused, and so is the way through a link that stands in it; the work stops there.\n\n"
     "Examples:\n"
     "  larkspan extract docs.lsa\n"
     "  larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md";
 
 constexpr const char* VerifyHelp =
+    "Reads every entry and compares its data with the sizes and the CRC-32 that stand behind it.\n"
+    "Names and headers have no check of their own, and an archive that was cut exactly between\n"
+    "two entries looks complete: compare the number of entries.\n\n"
     "Examples:\n"
     "  larkspan verify /backup/*.lsa";
 
@@ -72,6 +77,8 @@ constexpr const char* CatHelp =
     "  larkspan cat docs.lsa docs/README.md";
 
 constexpr const char* HeadersHelp =
+    "Changes go in place where they fit the room that the archive reserves; otherwise the archive\n"
+    "is written anew as ARCHIVE.updated, and the two swap names. One change at a time.\n\n"
     "Examples:\n"
     "  larkspan headers get docs.lsa\n"
     "  larkspan headers get docs.lsa owner\n"
@@ -178,7 +185,7 @@ void AddReaders(CLI::App& app, Request& request) {
       .AddFlag("-l,--long", &ListOptions::longForm, "All there is to know of each")
       .Add("ARCHIVE", &ListOptions::archive, ArchiveText)
       .Required();
-  Command<VerifyOptions>(app, request, "verify", "Check archives to the last byte", VerifyHelp,
+  Command<VerifyOptions>(app, request, "verify", "Check the data of all entries", VerifyHelp,
                          RunVerify)
       .Add("ARCHIVE", &VerifyOptions::archives, "The archives; - is standard input")
       .Required();
@@ -253,7 +260,7 @@ Request ParseCommandLine(int count, const char* const* arguments) {
   app.set_version_flag("--version", Version);
   app.add_flag("--verbose", request.verbose, "Tell more, and the causes of failures");
   app.add_flag("--no-progress", request.noProgress, "No line that shows the progress");
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.fallthrough();
   AddCreate(app, request);
   AddReaders(app, request);
@@ -270,6 +277,10 @@ Request ParseCommandLine(int count, const char* const* arguments) {
     std::ostringstream text;
     app.exit(error, text, text);
     request.command = PrintCommand(text.str());
+  }
+  if (!request.command) {
+    throw Failure(ExitCode::WrongUsage, "command line",
+                  "a command is required; larkspan --help tells what there is");
   }
   return request;
 }

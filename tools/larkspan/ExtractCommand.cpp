@@ -8,6 +8,7 @@
 
 #include "Larkspan/Common/IO/EntryLocation.h"
 #include "foundation/IO/FileSystem.h"
+#include "foundation/Vx/IOException.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/EntryFacts.h"
@@ -22,6 +23,8 @@ using Archive::ArchiveEntry;
 
 // What lets a program run as somebody else is not taken from an archive.
 constexpr unsigned int RestoredModeBits = 0777;
+// In a folder, the sticky bit takes rights away.
+constexpr unsigned int RestoredFolderBits = 01777;
 constexpr unsigned int PrivateMode = 0600;
 constexpr unsigned int ReadableByAll = 0444;
 
@@ -62,6 +65,17 @@ class Extraction final {
   }
 
   ::IO::Location FindPlace(const Vx::UniString& name) {
+    const ::IO::Location place = PlaceFromName(name);
+    try {
+      Archive::CheckWayToEntry(folder, place);
+    } catch (const Vx::IOException& exception) {
+      throw LibraryFailure(ExitCode::SystemFailure, ToPrintable(place), "can't be written",
+                           exception);
+    }
+    return place;
+  }
+
+  ::IO::Location PlaceFromName(const Vx::UniString& name) {
     try {
       return Archive::LocationFromEntryName(folder, name);
     } catch (const Vx::OutOfMemoryException&) {
@@ -103,7 +117,7 @@ class Extraction final {
       if (!mayChange || !EntryFacts::ModeFromText(row.mode, mode)) continue;
       ::IO::Attributes attributes;
       int status = ::IO::fileSystem.GetAttributes(row.place, &attributes, false);
-      attributes.mode = mode & RestoredModeBits;
+      attributes.mode = mode & RestoredFolderBits;
       if (status == 0) status = ::IO::fileSystem.SetAttributes(row.place, attributes);
       if (status != 0) WarnOfMode(row.place, status);
     }

@@ -1,5 +1,6 @@
 #include "tools/larkspan/HeaderArguments.h"
 
+#include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Text.h"
 
@@ -24,6 +25,10 @@ void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::Archiv
   }
   const Vx::UniString name = TextFromArgument(std::string_view(argument).substr(0, equals));
   const Vx::UniString value = TextFromArgument(std::string_view(argument).substr(equals + 1));
+  if (name.GetView().starts_with(EntryFacts::FolderPrefix)) {
+    throw Failure(ExitCode::WrongUsage, ToPrintable(argument.substr(0, equals)),
+                  "headers of this name stand for empty folders");
+  }
   CheckTextLength(name);
   CheckTextLength(value);
   headers.Put(name, value);

@@ -27,20 +27,29 @@ void ReadToEnd(const std::string& archive, Console& console) {
   }
 }
 
-// Where an update makes a new file, if it has to; empty if something else stands there.
-::IO::Location FindRewritePlace(const ::IO::Location& archive) {
-  ::IO::Location place;
-  bool found = true;
-  Vx::UniString path(archive.GetPath());
+// Where an update makes a new file, if it has to. Something that stands there may be a change that
+// is under way, or what somebody else keeps there: it is not for an update to remove.
+::IO::Location FindRewritePlace(const Archive::ArchiveFile& archive) {
+  Vx::UniString path(archive.GetLocation().GetPath());
   path.Append(u".updated");
-  if (place.Set(path) != 0 || ::IO::fileSystem.Contains(place, &found) != 0 || found) return {};
-  return place;
+  ::IO::Location place;
+  bool found = false;
+  int status = place.Set(path);
+  if (status == 0) status = ::IO::fileSystem.Contains(place, &found);
+  if (status != 0) throw SystemFailure(ToPrintable(path.GetView()), "can't be looked at", status);
+  if (!found) return place;
+  ArchiveHeaders headers;
+  for (const auto& [name, value] : archive.EnumerateHeaders()) headers.Put(name, value);
+  if (GetHeaderSize(headers) <= archive.GetReservedHeaderSize()) return {};
+  throw Failure(ExitCode::SystemFailure, ToPrintable(place),
+                "stands where the archive is rewritten: another change is under way, or was cut "
+                "short; remove it if not");
 }
 
 // An update that failed says what it was doing, not whose fault it is: the archive's, if it can't
 // be read now either.
 void Update(const std::string& argument, Archive::ArchiveFile& archive, Console& console) {
-  const ::IO::Location place = FindRewritePlace(archive.GetLocation());
+  const ::IO::Location place = FindRewritePlace(archive);
   UnfinishedFile unfinished(place);
   try {
     archive.Update();
@@ -63,7 +72,9 @@ void ChangeHeaders(const std::string& argument, Console& console, Change&& chang
   // A bad header and a file that can't be read are told apart here.
   const ArchiveReader reader(argument, console);
   const unsigned int reserved = reader.GetArchive().GetReservedHeaderSize();
-  const ::IO::Location place = LocationFromArgument(argument);
+  ::IO::Location place = LocationFromArgument(argument);
+  ::IO::Location real;  // a link stays one
+  if (::IO::fileSystem.Resolve(place, real) == 0) place = real;
   Archive::ArchiveFile archive(place);
   change(archive);
   if (!archive.IsUpdated()) return;

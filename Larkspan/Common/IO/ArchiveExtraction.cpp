@@ -70,6 +70,7 @@ void ExtractEntries(const ::IO::Location& archive, const ::IO::Location& folder)
   static_cast<void>(::IO::fileSystem.GetAttributes(archive, &archiveFacts, true));
   for (auto entry = reader.GetNextEntry(); entry; entry = reader.GetNextEntry()) {
     const ::IO::Location location = LocationFromEntryName(folder, entry->GetName());
+    CheckWayToEntry(folder, location);
     CheckPlace(location, archiveFacts);
     ExtractEntry(reader.GetChannel(), location);
   }

@@ -28,18 +28,6 @@ bool HasParentComponent(std::u16string_view path) noexcept {
   return false;
 }
 
-void CheckLinks(const ::IO::Location& folder, const ::IO::Location& location) {
-  bool found = false;
-  if (::IO::fileSystem.ContainsLink(folder, location, &found) != 0) {
-    throw Vx::IOException("Failed to look for symbolic links on the way to the extracted file.",
-                          __FILE__, __LINE__);
-  }
-  if (found) {
-    throw Vx::IOException("A symbolic link stands on the way to the extracted file.", __FILE__,
-                          __LINE__);
-  }
-}
-
 }  // namespace
 
 ::IO::Location LocationFromEntryName(const ::IO::Location& folder, const Vx::UniString& name) {
@@ -54,8 +42,19 @@ void CheckLinks(const ::IO::Location& folder, const ::IO::Location& location) {
         "Invalid archive entry name: name does not lead below the target folder.", __FILE__,
         __LINE__);
   }
-  CheckLinks(folder, location);
   return location;
+}
+
+void CheckWayToEntry(const ::IO::Location& folder, const ::IO::Location& location) {
+  bool found = false;
+  if (::IO::fileSystem.ContainsLink(folder, location, &found) != 0) {
+    throw Vx::IOException("Failed to look for symbolic links on the way to the extracted file.",
+                          __FILE__, __LINE__);
+  }
+  if (found) {
+    throw Vx::IOException("A symbolic link stands on the way to the extracted file.", __FILE__,
+                          __LINE__);
+  }
 }
 
 }  // namespace Larkspan::Common::IO

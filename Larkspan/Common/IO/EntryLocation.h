@@ -9,11 +9,15 @@ namespace Larkspan::Common::IO {
 /// Where the entry of that name is extracted to: the place below `folder` that the name leads to,
 /// without one leading `/`, and with `/` and U+005C as separators.
 ///
-/// Refuses every name that could lead an extraction out of the folder: with a component `..`, for
-/// a place that does not lie below `folder`, or through a symbolic link on the way from the folder
-/// to the place, the place included. Looks at the file system for the links, and creates nothing.
+/// Refuses every name that leads out of the folder: with a component `..`, or to a place that does
+/// not lie below it. Does not look at the file system; see `CheckWayToEntry` for that.
 /// Raises `Vx::IllegalArgumentException` or `Vx::IOException`.
 [[nodiscard]] LARKSPAN_API ::IO::Location LocationFromEntryName(const ::IO::Location& folder,
                                                                 const Vx::UniString& name);
+
+/// Refuses a place below `folder` that an extraction would reach through a symbolic link, the place
+/// itself included: the link could lead anywhere. Creates nothing. Whoever can change the folder
+/// meanwhile can still put one there. Raises `Vx::IOException`.
+LARKSPAN_API void CheckWayToEntry(const ::IO::Location& folder, const ::IO::Location& location);
 
 }  // namespace Larkspan::Common::IO
