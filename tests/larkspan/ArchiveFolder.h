@@ -8,7 +8,6 @@
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
 #include "tests/larkspan/ArchiveSample.h"
-#include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"
@@ -40,7 +39,6 @@ template <class Work, class Check>
 void FailEachCall(unsigned int calls, Work work, Check check) {
   bool struck = true;
   for (unsigned int skip = 0; struck; ++skip) {
-    SCOPED_TRACE("call " + std::to_string(calls) + ", number " + std::to_string(skip));
     std::string failure;
     {
       const FileFault fault(calls, EIO, skip, 1);
@@ -48,22 +46,6 @@ void FailEachCall(unsigned int calls, Work work, Check check) {
       struck = fault.HasStruck();
     }
     check(failure, struck);
-  }
-}
-
-/// The same with each allocation.
-template <class Work, class Check>
-void FailEachAllocation(Work work, Check check) {
-  bool fired = true;
-  for (int n = 1; fired; ++n) {
-    SCOPED_TRACE("allocation " + std::to_string(n));
-    std::string failure;
-    {
-      const Larkspan::Testing::AllocationFault fault(n);
-      failure = FailureOf(work);
-      fired = fault.HasFired();
-    }
-    check(failure, fired);
   }
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "foundation/Vx/IBinaryChannel.h"
+#include "foundation/Vx/UniString.h"
 
 namespace Tests {
 
@@ -33,15 +35,8 @@ struct SampleArchive {
 /// different.
 [[nodiscard]] SampleArchive MakeSample(unsigned int reserved);
 
-/// The bytes of an archive, put together here and compressed by zlib's own functions. `starts`, if
-/// given, receives where each entry begins and then the size of the whole.
-[[nodiscard]] std::string ToBytes(const SampleArchive& archive,
-                                  std::vector<std::size_t>* starts = nullptr);
-
-/// Writes an entry, which is left open, and an archive through the library.
-Larkspan::Common::IO::ArchiveOBinaryChannel::EntryRef WriteEntry(
-    const SampleEntry& entry, Larkspan::Common::IO::ArchiveOBinaryChannel& archive);
-void WriteSample(const SampleArchive& archive, Vx::OBinaryChannel& target);
+/// The bytes of an archive, put together here and compressed by zlib's own functions.
+[[nodiscard]] std::string ToBytes(const SampleArchive& archive);
 
 /// Reads an archive through the library: `archive` gets all that was verified before `failure`.
 struct ReadResult {
@@ -54,6 +49,9 @@ struct ReadResult {
 [[nodiscard]] inline Vx::UniString Text(const std::string& utf8) {
   return Vx::UniString::FromUTF8(utf8);
 }
+
+/// Runs each one in turn and compares what it fails with, "" if it should not.
+void ExpectFailures(const std::vector<std::pair<std::function<void()>, std::string>>& rows);
 
 /// One zlib stream, by zlib's own functions.
 [[nodiscard]] std::string Compress(const std::string& data);

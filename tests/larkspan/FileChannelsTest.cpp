@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -17,123 +16,67 @@ namespace {
 using Larkspan::Common::IO::FileIBinaryChannel;
 using Larkspan::Common::IO::FileOBinaryChannel;
 using Larkspan::Common::IO::FileShare;
-using Tests::FailureOf;
-using Tests::FileFault;
 
-class FileChannels : public testing::Test {
- protected:
+TEST(FileChannels, FailuresHaveTheirMessages) {
   const Tests::TemporaryFolder folder;
-  const IO::Location location = folder.At("f");
-};
-
-TEST_F(FileChannels, ConstructorsTestInTheirOrder) {
-  const IO::Location invalid(u"relative");
-  const IO::Location isFolder = folder.GetLocation();
-  const auto input = [](const IO::Location& at) {
-    return FailureOf([&] { FileIBinaryChannel channel(at, FileShare::NoShare); });
-  };
-  const auto output = [](const IO::Location& at, FileShare share) {
-    return FailureOf([&] { FileOBinaryChannel channel(at, false, share); });
-  };
-  const std::string notValid =
-      "IllegalArgumentException: Invalid file location: location is not valid.";
-  const std::string isEmpty = "IllegalArgumentException: Invalid file location: location is empty.";
-  EXPECT_EQ(input(invalid), notValid);
-  EXPECT_EQ(input(IO::Location()), isEmpty);
-  EXPECT_EQ(input(location),
-            "FileNotFoundException: Failed to create file binary input channel: file not found.");
-  EXPECT_EQ(input(isFolder),
-            "IOException: Failed to create file binary input channel: failed to open file.");
-  EXPECT_EQ(output(invalid, FileShare::ShareRead), notValid);
-  EXPECT_EQ(output(IO::Location(), FileShare::ShareRead), isEmpty);
-  EXPECT_EQ(output(isFolder, FileShare::ShareRead),
-            "IllegalArgumentException: Invalid file share: file share is not supported yet.");
-  const std::string cannotOpen =
-      "IOException: Failed to create file binary output channel: failed to open file.";
-  EXPECT_EQ(output(isFolder, FileShare::NoShare), cannotOpen);
-  EXPECT_EQ(output(folder.At("missing/f"), FileShare::NoShare), cannotOpen);
-}
-
-TEST_F(FileChannels, EmptyTransfersAreRefusedBeforeTheClosedState) {
-  folder.Write("f", "x");
-  FileIBinaryChannel input(location, FileShare::ShareRead);
+  folder.Write("f", "text");
+  FileIBinaryChannel input(folder.At("f"), FileShare::NoShare);
   FileOBinaryChannel output(folder.At("g"), false, FileShare::NoShare);
   char byte = 0;
-  for (int round = 0; round < 2; ++round) {
-    const auto read = [&](char* buffer, unsigned int size) {
-      return FailureOf([&] { return input.Read(buffer, size, Vx::IBinaryChannel::ReadSome); });
-    };
-    EXPECT_EQ(read(nullptr, 0),
-              "IllegalArgumentException: Invalid destination buffer: buffer is null.");
-    EXPECT_EQ(read(&byte, 0),
-              "IllegalArgumentException: Invalid destination buffer length: length is 0.");
-    EXPECT_EQ(FailureOf([&] { output.Write(nullptr, 0); }),
-              "IllegalArgumentException: Invalid source buffer: buffer is null.");
-    EXPECT_EQ(FailureOf([&] { output.Write("", 0); }),
-              "IllegalArgumentException: Invalid source buffer length: length is 0.");
-    input.Close();
-    output.Close();
-  }
-}
-
-TEST_F(FileChannels, AppendGoesBehindTheContentAndElseTheFileIsEmptied) {
-  const auto write = [&](bool append, const std::string& text) {
-    FileOBinaryChannel channel(location, append, FileShare::NoShare);
-    channel.Write(text.data(), static_cast<unsigned int>(text.size()));
-    channel.Flush();
-    EXPECT_TRUE(folder.Read("f").ends_with(text));  // held back nowhere
+  const auto open = [](const IO::Location& at) { FileIBinaryChannel(at, FileShare::NoShare); };
+  const auto create = [](const IO::Location& at, FileShare share = FileShare::NoShare) {
+    FileOBinaryChannel(at, false, share);
   };
-  write(true, "first");
-  write(true, " second");
-  EXPECT_EQ(folder.Read("f"), "first second");
-  write(false, "new");
-  EXPECT_EQ(folder.Read("f"), "new");
-}
-
-TEST_F(FileChannels, FaultsOfTheSystemHaveTheirMessages) {
-  const std::string full =
-      "IOException: Failed to write to file binary output channel: output is full.";
-  const std::string other = "IOException: Failed to write to file binary output channel";
+  const auto read = [&](char* buffer, unsigned int size) {
+    return input.Read(buffer, size, Vx::IBinaryChannel::ReadSome);
+  };
+  const std::string argument = "IllegalArgumentException: Invalid ";
+  const std::string toOpen = "Exception: Failed to create file binary input channel: ";
+  const std::string toCreate = "IOException: Failed to create file binary output channel: ";
+  const std::string toWrite = "IOException: Failed to write to file binary output channel";
   const struct {
-    int error;
+    std::function<void()> run;
     std::string failure;
-  } rows[] = {{ENOSPC, full},
-              {EDQUOT, full},
-              {EFBIG, full},
-              {EIO, other + ": write error."},
-              {EPIPE, other + "."}};
-  for (const auto& [error, failure] : rows) {
-    FileOBinaryChannel channel(location, false, FileShare::NoShare);
-    const FileFault fault(Tests::CallWrite, error);
-    EXPECT_EQ(FailureOf([&] { channel.Write("x", 1); }), failure) << error;
+    unsigned int calls = 0;  // these fail with `error` meanwhile
+    int error = 0;
+  } rows[] = {
+      {[&] { open(IO::Location(u"a")); }, argument + "file location: location is not valid."},
+      {[&] { open(IO::Location()); }, argument + "file location: location is empty."},
+      {[&] { open(folder.At("missing")); }, "FileNotFound" + toOpen + "file not found."},
+      {[&] { open(folder.GetLocation()); }, "IO" + toOpen + "failed to open file."},
+      {[&] { create(folder.At("h"), FileShare::ShareRead); },
+       argument + "file share: file share is not supported yet."},
+      {[&] { create(folder.At("missing/f")); }, toCreate + "failed to open file."},
+      {[&] { read(nullptr, 0); }, argument + "destination buffer: buffer is null."},
+      {[&] { read(&byte, 0); }, argument + "destination buffer length: length is 0."},
+      {[&] { output.Write(nullptr, 0); }, argument + "source buffer: buffer is null."},
+      {[&] { output.Write("", 0); }, argument + "source buffer length: length is 0."},
+      {[&] { output.Write("x", 1); }, toWrite + ": output is full.", Tests::CallWrite, ENOSPC},
+      {[&] { output.Write("x", 1); }, toWrite + ": write error.", Tests::CallWrite, EIO},
+      {[&] { output.Write("x", 1); }, toWrite + ".", Tests::CallWrite, EPIPE},
+      {[&] { read(&byte, 1); }, "IOException: Failed to read from file binary input channel.",
+       Tests::CallRead, EIO},
+      {[&] { input.Close(); }, "IOException: Failed to close file binary input channel.",
+       Tests::CallClose, EIO},
+      {[&] { output.Close(); }, "IOException: Failed to close file binary output channel.",
+       Tests::CallClose, EIO},
+  };
+  for (const auto& row : rows) {
+    const Tests::FileFault fault(row.calls, row.error);
+    EXPECT_EQ(Tests::FailureOf(row.run), row.failure) << row.error;
   }
-  folder.Write("f", "text");
-  FileIBinaryChannel input(location, FileShare::NoShare);
-  {
-    const FileFault fault(Tests::CallRead, EIO);
-    EXPECT_EQ(FailureOf([&] { return Tests::ReadRest(input); }),
-              "IOException: Failed to read from file binary input channel.");
-  }
-  EXPECT_EQ(Tests::ReadRest(input), "text");
 }
 
-TEST_F(FileChannels, FailedCloseIsReportedOnceAndCanBeRepeated) {
-  folder.Write("f", "text");
-  FileIBinaryChannel input(location, FileShare::NoShare);
-  FileOBinaryChannel output(folder.At("g"), false, FileShare::NoShare);
-  {
-    const FileFault fault(Tests::CallClose, EIO);
-    EXPECT_EQ(FailureOf([&] { input.Close(); }),
-              "IOException: Failed to close file binary input channel.");
-    EXPECT_EQ(FailureOf([&] { output.Close(); }),
-              "IOException: Failed to close file binary output channel.");
-  }
-  input.Close();
-  output.Close();
-  EXPECT_EQ(FailureOf([&] { output.Flush(); }),
-            "IOException: File binary output channel is closed.");
-  const FileFault fault(Tests::CallClose, EIO);
-  const FileOBinaryChannel unseen(folder.At("h"), false, FileShare::NoShare);
+TEST(FileChannels, AppendGoesBehindTheContentAndElseTheFileIsEmptied) {
+  const Tests::TemporaryFolder folder;
+  const auto write = [&](bool append, const std::string& text) {
+    FileOBinaryChannel channel(folder.At("f"), append, FileShare::NoShare);
+    channel.Write(text.data(), static_cast<unsigned int>(text.size()));
+    return folder.Read("f");  // held back nowhere
+  };
+  EXPECT_EQ(write(true, "first"), "first");
+  EXPECT_EQ(write(true, " second"), "first second");
+  EXPECT_EQ(write(false, "new"), "new");
 }
 
 }  // namespace

@@ -19,18 +19,15 @@ class ByteBuilder final {
   /// The length in 2 bytes, and the text.
   ByteBuilder& Utf(std::string_view text) { return U16(text.size()).Raw(text); }
   /// Zeros up to `size` bytes in all.
-  ByteBuilder& FillTo(std::size_t size) {
-    bytes.resize(size, '\0');
-    return *this;
-  }
+  ByteBuilder& FillTo(std::size_t size) { return Raw(std::string(size - bytes.size(), '\0')); }
 
   operator const std::string&() const noexcept { return bytes; }
   [[nodiscard]] std::size_t GetSize() const noexcept { return bytes.size(); }
 
  private:
   ByteBuilder& Number(std::uint64_t value, unsigned int width) {
-    for (unsigned int left = width; left > 0; --left) {
-      bytes += static_cast<char>(static_cast<unsigned char>(value >> (8 * (left - 1))));
+    for (; width > 0; --width) {
+      bytes += static_cast<char>(static_cast<unsigned char>(value >> (8 * (width - 1))));
     }
     return *this;
   }

@@ -11,26 +11,25 @@ inline std::string Describe(const VxException& exception) {
   return std::string(exception.GetName()) + ": " + exception.GetMessage().ToUTF8();
 }
 
-/// What `work` fails with, as `Describe` tells it; "" if it doesn't fail.
+/// What `work` fails with, as `Describe` tells it; "" if it doesn't fail. `cause`, if given,
+/// receives the same for the failure's cause.
 template <class Work>
-std::string FailureOf(Work&& work) {
+std::string FailureOf(Work&& work, std::string* cause = nullptr) {
   try {
     static_cast<void>(work());
-    return "";
   } catch (const VxException& exception) {
+    if (cause && exception.GetCause()) *cause = Describe(*exception.GetCause());
     return Describe(exception);
   }
+  return "";
 }
 
-/// The same for the failure's cause; "" if there is none.
+/// What caused the failure of `work`; "" if nothing did.
 template <class Work>
 std::string CauseOf(Work&& work) {
-  try {
-    static_cast<void>(work());
-    return "";
-  } catch (const VxException& exception) {
-    return exception.GetCause() == nullptr ? "" : Describe(*exception.GetCause());
-  }
+  std::string cause;
+  FailureOf(work, &cause);
+  return cause;
 }
 
 }  // namespace Tests

@@ -4,18 +4,19 @@
 #include <cerrno>
 #include <cstdlib>
 
-#if defined(__has_feature)
-#define MALLOC_IS_SANITIZED (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define MALLOC_IS_SANITIZED 1
+#if !defined(__GLIBC__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MALLOC_IS_WATCHED 0
+#elif !defined(__has_feature)
+#define MALLOC_IS_WATCHED 1
+#elif __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define MALLOC_IS_WATCHED 0
 #else
-#define MALLOC_IS_SANITIZED 0
+#define MALLOC_IS_WATCHED 1
 #endif
 
 namespace Tests {
 namespace {
 
-std::atomic<bool> watching{false};
 std::atomic<std::size_t> largest{0};
 std::atomic<std::size_t> smallestCounted{0};
 std::atomic<int> left{0};
@@ -26,19 +27,14 @@ MallocFault::MallocFault(int n, std::size_t minimum) {
   largest = 0;
   smallestCounted = minimum;
   left = n;
-  watching = true;
 }
 
 MallocFault::~MallocFault() {
-  watching = false;
+  left = 0;
 }
 
 bool MallocFault::IsAvailable() noexcept {
-#if defined(__GLIBC__) && !MALLOC_IS_SANITIZED
-  return true;
-#else
-  return false;
-#endif
+  return MALLOC_IS_WATCHED != 0;
 }
 
 std::size_t MallocFault::GetLargest() const noexcept {
@@ -47,20 +43,16 @@ std::size_t MallocFault::GetLargest() const noexcept {
 
 }  // namespace Tests
 
-#if defined(__GLIBC__) && !MALLOC_IS_SANITIZED
+#if MALLOC_IS_WATCHED
 
 extern "C" void* __libc_malloc(size_t size);
 
 extern "C" void* malloc(size_t size) noexcept {
   using namespace Tests;
-  if (watching) {
-    if (size > largest) largest = size;
-    if (size >= smallestCounted && left > 0 && --left == 0) {
-      errno = ENOMEM;
-      return nullptr;
-    }
-  }
-  return __libc_malloc(size);
+  if (size > largest) largest = size;
+  if (size < smallestCounted || left <= 0 || --left != 0) return __libc_malloc(size);
+  errno = ENOMEM;
+  return nullptr;
 }
 
 #endif

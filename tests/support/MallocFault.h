@@ -10,8 +10,7 @@ namespace Tests {
 class MallocFault final {
  public:
   explicit MallocFault(int n = 0, std::size_t minimum = 0);
-  MallocFault(const MallocFault&) = delete;
-  MallocFault& operator=(const MallocFault&) = delete;
+  MallocFault& operator=(MallocFault&&) = delete;
   ~MallocFault();
 
   /// Whether there is anything to watch.

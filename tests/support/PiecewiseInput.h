@@ -20,17 +20,16 @@ class PiecewiseInput final : public Vx::IBinaryChannel {
 
   using IBinaryChannel::Read;
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size, ReadSomeModeSelector) override {
-    CheckOpened();
+    if (closes > 0) throw Vx::IOException("The source is closed.");
     asked.push_back(size);
     if (position >= broken) throw Vx::IOException("The source is broken.");
-    const std::size_t end = std::min(content.size(), broken);
-    const std::size_t count = std::min({std::size_t{size}, limit, end - position});
-    content.copy(buffer, count, position);
+    const std::size_t most = std::min({std::size_t{size}, limit, broken - position});
+    const std::size_t count = content.copy(buffer, most, position);
     position += count;
     return static_cast<unsigned int>(count);
   }
   [[nodiscard]] unsigned __int64 GetAvailable() const override {
-    CheckOpened();
+    if (closes > 0) throw Vx::IOException("The source is closed.");
     return content.size() - position;
   }
   void Close() override { ++closes; }
@@ -41,10 +40,6 @@ class PiecewiseInput final : public Vx::IBinaryChannel {
   int closes = 0;
 
  private:
-  void CheckOpened() const {
-    if (closes > 0) throw Vx::IOException("The source is closed.");
-  }
-
   const std::string content;
   const std::size_t limit;
   const std::size_t broken;

@@ -16,20 +16,13 @@ class RecordingOutput final : public Vx::OBinaryChannel {
   explicit RecordingOutput(std::size_t bytes = std::string::npos) : room(bytes) {}
 
   void Write(const char* data, unsigned int size) override {
-    CheckOpened();
-    calls.push_back("Write " + std::to_string(size));
+    Record("Write " + std::to_string(size));
     const std::size_t taken = std::min<std::size_t>(size, room - content.size());
     content.append(data, taken);
     if (taken < size) throw Vx::IOException("No room.");
   }
-  void Flush() override {
-    CheckOpened();
-    calls.push_back("Flush");
-  }
-  void Close() override {
-    calls.push_back("Close");
-    closed = true;
-  }
+  void Flush() override { Record("Flush"); }
+  void Close() override { calls.emplace_back("Close"); }
 
   [[nodiscard]] std::size_t Count(const std::string& call) const {
     return static_cast<std::size_t>(std::count(calls.begin(), calls.end(), call));
@@ -39,12 +32,12 @@ class RecordingOutput final : public Vx::OBinaryChannel {
   std::vector<std::string> calls;
 
  private:
-  void CheckOpened() const {
-    if (closed) throw Vx::IOException("The sink is closed.");
+  void Record(const std::string& call) {
+    if (Count("Close") > 0) throw Vx::IOException("The sink is closed.");
+    calls.push_back(call);
   }
 
   std::size_t room;
-  bool closed = false;
 };
 
 }  // namespace Tests
