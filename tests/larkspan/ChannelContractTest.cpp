@@ -79,6 +79,8 @@ class Channels : public testing::TestWithParam<Pair> {
       channel->Write(piece.data(), static_cast<unsigned int>(piece.size()));
       channel->Write("", 0);
     }
+    auto* archive = dynamic_cast<ArchiveOBinaryChannel*>(channel.get());
+    if (archive != nullptr) archive->CloseEntry();
     channel->Flush();
     EXPECT_EQ(sink.calls.back(), "Flush");
     channel->Close();
