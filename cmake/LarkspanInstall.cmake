@@ -16,7 +16,7 @@ set(internal_headers
     posix Encoding.h MemoryGuard.h PathNames.h SipHash.h Utf8.h
     ArchiveEntryImpl.h ArchiveExtraction.h ArchiveFileEntryIBinaryChannel.h ArchiveFileReader.h
     ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h BigEndian.h ChannelCopy.h CloseInDestructor.h FailureGuard.h
-    FileChannelChecks.h)
+    FileTransactionSteps.h LocationChecks.h)
 foreach(header IN LISTS internal_headers)
   list(APPEND excluded_headers PATTERN ${header} EXCLUDE)
 endforeach()

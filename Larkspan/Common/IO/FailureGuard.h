@@ -1,20 +1,27 @@
 #pragma once
 
+#include <type_traits>
+
 #include "Larkspan/Common/ExceptionReport.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 
 namespace Larkspan::Common::IO {
 
-/// Runs `work` so that its failures come out as one type: lack of memory as it is, everything else
-/// as a `Failure` with the message given and the failure as cause. What is no `Vx::IOException` is
-/// unexpected, and goes to the debug output too.
+/// Runs `work` so that its failures come out as one type: a failure of a `Failure` class of the
+/// work's own passes on, and so does lack of memory; everything else becomes a `Failure` with the
+/// message given and the failure as cause. What is no `Vx::IOException` is unexpected, and goes to
+/// the debug output too. With `Vx::IOException` as `Failure`, which has no class of its own,
+/// nothing but lack of memory passes on.
 template <class Failure, class Work>
 void PresentFailuresAs(const char* message, const char* fileName, unsigned int lineNumber,
                        Work work) {
   try {
     work();
   } catch (const Vx::IOException& exception) {
+    if constexpr (!std::is_same_v<Failure, Vx::IOException>) {
+      if (dynamic_cast<const Failure*>(&exception) != nullptr) throw;
+    }
     throw Failure(message, fileName, lineNumber, exception);
   } catch (const Vx::OutOfMemoryException&) {
     throw;

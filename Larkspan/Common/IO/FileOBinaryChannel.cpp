@@ -1,7 +1,7 @@
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 
 #include "Larkspan/Common/IO/CloseInDestructor.h"
-#include "Larkspan/Common/IO/FileChannelChecks.h"
+#include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 

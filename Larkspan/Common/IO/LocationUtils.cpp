@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
@@ -12,15 +13,6 @@ constexpr Vx::UniChar PathSeparator = u'\\';
 constexpr Vx::UniChar UrlSeparator = u'/';
 constexpr std::u16string_view UrlPrefix = u"file://";
 constexpr std::u16string_view IllegalNameChars = u"\\/:*?\"<>|";
-
-void CheckLocation(const ::IO::Location& location, unsigned int line) {
-  if (!location.IsValid()) {
-    throw Vx::IllegalArgumentException("Invalid location: location is not valid.", __FILE__, line);
-  }
-  if (location.IsEmpty()) {
-    throw Vx::IllegalArgumentException("Invalid location: location is empty.", __FILE__, line);
-  }
-}
 
 void CheckPath(const Vx::UniString& path, unsigned int line) {
   if (path.IsEmpty()) {
@@ -60,7 +52,7 @@ bool IsRelativePath(const Vx::UniString& path) {
 }
 
 Vx::UniString LocationToPath(const ::IO::Location& location) {
-  CheckLocation(location, __LINE__);
+  CheckLocation(location, __FILE__, __LINE__);
   Vx::UniString path;
   if (location.ToPath(path) != 0) {
     throw Vx::IOException("Failed to get location path.", __FILE__, __LINE__);
@@ -103,7 +95,7 @@ Vx::UniString LocationToPath(const ::IO::RelativeLocation& location) {
 }
 
 ::IO::Location LocationFromRelativePath(const ::IO::Location& base, const Vx::UniString& path) {
-  CheckLocation(base, __LINE__);
+  CheckLocation(base, __FILE__, __LINE__);
   CheckPath(path, __LINE__);
   if (IsAbsolutePath(path)) {
     throw Vx::IOException(
@@ -118,7 +110,7 @@ Vx::UniString LocationToPath(const ::IO::RelativeLocation& location) {
 }
 
 Vx::UniString LocationToURL(const ::IO::Location& location) {
-  CheckLocation(location, __LINE__);
+  CheckLocation(location, __FILE__, __LINE__);
   Vx::UniString path = LocationToPath(location);
   path.ReplaceAll(PathSeparator, UrlSeparator);
   Vx::UniString url(UrlPrefix);

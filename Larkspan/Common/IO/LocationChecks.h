@@ -3,9 +3,22 @@
 #include "foundation/IO/Location.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
+/// The first tests of whatever takes a location: it is valid, and it is not empty.
 namespace Larkspan::Common::IO {
 
-/// The first tests of both file channels: the location is valid and not empty.
+inline void CheckLocation(const ::IO::Location& location, const char* fileName,
+                          unsigned int lineNumber) {
+  if (!location.IsValid()) {
+    throw Vx::IllegalArgumentException("Invalid location: location is not valid.", fileName,
+                                       lineNumber);
+  }
+  if (location.IsEmpty()) {
+    throw Vx::IllegalArgumentException("Invalid location: location is empty.", fileName,
+                                       lineNumber);
+  }
+}
+
+/// The same in the words of those that mean a file.
 inline void CheckFileLocation(const ::IO::Location& location, const char* fileName,
                               unsigned int lineNumber) {
   if (!location.IsValid()) {
