@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -8,8 +7,7 @@
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
 #include "tests/larkspan/ArchiveSample.h"
-#include "tests/support/FailureOf.h"
-#include "tests/support/FileFault.h"
+#include "tests/support/SystemCallSweep.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Tests {
@@ -32,21 +30,5 @@ class ArchiveFolder : public testing::Test {
   const IO::Location location = folder.At("a.lsa");
   const SampleArchive sample = MakeSample(256);
 };
-
-/// Runs `work` again and again, with one of its system calls `calls` failing by EIO, until it has
-/// no further one; `check` gets what each run failed with and whether its call did fail.
-template <class Work, class Check>
-void FailEachCall(unsigned int calls, Work work, Check check) {
-  bool struck = true;
-  for (unsigned int skip = 0; struck; ++skip) {
-    std::string failure;
-    {
-      const FileFault fault(calls, EIO, skip, 1);
-      failure = FailureOf(work);
-      struck = fault.HasStruck();
-    }
-    check(failure, struck);
-  }
-}
 
 }  // namespace Tests

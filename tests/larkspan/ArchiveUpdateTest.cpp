@@ -1,8 +1,5 @@
-#include <signal.h>
 #include <string>
-#include <sys/wait.h>
 #include <tuple>
-#include <unistd.h>
 #include <vector>
 
 #include "tests/larkspan/ArchiveFolder.h"
@@ -143,15 +140,8 @@ TEST_P(EachUpdate, KilledBeforeAnySystemCallItLeavesAWholeArchive) {
     std::filesystem::remove_all(folder.GetPath());
     std::filesystem::create_directory(folder.GetPath());
     folder.Write("a.lsa", old);
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const FileFault fault(CallAny, FileFault::Kill, skip);
-      ::_exit(FailureOf([&] { Run(); }).empty() ? 0 : 1);
-    }
-    int result = -1;
-    ASSERT_EQ(::waitpid(child, &result, 0), child);
-    killed = WIFSIGNALED(result) && WTERMSIG(result) == SIGKILL;
-    ASSERT_TRUE(killed || (result == 0 && skip >= 3)) << result;
+    killed = KillBeforeCall(skip, [&] { Run(); });
+    ASSERT_TRUE(killed || skip >= 3);
     ExpectWhole(killed);
     // What a kill leaves behind is in nobody's way, and goes where names can be swapped.
     Update(3000);

@@ -1,0 +1,13 @@
+#include "Larkspan/Common/IO/FileTransaction.h"
+
+namespace Larkspan::Common::IO {
+
+FileTransaction::FileTransaction() noexcept = default;
+FileTransaction::FileTransaction(const FileTransaction&) noexcept = default;
+FileTransaction::~FileTransaction() = default;
+
+const FileTransaction& FileTransaction::operator=(const FileTransaction&) noexcept {
+  return *this;
+}
+
+}  // namespace Larkspan::Common::IO

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/FileTransaction.h"
+#include "foundation/IO/Location.h"
+
+namespace Larkspan::Common::IO {
+
+/// The replacement of a file. The constructor gives the old file the name of its backup, which is
+/// its own name and ".bak", in the same folder; the host writes the new one; `Commit` deletes the
+/// backup, and `Abort` deletes the new file and gives the old one its name back.
+///
+/// Whatever happens on the way, a kill or a power cut included, the old file is complete under its
+/// own name or its backup's, or the new one is complete and on the disk. A host that starts after a
+/// crash calls `Recover` before it looks at the file.
+class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
+ public:
+  /// Moves the file that stands at the location, if there is one, to its backup. Raises
+  /// `Vx::IllegalArgumentException` for a location that is not valid or empty, and
+  /// `FileTransactionException`, with everything as it was, if the backup can't be made: a file
+  /// that has its name already is never replaced.
+  explicit UpdateFileTransaction(const ::IO::Location& location);
+  UpdateFileTransaction(const UpdateFileTransaction&) = delete;
+  UpdateFileTransaction& operator=(const UpdateFileTransaction&) = delete;
+  ~UpdateFileTransaction() override;
+
+  [[nodiscard]] bool IsCommitted() const noexcept override { return committed; }
+  [[nodiscard]] bool IsAborted() const noexcept override { return aborted; }
+
+  /// Puts the new file's data and name on the disk itself, and only then deletes the backup. The
+  /// host must have closed the file, or at least have written all of it to the system. If either
+  /// step fails, both files are still there. Systems tell only once that data did not reach the
+  /// disk: write the file anew before trying again, or abort.
+  void Commit() override;
+
+  /// A new file that can't be deleted, or a backup that can't get its name back, stays where it is.
+  void Abort() override;
+
+  /// Undoes an update of the file that a crash has left unfinished: the backup beside the location,
+  /// if there is one, gets its name back in one step, and replaces what stands there. Gives whether
+  /// there was a backup. Whoever is interrupted calls again. Not to be called while a transaction
+  /// on the file is open.
+  ///
+  /// Raises `Vx::IllegalArgumentException` for a location that is not valid or empty, and
+  /// `FileTransactionException` if the backup can't be put back, or not on the disk.
+  static bool Recover(const ::IO::Location& location);
+
+ private:
+  void MoveToBackup();
+  void MoveBack();
+
+  ::IO::Location backupFileLocation;  // empty if there was no file at the start
+  ::IO::Location fileLocation;
+  bool committed = false;
+  bool aborted = false;
+};
+
+}  // namespace Larkspan::Common::IO
