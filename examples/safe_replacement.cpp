@@ -1,0 +1,54 @@
+// Replaces a file so that a failure, a kill or a power cut leaves the old one or the new one,
+// whole.
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <string_view>
+
+#include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "Larkspan/Common/IO/IOUtilities.h"
+#include "Larkspan/Common/IO/UpdateFileTransaction.h"
+#include "foundation/IO/FileSystem.h"
+#include "foundation/Vx/IOException.h"
+
+using Larkspan::Common::IO::FileOBinaryChannel;
+using Larkspan::Common::IO::FileShare;
+using Larkspan::Common::IO::UpdateFileTransaction;
+
+namespace {
+
+void Replace(const IO::Location& file, std::string_view content, bool fail) {
+  UpdateFileTransaction transaction(file);  // an unfinished one aborts by itself
+  FileOBinaryChannel channel(file, false, FileShare::NoShare);
+  channel.Write(content.data(), static_cast<unsigned int>(content.size()));
+  if (fail) throw Vx::IOException("Something went wrong halfway.", __FILE__, __LINE__);
+  channel.Close();
+  transaction.Commit();
+}
+
+}  // namespace
+
+int main() {
+  const auto folder = std::filesystem::temp_directory_path() / "larkspan-safe-replacement";
+  std::filesystem::create_directories(folder);
+  int result = 1;
+  try {
+    IO::Location file;
+    if (IO::fileSystem.FromNativePath((folder / "settings").string(), file) != 0) return result;
+    // First of all: undo what a crash has left unfinished.
+    if (UpdateFileTransaction::Recover(file)) std::puts("recovered the file before the crash");
+
+    Replace(file, "colour=blue", false);
+    try {
+      Replace(file, "colour=", true);
+    } catch (const Vx::IOException& failure) {
+      std::printf("%s The old file is back.\n", failure.what());
+    }
+    result = Larkspan::Common::IO::GetFileSize(file) == 11 ? 0 : 1;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+  }
+  std::filesystem::remove_all(folder);
+  return result;
+}
