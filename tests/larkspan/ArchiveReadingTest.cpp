@@ -5,6 +5,7 @@
 #include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/ByteBuilder.h"
+#include "tests/support/FailureOf.h"
 #include "tests/support/MallocFault.h"
 #include "tests/support/PiecewiseInput.h"
 
@@ -68,6 +69,17 @@ TEST(ArchiveReading, WhatAStateDoesNotAllowIsRefused) {
       {[&] { return channel.GetCurrentEntry(); }, closed},
   });
   EXPECT_FALSE(entry->IsClosed());
+  Tests::PiecewiseInput whole(EntryABC(Header(), 3, 3, CRCOfABC));
+  ArchiveIBinaryChannel other(whole);
+  const auto read = other.GetNextEntry();
+  other.CloseEntry();
+  EXPECT_TRUE(entry->Equals(*read) && read->Equals(*entry));
+  Tests::PiecewiseInput cut(Header().Utf("a").U32(2).U32(0).U32(3).Raw("a"));
+  ArchiveIBinaryChannel damaged(cut);
+  static_cast<void>(damaged.GetNextEntry());
+  EXPECT_NE(Tests::FailureOf([&] { damaged.Close(); }), "");
+  damaged.Close();
+  EXPECT_EQ(cut.closes, 1);
 }
 
 TEST(ArchiveReading, CutAnywhereItGivesTheEntriesBeforeAndReportsTheRest) {

@@ -130,6 +130,10 @@ TEST_P(EachUpdate, SystemCallThatFailsIsReportedAndLeavesAWholeArchive) {
     EXPECT_EQ(folder.GetNames().size(), 1U);
     folder.Write("a.lsa", old);
   };
+  FailEachCall(CallSync | CallSyncData, run, [&](const std::string& failure, bool struck) {
+    EXPECT_EQ(failure.empty(), !struck);
+    check(failure, struck);
+  });
   // A temporary file that can't be removed has to stay.
   FailEachCall(CallAny & ~CallRemove, run, check);
 }

@@ -77,6 +77,9 @@ TEST(Deflater, FlushFinishAndCloseEachWriteWhatIsDue) {
   channel.Close();
   EXPECT_EQ(sink.content, content);
   EXPECT_EQ(FailureOf([&] { channel.Finish(); }), "IOException: Deflater output channel closed.");
+  RecordingOutput unused;
+  DeflaterOBinaryChannel(unused, DeflaterOBinaryChannel::DefaultCompression, 64).Close();
+  EXPECT_EQ(unused.calls, (std::vector<std::string>{"Write 8", "Flush", "Close"}));
 }
 
 // The inflater in its plainest form: one buffer, one copy, a refill as soon as the buffer is used

@@ -67,7 +67,7 @@ TEST(FileChannels, FailuresHaveTheirMessages) {
   }
 }
 
-TEST(FileChannels, AppendGoesBehindTheContentAndElseTheFileIsEmptied) {
+TEST(FileChannels, AppendGoesBehindTheContentElseTheFileIsEmptiedAndAllIsReadOnce) {
   const Tests::TemporaryFolder folder;
   const auto write = [&](bool append, const std::string& text) {
     FileOBinaryChannel channel(folder.At("f"), append, FileShare::NoShare);
@@ -77,6 +77,11 @@ TEST(FileChannels, AppendGoesBehindTheContentAndElseTheFileIsEmptied) {
   EXPECT_EQ(write(true, "first"), "first");
   EXPECT_EQ(write(true, " second"), "first second");
   EXPECT_EQ(write(false, "new"), "new");
+  FileIBinaryChannel input(folder.At("f"), FileShare::NoShare);
+  char buffer[8];
+  for (const unsigned int count : {3U, 0U, 0U}) {
+    EXPECT_EQ(input.Read(buffer, 8, Vx::IBinaryChannel::ReadSome), count);
+  }
 }
 
 }  // namespace

@@ -134,9 +134,9 @@ void KeepMode(const ::IO::Location& source, const ::IO::Location& target) {
   if (wider) Fail("Failed to update archive file: failed to keep its permissions.", __LINE__);
 }
 
-// A file that an update before left behind. It goes, instead of being emptied: the name may be a
-// link, and lead to the archive itself.
-void DeleteOlderTemporary(const ::IO::Location& temporary) {
+// Whatever file stands under the temporary name goes: the old archive, or what an update before
+// left behind. That is never emptied instead: the name may be a link, and lead to the archive.
+void DeleteTemporary(const ::IO::Location& temporary) noexcept {
   ::IO::Attributes facts;
   const bool isFolder = ::IO::fileSystem.GetAttributes(temporary, &facts, false) == 0 &&
                         facts.type == ::IO::EntryType::Folder;
@@ -157,7 +157,7 @@ void CopyEntry(ArchiveIBinaryChannel& source, const ArchiveEntry& entry,
 
 void CopyArchive(const ::IO::Location& location, const ::IO::Location& temporary,
                  const ArchiveHeaders& headers, unsigned int size) {
-  DeleteOlderTemporary(temporary);
+  DeleteTemporary(temporary);
   const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter> targetFile(
       Vx::New<FileOBinaryChannel>(temporary, false, FileShare::NoShare));
   KeepMode(location, temporary);
@@ -184,10 +184,6 @@ void ExchangeFiles(const RewritePlaces& places) {
   }
 }
 
-void DeleteTemporary(const RewritePlaces& places) noexcept {
-  ::IO::fileSystem.Delete(places.temporary, DataSafety::None, AccessDeniedTreatment::Report);
-}
-
 void Rewrite(const ::IO::Location& location, const ArchiveHeaders& headers, unsigned int size) {
   const ::IO::Location archive = FollowLink(location);
   const RewritePlaces places = FindRewritePlaces(archive);
@@ -195,11 +191,11 @@ void Rewrite(const ::IO::Location& location, const ArchiveHeaders& headers, unsi
     CopyArchive(archive, places.temporary, headers, size);
     ExchangeFiles(places);
   } catch (const VxException&) {
-    DeleteTemporary(places);
+    DeleteTemporary(places.temporary);
     throw;
   }
   // The temporary name leads to the old archive now.
-  DeleteTemporary(places);
+  DeleteTemporary(places.temporary);
 }
 
 }  // namespace
