@@ -5,7 +5,7 @@
 
 namespace Larkspan::Common::IO {
 
-/// A file transaction could not be started, committed or aborted.
+/// A file transaction could not be started, committed, aborted or recovered.
 class LARKSPAN_API FileTransactionException
     : public Vx::ExceptionClass<FileTransactionException, Vx::IOException, -7003> {
  public:
