@@ -11,6 +11,7 @@
 #include "Larkspan/Common/IO/CountingOBinaryChannel.h"
 #include "Larkspan/Common/IO/DeflaterOBinaryChannel.h"
 #include "Larkspan/Common/IO/InflaterIBinaryChannel.h"
+#include "Larkspan/Common/IO/ThresholdingOBinaryChannel.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/PiecewiseInput.h"
@@ -54,6 +55,14 @@ Input OpenArchive(Vx::IBinaryChannel& source) {
   return archive;
 }
 
+struct Threshold final : ThresholdingOBinaryChannel {
+  explicit Threshold(Vx::OBinaryChannel& sink) : ThresholdingOBinaryChannel(100), below(sink) {}
+  Vx::OBinaryChannel& GetOutputChannel() override { return below; }
+  Vx::OBinaryChannel& GetOutputChannel() const override { return below; }
+  void ThresholdReached() override {}
+  Vx::OBinaryChannel& below;
+};
+
 constexpr auto MakeDeflater =
     Make<Vx::OBinaryChannel, DeflaterOBinaryChannel, DeflaterOBinaryChannel::BestSpeed, 64U>;
 constexpr auto MakeInflater = Make<Vx::IBinaryChannel, InflaterIBinaryChannel, 64U>;
@@ -64,6 +73,9 @@ const Pair pairs[] = {
     {"CRC32", Make<Vx::OBinaryChannel, CRC32OBinaryChannel>,
      Make<Vx::IBinaryChannel, CRC32IBinaryChannel>, "The sink is closed.", "The source is closed.",
      2},
+    {"Threshold", Make<Vx::OBinaryChannel, Threshold>,
+     Make<Vx::IBinaryChannel, CountingIBinaryChannel>,
+     "Thresholding binary output channel is closed.", "The source is closed.", 2},
     {"Deflate", MakeDeflater, MakeInflater, "Deflater output channel closed.",
      "Inflater input channel closed.", 1},
     {"Archive", MakeArchive, OpenArchive, "Archive binary output channel is closed.",

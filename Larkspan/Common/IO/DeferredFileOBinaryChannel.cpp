@@ -1,0 +1,110 @@
+#include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
+
+#include <utility>
+
+#include "Larkspan/Common/IO/FileIBinaryChannel.h"
+#include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "foundation/Vx/BufferedIBinaryChannel.h"
+#include "foundation/Vx/BufferedOBinaryChannel.h"
+#include "foundation/Vx/IOException.h"
+#include "foundation/Vx/IllegalArgumentException.h"
+#include "foundation/Vx/Memory.h"
+#include "foundation/Vx/Ref.h"
+
+namespace Larkspan::Common::IO {
+namespace {
+
+// Between the two stages and from the file to the target, data goes in steps of this size.
+constexpr unsigned int CopyBufferSize = 0x80000;
+
+[[noreturn]] void FailAsIncomplete(unsigned int line) {
+  throw Vx::IOException(
+      "Deferred file binary output channel is incomplete: an earlier write failed.", __FILE__,
+      line);
+}
+
+}  // namespace
+
+DeferredFileOBinaryChannel::DeferredFileOBinaryChannel(const ::IO::Location& fileLocation,
+                                                       unsigned __int64 thresholdSize)
+    : ThresholdingOBinaryChannel(thresholdSize), location(fileLocation) {
+  if (!fileLocation.IsValid()) {
+    throw Vx::IllegalArgumentException("Invalid location: location is not valid.", __FILE__,
+                                       __LINE__);
+  }
+  if (fileLocation.IsEmpty()) {
+    throw Vx::IllegalArgumentException("Invalid location: location is empty.", __FILE__, __LINE__);
+  }
+  if (thresholdSize > 0xFFFFFFFFU) {
+    throw Vx::IllegalArgumentException(
+        "Invalid threshold: threshold is larger than maximum supported size.", __FILE__, __LINE__);
+  }
+  // Copying a location never throws: having had no memory is a state of the copy.
+  if (!location.IsValid()) Vx::ThrowOutOfMemory();
+  std::unique_ptr<MemoryStage> pages(Vx::New<MemoryStage>(0U));
+  memory = pages.get();
+  output = std::move(pages);
+}
+
+DeferredFileOBinaryChannel::~DeferredFileOBinaryChannel() = default;
+
+void DeferredFileOBinaryChannel::Write(const char* data, unsigned int size) {
+  CheckOpened(__FILE__, __LINE__);
+  if (incomplete) FailAsIncomplete(__LINE__);
+  try {
+    ThresholdingOBinaryChannel::Write(data, size);
+  } catch (...) {
+    // Bytes that the file was to take may have got there in part.
+    if (memory == nullptr && data != nullptr && size != 0) incomplete = true;
+    throw;
+  }
+}
+
+void DeferredFileOBinaryChannel::WriteTo(Vx::OBinaryChannel& target) const {
+  if (!IsClosed()) {
+    throw Vx::IOException("Deferred file binary output channel hasn't been closed yet.", __FILE__,
+                          __LINE__);
+  }
+  if (incomplete) FailAsIncomplete(__LINE__);
+  if (IsThresholdExceeded()) {
+    WriteFileTo(target);
+    return;
+  }
+  // The write that led to the file was refused, and none that was large enough has followed.
+  if (memory == nullptr) FailAsIncomplete(__LINE__);
+  memory->WriteTo(target);
+}
+
+Vx::OBinaryChannel& DeferredFileOBinaryChannel::GetOutputChannel() {
+  return *output;
+}
+
+Vx::OBinaryChannel& DeferredFileOBinaryChannel::GetOutputChannel() const {
+  return *output;
+}
+
+void DeferredFileOBinaryChannel::ThresholdReached() {
+  incomplete = true;  // until all of this is done
+  std::unique_ptr<FileOBinaryChannel> file(
+      Vx::New<FileOBinaryChannel>(location, false, FileShare::NoShare));
+  // In the form that leaves the file open when the buffer goes.
+  Vx::BufferedOBinaryChannel buffered(*file, CopyBufferSize);
+  memory->WriteTo(buffered);
+  buffered.Flush();
+  memory = nullptr;
+  output = std::move(file);  // frees the pages
+  incomplete = false;
+}
+
+void DeferredFileOBinaryChannel::WriteFileTo(Vx::OBinaryChannel& target) const {
+  Vx::BufferedIBinaryChannel source(
+      Vx::MakeRef<FileIBinaryChannel, Vx::AtomicCounter>(location, FileShare::NoShare),
+      CopyBufferSize);
+  char piece[0x4000];
+  while (const unsigned int delivered = source.Read(piece, sizeof(piece), source.ReadSome)) {
+    target.Write(piece, delivered);
+  }
+  source.Close();
+}
+
+}  // namespace Larkspan::Common::IO
