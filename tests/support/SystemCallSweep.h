@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/FileFault.h"
 
@@ -24,6 +25,21 @@ void FailEachCall(unsigned int calls, Work work, Check check) {
       const FileFault fault(calls, EIO, skip, 1);
       failure = FailureOf(work);
       struck = fault.HasStruck();
+    }
+    check(failure, struck);
+  }
+}
+
+/// The same with each of its allocations failing.
+template <class Work, class Check>
+void FailEachAllocation(Work work, Check check) {
+  bool struck = true;
+  for (int n = 1; struck; ++n) {
+    std::string failure;
+    {
+      const Larkspan::Testing::AllocationFault fault(n);
+      failure = FailureOf(work);
+      struck = fault.HasFired();
     }
     check(failure, struck);
   }

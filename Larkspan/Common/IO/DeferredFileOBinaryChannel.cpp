@@ -4,6 +4,7 @@
 
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/Vx/BufferedIBinaryChannel.h"
 #include "foundation/Vx/BufferedOBinaryChannel.h"
 #include "foundation/Vx/IOException.h"
@@ -28,13 +29,7 @@ constexpr unsigned int CopyBufferSize = 0x80000;
 DeferredFileOBinaryChannel::DeferredFileOBinaryChannel(const ::IO::Location& fileLocation,
                                                        unsigned __int64 thresholdSize)
     : ThresholdingOBinaryChannel(thresholdSize), location(fileLocation) {
-  if (!fileLocation.IsValid()) {
-    throw Vx::IllegalArgumentException("Invalid location: location is not valid.", __FILE__,
-                                       __LINE__);
-  }
-  if (fileLocation.IsEmpty()) {
-    throw Vx::IllegalArgumentException("Invalid location: location is empty.", __FILE__, __LINE__);
-  }
+  CheckLocation(fileLocation, __FILE__, __LINE__);
   if (thresholdSize > 0xFFFFFFFFU) {
     throw Vx::IllegalArgumentException(
         "Invalid threshold: threshold is larger than maximum supported size.", __FILE__, __LINE__);

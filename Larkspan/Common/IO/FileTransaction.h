@@ -9,6 +9,8 @@ namespace Larkspan::Common::IO {
 /// is destroyed unfinished aborts by itself, and nobody is told if that fails. A transaction writes
 /// no content: it decides what stays on the disk.
 ///
+/// Lack of memory is `Vx::OutOfMemoryException` throughout.
+///
 /// One thread at a time. Two transactions on one file, or one and somebody else who writes there,
 /// are not coordinated.
 class LARKSPAN_API FileTransaction {

@@ -25,8 +25,15 @@ inline void CheckUnfinished(bool committed, const char* committedMessage, bool a
   if (aborted) throw FileTransactionException(abortedMessage, fileName, lineNumber);
 }
 
+/// Deletes what is there. It is no failure if somebody else is faster, or if the deletion is
+/// reported as failed and has happened all the same, as over a network.
 inline void DeleteIfThere(const ::IO::Location& location) {
-  if (Exists(location)) Delete(location);
+  if (!Exists(location)) return;
+  try {
+    Delete(location);
+  } catch (const Vx::IOException&) {
+    if (Exists(location)) throw;
+  }
 }
 
 /// Aborts a transaction that is being destroyed, if it is not finished. Only the debug output is

@@ -36,15 +36,26 @@ Backup FindBackup(const ::IO::Location& file, const char* locationFailure,
   return backup;
 }
 
-// Puts the names of the folder that the file lies in on the disk.
-int FlushFolderOf(const ::IO::Location& file) noexcept {
-  ::IO::Location parent(file);
-  int status = parent.DeleteLastLocalName();
-  if (status != 0) return status;
-  ::IO::Folder folder(parent, ::IO::OnNotFound::Fail);
-  status = folder.GetStatus();
-  return status != 0 ? status : folder.Flush();
-}
+// The folder that a file lies in.
+class ParentFolder final {
+ public:
+  explicit ParentFolder(const ::IO::Location& file) noexcept
+      : folder(GetParent(file), ::IO::OnNotFound::Fail) {}
+
+  // Puts its names on the disk.
+  [[nodiscard]] int Flush() noexcept {
+    return folder.GetStatus() != 0 ? folder.GetStatus() : folder.Flush();
+  }
+
+ private:
+  // Where there is none, an empty location, which no folder has.
+  static ::IO::Location GetParent(const ::IO::Location& file) noexcept {
+    ::IO::Location parent(file);
+    return parent.DeleteLastLocalName() == 0 ? parent : ::IO::Location();
+  }
+
+  ::IO::Folder folder;
+};
 
 // Puts a file's data on the disk. What is no file has none of its own.
 int FlushData(const ::IO::Location& location) noexcept {
@@ -53,17 +64,30 @@ int FlushData(const ::IO::Location& location) noexcept {
   if (status != 0 || type != ::IO::EntryType::File) return status;
   ::IO::File file(location, ::IO::OnNotFound::Fail);
   status = file.Open(::IO::OpenMode::Write, AccessDeniedTreatment::Report);
-  // The host may have made it a file to be read only.
-  if (status != 0) status = file.Open(::IO::OpenMode::Read, AccessDeniedTreatment::Report);
+  if (status == ::IO::StatusAccessDenied) {  // the host may have made it a file to be read only
+    status = file.Open(::IO::OpenMode::Read, AccessDeniedTreatment::Report);
+  }
   if (status == 0) status = file.Flush();
   return status != 0 ? status : file.Close();
 }
 
-void PutOnDisk(const ::IO::Location& file) {
-  if (!Exists(file)) return;
-  if (FlushData(file) != 0 || FlushFolderOf(file) != 0) {
-    Fail("Failed to commit update file transaction: failed to put file on disk.", __LINE__);
+// Whether both are names of the very same file.
+bool AreOneFile(const ::IO::Location& first, const ::IO::Location& second) noexcept {
+  ::IO::Attributes one;
+  ::IO::Attributes other;
+  return ::IO::fileSystem.GetAttributes(first, &one, false) == 0 &&
+         ::IO::fileSystem.GetAttributes(second, &other, false) == 0 && one.device == other.device &&
+         one.node == other.node;
+}
+
+// Whether the backup is there. The name may be too long for the file system to have it at all.
+bool HasBackup(const ::IO::Location& backup) {
+  bool found = false;
+  const int status = ::IO::fileSystem.Contains(backup, &found);
+  if (status != 0 && status != ::IO::StatusInvalidLocation) {
+    Fail("Failed to recover update file transaction: failed to look for backup file.", __LINE__);
   }
+  return found;
 }
 
 void Restore(const ::IO::Location& backup, const ::IO::Location& file) {
@@ -71,13 +95,14 @@ void Restore(const ::IO::Location& backup, const ::IO::Location& file) {
   if (file.GetLastLocalName(name) != 0) {
     Fail("Failed to recover update file transaction: failed to get file name.", __LINE__);
   }
-  if (::IO::fileSystem.Replace(backup, name, AccessDeniedTreatment::Report) != 0) {
+  // Where a file system moves a file by linking it, a kill leaves both names to one file, and
+  // replacing one by the other would do nothing.
+  if (AreOneFile(backup, file)) {
+    DeleteIfThere(backup);
+  } else if (::IO::fileSystem.Replace(backup, name, AccessDeniedTreatment::Report) != 0) {
     Fail("Failed to recover update file transaction: failed to restore backup file.", __LINE__);
   }
-  // Where a file system moves a file by linking it, a kill leaves both names to one file, and
-  // replacing one by the other does nothing.
-  DeleteIfThere(backup);
-  if (FlushFolderOf(file) != 0) {
+  if (ParentFolder(file).Flush() != 0) {
     Fail("Failed to recover update file transaction: failed to put file on disk.", __LINE__);
   }
 }
@@ -101,6 +126,9 @@ void UpdateFileTransaction::MoveToBackup() {
       FindBackup(fileLocation,
                  "Failed to start update file transaction: failed to create backup file location.",
                  "Failed to start update file transaction: failed to create backup file name.");
+  // The backup is to survive a power cut whole. If its data can't be put on the disk, say because
+  // the file may be neither read nor written, it is no worse off than before.
+  static_cast<void>(FlushData(fileLocation));
   if (::IO::fileSystem.Rename(fileLocation, backup.name, AccessDeniedTreatment::Report) != 0) {
     Fail("Failed to start update file transaction: failed to create backup file.", __LINE__);
   }
@@ -116,8 +144,14 @@ void UpdateFileTransaction::Commit() {
                   "Failed to commit update file transaction: update file transaction has already "
                   "been aborted.",
                   __FILE__, __LINE__);
-  PresentFailuresAs<FileTransactionException>("Failed to commit update file transaction.", __FILE__,
-                                              __LINE__, [this] { PutOnDisk(fileLocation); });
+  ParentFolder folder(fileLocation);
+  PresentFailuresAs<FileTransactionException>(
+      "Failed to commit update file transaction.", __FILE__, __LINE__, [&] {
+        if (!Exists(fileLocation)) return;
+        if (FlushData(fileLocation) != 0 || folder.Flush() != 0) {
+          Fail("Failed to commit update file transaction: failed to put file on disk.", __LINE__);
+        }
+      });
   if (!backupFileLocation.IsEmpty()) {
     try {
       DeleteIfThere(backupFileLocation);
@@ -127,7 +161,7 @@ void UpdateFileTransaction::Commit() {
     }
     // Else a power cut could bring the backup back, and `Recover` undo what was committed. If this
     // fails there is no way back any more: the new file is the only one.
-    static_cast<void>(FlushFolderOf(fileLocation));
+    static_cast<void>(folder.Flush());
   }
   committed = true;
 }
@@ -166,7 +200,7 @@ bool UpdateFileTransaction::Recover(const ::IO::Location& location) {
             location,
             "Failed to recover update file transaction: failed to create backup file location.",
             "Failed to recover update file transaction: failed to create backup file name.");
-        found = Exists(backup.location);
+        found = HasBackup(backup.location);
         if (found) Restore(backup.location, location);
       });
   return found;

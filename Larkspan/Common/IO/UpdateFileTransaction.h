@@ -8,11 +8,16 @@ namespace Larkspan::Common::IO {
 
 /// The replacement of a file. The constructor gives the old file the name of its backup, which is
 /// its own name and ".bak", in the same folder; the host writes the new one; `Commit` deletes the
-/// backup, and `Abort` deletes the new file and gives the old one its name back.
+/// backup, and `Abort` deletes the new file and gives the old one its name back. The name of the
+/// backup belongs to these transactions: nothing else should have it.
 ///
 /// Whatever happens on the way, a kill or a power cut included, the old file is complete under its
 /// own name or its backup's, or the new one is complete and on the disk. A host that starts after a
-/// crash calls `Recover` before it looks at the file.
+/// crash, or goes on after an `Abort` that failed, calls `Recover` before it looks at the file or
+/// begins another transaction on it. Where there was no old file, there is nothing to go back to: a
+/// crash leaves of the new one what was written.
+///
+/// A symbolic link at the location is moved and replaced itself, not what it leads to.
 class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
  public:
   /// Moves the file that stands at the location, if there is one, to its backup. Raises
@@ -36,10 +41,10 @@ class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
   /// A new file that can't be deleted, or a backup that can't get its name back, stays where it is.
   void Abort() override;
 
-  /// Undoes an update of the file that a crash has left unfinished: the backup beside the location,
-  /// if there is one, gets its name back in one step, and replaces what stands there. Gives whether
-  /// there was a backup. Whoever is interrupted calls again. Not to be called while a transaction
-  /// on the file is open.
+  /// Undoes an update of the file that a crash has left unfinished: what stands under the backup's
+  /// name, if anything does, gets the file's name in one step, and replaces what stands there.
+  /// Gives whether there was a backup. It can be interrupted and called again. Not to be called
+  /// while a transaction on the file is open, by anybody.
   ///
   /// Raises `Vx::IllegalArgumentException` for a location that is not valid or empty, and
   /// `FileTransactionException` if the backup can't be put back, or not on the disk.

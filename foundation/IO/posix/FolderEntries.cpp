@@ -70,6 +70,14 @@ int RemoveName(int folder, const Vx::String& name) noexcept {
   return ErrorOf(::unlinkat(folder, name.GetBuffer(), 0));
 }
 
+bool AreOneItem(int folder, const Vx::String& first, const Vx::String& second) noexcept {
+  struct stat one;
+  struct stat other;
+  return ::fstatat(folder, first.GetBuffer(), &one, AT_SYMLINK_NOFOLLOW) == 0 &&
+         ::fstatat(folder, second.GetBuffer(), &other, AT_SYMLINK_NOFOLLOW) == 0 &&
+         one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
 int SyncFile(int folder, const Vx::String& name) noexcept {
   // O_NONBLOCK: opening a pipe by mistake must not wait for its other end.
   const Descriptor file(::openat(folder, name.GetBuffer(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));

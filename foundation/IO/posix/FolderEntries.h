@@ -20,6 +20,10 @@ namespace IO::Posix {
 [[nodiscard]] int LinkName(int folder, const Vx::String& from, const Vx::String& to) noexcept;
 [[nodiscard]] int RemoveName(int folder, const Vx::String& name) noexcept;
 
+/// Whether both names lead to the very same item.
+[[nodiscard]] bool AreOneItem(int folder, const Vx::String& first,
+                              const Vx::String& second) noexcept;
+
 /// Puts one file of the folder on the disk.
 [[nodiscard]] int SyncFile(int folder, const Vx::String& name) noexcept;
 
