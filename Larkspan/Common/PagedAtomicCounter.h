@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+
+#include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/HalfAlignedAtomic.h"
+
+namespace Larkspan::Common {
+
+/// The count of a `Vx::Ref` whose copies may live on several threads, as `Vx::AtomicCounter`, but
+/// made in a pool, where it takes six bytes and, but for one in 677, no allocation. Any thread may
+/// call anything at any time. Delete the counters before the library unloads.
+class LARKSPAN_API PagedAtomicCounter {
+ public:
+  /// A place in the pool, in constant time. It has four bytes, whatever `size` says: a derived
+  /// class with more data can't be made with `new`.
+  /// Raises `Vx::OutOfMemoryException`, without message and cause.
+  [[nodiscard]] static void* operator new(std::size_t size);
+
+  /// Gives the place back, in constant time. `p` is what `operator new` of this class gave, or
+  /// null, which is ignored.
+  static void operator delete(void* p) noexcept;
+
+  explicit PagedAtomicCounter(unsigned int start = 0) noexcept : value(start) {}
+  PagedAtomicCounter(const PagedAtomicCounter&) = delete;
+  PagedAtomicCounter& operator=(const PagedAtomicCounter&) = delete;
+
+  /// Both give the new value. One thread alone sees a count reach 0, and it sees all that the
+  /// others did before they took their step down.
+  unsigned int Increment() noexcept { return HalfAlignedAtomic::Increment(&value); }
+  unsigned int Decrement() noexcept { return HalfAlignedAtomic::Decrement(&value); }
+  [[nodiscard]] unsigned int GetValue() const noexcept { return HalfAlignedAtomic::Read(&value); }
+
+ private:
+  // The pool has places that are no better aligned.
+  [[gnu::packed, gnu::aligned(2)]] unsigned int value;
+};
+
+}  // namespace Larkspan::Common
