@@ -29,7 +29,8 @@ void CheckPlaces(unsigned int seed) {
   std::mt19937 random(seed);
   std::list<Page> listed, full, spare;
   std::vector<std::pair<char*, std::list<Page>::iterator>> used;
-  for (const unsigned int goal : {1U, 0U, 678U, 0U, 2040U, 671U, 3000U, 0U, 2031U, 1U, 2710U, 0U}) {
+  for (const unsigned int goal :
+       {1U, 0U, 678U, 2U, 2040U, 4U, 3000U, 4U, 2040U, 6U, 2031U, 1U, 2710U, 0U}) {
     for (int step = 0; step < 6000; ++step) {
       if ((used.size() < goal) != (goal > 0 && random() % 4 == 0)) {
         if (listed.empty()) listed.splice(listed.end(), spare);
