@@ -1,4 +1,5 @@
-"""The example reader against archives that are put together byte by byte, or in the document."""
+"""The example reader against archives that are put together byte by byte, or in the document.
+With the argument "java", the reader in Java has to say the same of each as the one in Python."""
 
 import contextlib
 import hashlib
@@ -6,12 +7,15 @@ import io
 import json
 import pathlib
 import re
+import shutil
+import subprocess
 import sys
+import tempfile
 import unittest
 import zlib
 from unittest import mock
 
-from archive_builder import DEFLATED, STORED, entry, header, u32
+from archive_builder import DEFLATED, STORED, entry, header, text, u32
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 DOCUMENT = (ROOT / "docs" / "archive-format.md").read_text(encoding="utf-8")
@@ -22,6 +26,7 @@ import read_archive
 EMPTY_ZLIB = bytes.fromhex("78 9C 03 00 00 00 00 01")
 NO_HEADER = "Failed to read archive header: "
 NO_ENTRY = "Failed to read archive entry: "
+JAVA = None  # the process of the other reader, if it takes part
 # Long enough for many pieces, and of few repetitions, so that deflating leaves several frames.
 LONG = b"".join(hashlib.sha256(u32(number)).digest() for number in range(6000))
 
@@ -32,7 +37,30 @@ def run(archive, *command):
     with mock.patch("sys.stdin", io.TextIOWrapper(io.BytesIO(archive))), \
             contextlib.redirect_stdout(output), contextlib.redirect_stderr(errors):
         status = read_archive.main([command[0], "-", *command[1:]])
-    return status, output.buffer.getvalue(), errors.getvalue().rpartition("input: ")[2].strip()
+    output.flush()
+    found = status, output.buffer.getvalue(), errors.getvalue().rpartition("input: ")[2].strip()
+    if JAVA:
+        assert run_in_java(archive, *command) == found, found
+    return found
+
+
+def start_java(folder):
+    sources = ROOT / "examples" / "ReadArchive.java", ROOT / "tests" / "java" / "ReaderService.java"
+    subprocess.run(["javac", "-Xlint:all", "-Werror", "-d", folder, *sources], check=True)
+    return subprocess.Popen(["java", "-cp", folder, "ReaderService"], stdin=subprocess.PIPE,
+                            stdout=subprocess.PIPE)
+
+
+def run_in_java(archive, *command):
+    JAVA.stdin.write(b"\1" + text("\n".join((command[0], "-", *command[1:]))))
+    JAVA.stdin.write(u32(len(archive)) + archive)
+    JAVA.stdin.flush()
+    status, output, errors = read_u32(), *(JAVA.stdout.read(read_u32()) for _ in range(2))
+    return status, output, errors.decode().rpartition("input: ")[2].strip()
+
+
+def read_u32():
+    return int.from_bytes(JAVA.stdout.read(4), "big")
 
 
 def dump(archive):
@@ -165,4 +193,9 @@ class Damaged(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    if sys.argv[1:] != ["java"]:
+        unittest.main()
+    if not shutil.which("javac"):
+        sys.exit("Skipped: there is no javac here.")
+    with tempfile.TemporaryDirectory() as folder, start_java(folder) as JAVA:
+        unittest.main(argv=sys.argv[:1])

@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import random
+import shutil
 import signal
 import stat
 import subprocess
@@ -82,6 +83,10 @@ class CreateTest(ToolTest):
             self.run_tool("extract", "-C", method, method + ".lsa")
             dump = subprocess.run([sys.executable, READER, "dump", method + ".lsa"], check=True,
                                   cwd=self.folder, capture_output=True).stdout.splitlines()
+            if shutil.which("javac"):
+                java = os.path.join(os.path.dirname(READER), "ReadArchive.java")
+                self.assertEqual(subprocess.check_output(
+                    ["java", java, "dump", method + ".lsa"], cwd=self.folder).splitlines(), dump)
             head, *rows = map(json.loads, dump)
             self.assertEqual((head["reservedSize"], head["headers"].pop("owner")), (256, "Ädä"))
             self.assertEqual(head["headers"] | {

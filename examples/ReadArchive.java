@@ -1,0 +1,368 @@
+import java.io.BufferedInputStream;
+import java.io.BufferedOutputStream;
+import java.io.DataInputStream;
+import java.io.EOFException;
+import java.io.FileDescriptor;
+import java.io.FileInputStream;
+import java.io.FileOutputStream;
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.OutputStream;
+import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
+import java.security.DigestOutputStream;
+import java.security.MessageDigest;
+import java.security.NoSuchAlgorithmException;
+import java.util.Arrays;
+import java.util.LinkedHashMap;
+import java.util.Map;
+import java.util.StringJoiner;
+import java.util.zip.CRC32;
+import java.util.zip.DataFormatException;
+import java.util.zip.Inflater;
+
+/**
+ * Reads archives with nothing but the JDK, from version 11 on:
+ *
+ * <pre>java ReadArchive.java list|verify|cat|dump ARCHIVE [NAME]</pre>
+ *
+ * ARCHIVE is a file, or - for standard input. The format is told in docs/archive-format.md; this
+ * file follows its order. {@link Archive} can be used by itself:
+ *
+ * <pre>
+ *   Archive archive = new Archive(stream);
+ *   for (Entry entry; (entry = archive.nextEntry()) != null; ) {
+ *     archive.copyData(entry, target);
+ *   }
+ * </pre>
+ *
+ * An archive is one stream, read once from front to back. No entry is held in memory, and no
+ * length or count from the stream decides how much memory is taken. An entry's data is proved only
+ * when {@code copyData} has returned: until then, take it for a rumour.
+ *
+ * <p>Names and values are printed as JSON texts in ASCII, so that no byte of an archive reaches a
+ * terminal as a command. Output and exit codes are those of read_archive.py: 0 done; 1 no entry of
+ * that name; 2 wrong usage; 3 the system said no; 4 the archive is bad; 130 interrupted.
+ */
+public final class ReadArchive {
+  static final String HEADER_FAILED = "Failed to read archive header: ";
+  static final String ENTRY_FAILED = "Failed to read archive entry: ";
+  static final int PIECE_SIZE = 65536; // the most that is read, or inflated, at a time
+  static final int DEFLATED = 1;
+  static final int STORED = 2;
+
+  /** The archive is bad. The message says why. */
+  static final class ArchiveException extends IOException {
+    private static final long serialVersionUID = 1;
+
+    ArchiveException(String message) {
+      super(message);
+    }
+  }
+
+  /** One entry. Sizes and CRC count what was read; they are right once the data has been copied. */
+  static final class Entry {
+    final String name;
+    final int method;
+    final Map<String, String> headers = new LinkedHashMap<>();
+    final CRC32 crc = new CRC32();
+    long archivedSize;
+    long size;
+
+    Entry(String name, int method) {
+      this.name = name;
+      this.method = method;
+    }
+
+    String methodName() {
+      return method == DEFLATED ? "deflated" : "stored";
+    }
+  }
+
+  /** Reads the archive header at once, and the entries as they are asked for. */
+  static final class Archive {
+    final Map<String, String> headers = new LinkedHashMap<>();
+    final long majorVersion;
+    final long minorVersion;
+    final long reservedSize;
+    private final DataInputStream values;
+    private long headerSize; // what stands before the fill
+
+    Archive(InputStream stream) throws IOException {
+      values = new DataInputStream(new BufferedInputStream(stream, PIECE_SIZE));
+      byte[] magic = "LarkspanArchive".getBytes(StandardCharsets.US_ASCII);
+      if (!Arrays.equals(values.readNBytes(magic.length), magic)) {
+        throw new ArchiveException(HEADER_FAILED + "invalid archive header magic.");
+      }
+      majorVersion = readU32();
+      minorVersion = readU32();
+      if (majorVersion != 1 && minorVersion != 0) {
+        throw new ArchiveException(HEADER_FAILED + "unsupported archive version read.");
+      }
+      reservedSize = readU32();
+      headerSize = magic.length + 16;
+      for (long left = readU32(); left > 0; --left) {
+        String name = readText();
+        headers.put(name, readText());
+      }
+      if (reservedSize == 0) return;
+      if (headerSize > reservedSize) {
+        String reason = "archive header size exceeds the specified header size.";
+        throw new ArchiveException(HEADER_FAILED + reason);
+      }
+      // A cut inside the fill is the same as an archive without entries.
+      copy(reservedSize - headerSize, (piece, length) -> {});
+    }
+
+    /** The next entry, or null where the stream ends before a name is complete. */
+    Entry nextEntry() throws IOException {
+      String name;
+      try {
+        name = readText();
+      } catch (EOFException end) {
+        return null;
+      }
+      if (name.isEmpty()) throw new ArchiveException(ENTRY_FAILED + "invalid entry name.");
+      Entry entry = new Entry(name, values.readInt());
+      if (entry.method != DEFLATED && entry.method != STORED) {
+        throw new ArchiveException(ENTRY_FAILED + "invalid entry method.");
+      }
+      for (long left = readU32(); left > 0; --left) {
+        String header = readText();
+        String value = readText();
+        if (header.isEmpty()) {
+          throw new ArchiveException("Invalid archive entry header name: header name is empty.");
+        }
+        entry.headers.put(header, value);
+      }
+      return entry;
+    }
+
+    /** Writes the plain data of the entry that was given last, and checks it by its footer. */
+    void copyData(Entry entry, OutputStream target) throws IOException {
+      Piece plain = (piece, length) -> {
+        entry.size += length;
+        entry.crc.update(piece, 0, length);
+        target.write(piece, 0, length);
+      };
+      Inflater inflater = new Inflater();
+      try {
+        Piece carried = entry.method == STORED ? plain : inflate(inflater, plain);
+        for (long left = readU32(); left > 0; left = readU32()) {
+          entry.archivedSize += left;
+          if (copy(left, carried) > 0) throw new EOFException();
+        }
+        if (entry.method == DEFLATED && !inflater.finished()) {
+          throw new ArchiveException("Inflate failed: end of stream reached.");
+        }
+      } finally {
+        inflater.end();
+      }
+      check(values.readLong() == entry.archivedSize, "archived size");
+      check(values.readLong() == entry.size, "size");
+      check(readU32() == entry.crc.getValue(), "crc");
+    }
+
+    /** Hands on `left` bytes in pieces; gives how many the stream was short of. */
+    private long copy(long left, Piece target) throws IOException {
+      byte[] piece = new byte[(int) Math.min(left, PIECE_SIZE)];
+      while (left > 0) {
+        int length = values.read(piece, 0, (int) Math.min(left, piece.length));
+        if (length < 0) break;
+        target.take(piece, length);
+        left -= length;
+      }
+      return left;
+    }
+
+    private long readU32() throws IOException {
+      return Integer.toUnsignedLong(values.readInt());
+    }
+
+    private String readText() throws IOException {
+      byte[] bytes = new byte[values.readUnsignedShort()];
+      values.readFully(bytes);
+      headerSize += 2 + bytes.length;
+      return decodeText(bytes);
+    }
+
+    private static void check(boolean agrees, String what) throws ArchiveException {
+      if (!agrees) throw new ArchiveException(ENTRY_FAILED + "entry " + what + " check failed.");
+    }
+  }
+
+  /** Takes the first bytes of a piece of data. */
+  interface Piece {
+    void take(byte[] piece, int length) throws IOException;
+  }
+
+  /** Inflates what it takes, and hands it on in pieces of bounded size. */
+  static Piece inflate(Inflater inflater, Piece plain) {
+    byte[] inflated = new byte[PIECE_SIZE];
+    return (piece, length) -> {
+      inflater.setInput(piece, 0, length);
+      int count;
+      do {
+        try {
+          count = inflater.inflate(inflated);
+        } catch (DataFormatException failure) {
+          throw new ArchiveException("Inflate failed: data error");
+        }
+        if (inflater.needsDictionary()) {
+          throw new ArchiveException("Inflate failed: need dictionary");
+        }
+        // Bytes behind the end of the zlib stream.
+        if (inflater.finished()) Archive.check(inflater.getRemaining() == 0, "archived size");
+        plain.take(inflated, count);
+      } while (count > 0);
+    };
+  }
+
+  /**
+   * Decodes modified UTF-8, each unit for itself, so that surrogates need not come in pairs. It is
+   * what readUTF takes, and also the four-byte sequences of standard UTF-8; but where readUTF lets
+   * overlong forms pass, they are malformed here, and a zero byte ends the text.
+   */
+  static String decodeText(byte[] bytes) throws ArchiveException {
+    StringBuilder text = new StringBuilder(bytes.length);
+    for (int at = 0; at < bytes.length && bytes[at] != 0; ) {
+      int lead = bytes[at++] & 0xFF;
+      int more = lead < 0x80 ? 0 : lead < 0xC0 ? -1 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+      if (more < 0 || lead > 0xF4 || more > bytes.length - at) throw malformed();
+      int code = more == 0 ? lead : lead & (0x3F >> more);
+      for (int left = more; left > 0; --left) {
+        int next = bytes[at++] & 0xFF;
+        if (next >> 6 != 2) throw malformed();
+        code = code << 6 | (next & 0x3F);
+      }
+      int least = more == 0 ? 1 : more == 1 ? 0x80 : more == 2 ? 0x800 : 0x10000;
+      boolean overlong = code < least && !(more == 1 && code == 0); // C0 80 is U+0000
+      if (overlong || code > Character.MAX_CODE_POINT) throw malformed();
+      text.appendCodePoint(code);
+    }
+    return text.toString();
+  }
+
+  private static ArchiveException malformed() {
+    return new ArchiveException("Failed to convert bytes: malformed UTF-8.");
+  }
+
+  /** The commands, on an archive of which the header has been read. */
+  private static int execute(String command, String name, Archive archive, OutputStream output)
+      throws IOException {
+    if (command.equals("dump")) printLine(output, describe(archive));
+    long count = 0;
+    for (Entry entry; (entry = archive.nextEntry()) != null; ++count) {
+      if (command.equals("cat") && entry.name.equals(name)) {
+        archive.copyData(entry, output);
+        return 0;
+      }
+      MessageDigest digest = newDigest();
+      archive.copyData(entry, command.equals("dump") ? into(digest)
+                                                     : OutputStream.nullOutputStream());
+      if (command.equals("dump")) printLine(output, describe(entry, digest));
+      if (command.equals("list")) {
+        printLine(output, String.format("%-8s %12d %12d %08x %s", entry.methodName(),
+            entry.archivedSize, entry.size, entry.crc.getValue(), quote(entry.name)));
+      }
+    }
+    if (command.equals("verify")) {
+      printLine(output, "Verified " + count + (count == 1 ? " entry." : " entries."));
+    }
+    return command.equals("cat") ? 1 : 0;
+  }
+
+  private static MessageDigest newDigest() {
+    try {
+      return MessageDigest.getInstance("SHA-256");
+    } catch (NoSuchAlgorithmException failure) {
+      throw new AssertionError(failure); // every JDK has it
+    }
+  }
+
+  private static OutputStream into(MessageDigest digest) {
+    return new DigestOutputStream(OutputStream.nullOutputStream(), digest);
+  }
+
+  private static String describe(Archive archive) {
+    return String.format("{\"headers\": %s, \"reservedSize\": %d, \"version\": [%d, %d]}",
+        quote(archive.headers), archive.reservedSize, archive.majorVersion, archive.minorVersion);
+  }
+
+  private static String describe(Entry entry, MessageDigest digest) {
+    StringBuilder sha256 = new StringBuilder();
+    for (byte part : digest.digest()) sha256.append(String.format("%02x", part));
+    return String.format("{\"name\": %s, \"method\": \"%s\", \"headers\": %s, \"archivedSize\": %d,"
+        + " \"size\": %d, \"crc\": %d, \"sha256\": \"%s\"}", quote(entry.name), entry.methodName(),
+        quote(entry.headers), entry.archivedSize, entry.size, entry.crc.getValue(), sha256);
+  }
+
+  private static String quote(Map<String, String> headers) {
+    StringJoiner pairs = new StringJoiner(", ", "{", "}");
+    headers.forEach((name, value) -> pairs.add(quote(name) + ": " + quote(value)));
+    return pairs.toString();
+  }
+
+  /** A JSON text in ASCII. */
+  private static String quote(String text) {
+    StringBuilder quoted = new StringBuilder("\"");
+    for (char unit : text.toCharArray()) {
+      int escape = "\"\\\b\f\n\r\t".indexOf(unit);
+      if (escape >= 0) {
+        quoted.append('\\').append("\"\\bfnrt".charAt(escape));
+      } else if (unit < ' ' || unit > '~') {
+        quoted.append(String.format("\\u%04x", (int) unit));
+      } else {
+        quoted.append(unit);
+      }
+    }
+    return quoted.append('"').toString();
+  }
+
+  private static void printLine(OutputStream output, String line) throws IOException {
+    output.write((line + "\n").getBytes(StandardCharsets.US_ASCII));
+  }
+
+  /** The whole program but for its streams; gives the exit code. */
+  static int run(String[] arguments, InputStream input, OutputStream output, PrintStream errors) {
+    String command = arguments.length > 0 ? arguments[0] : "";
+    int expected = command.equals("cat") ? 3 : 2;
+    if (!command.matches("list|verify|cat|dump") || arguments.length != expected) {
+      errors.println("usage: ReadArchive.java list|verify|dump ARCHIVE, or cat ARCHIVE NAME");
+      return 2;
+    }
+    boolean fromInput = arguments[1].equals("-");
+    String where = "ReadArchive: " + (fromInput ? "standard input" : quote(arguments[1])) + ": ";
+    String name = arguments[arguments.length - 1];
+    try (InputStream stream = fromInput ? input : new FileInputStream(arguments[1])) {
+      int status = execute(command, name, new Archive(stream), output);
+      output.flush();
+      if (status == 1) errors.println(where + "no entry named " + quote(name));
+      return status;
+    } catch (ArchiveException failure) {
+      return end(output, errors, where + failure.getMessage(), 4);
+    } catch (EOFException failure) {
+      return end(output, errors, where + "End of input reached.", 4);
+    } catch (IOException failure) {
+      // Of "a.lsa (No such file or directory)" the reason alone.
+      String reason = String.valueOf(failure.getMessage()).replaceFirst("(?s).*\\((.*)\\)$", "$1");
+      return end(output, errors, where + reason, 3);
+    }
+  }
+
+  /** Gives out what was found before the failure, and the failure. */
+  private static int end(OutputStream output, PrintStream errors, String message, int status) {
+    try {
+      output.flush();
+    } catch (IOException failure) {
+      // Nobody listens; the exit code tells of the failure that came first.
+    }
+    errors.println(message);
+    return status;
+  }
+
+  public static void main(String[] arguments) {
+    OutputStream output = new BufferedOutputStream(new FileOutputStream(FileDescriptor.out));
+    System.exit(run(arguments, System.in, output, System.err));
+  }
+}
