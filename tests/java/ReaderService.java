@@ -1,9 +1,4 @@
-import java.io.ByteArrayInputStream;
-import java.io.ByteArrayOutputStream;
-import java.io.DataInputStream;
-import java.io.DataOutputStream;
-import java.io.IOException;
-import java.io.PrintStream;
+import java.io.*;
 
 /** The example reader for many archives in one process: see read_archive_test.py. */
 public final class ReaderService {

@@ -1,4 +1,3 @@
-#include <cstring>
 #include <list>
 #include <memory>
 #include <numeric>
@@ -44,7 +43,7 @@ void CheckPlaces(unsigned int seed) {
         if (needed > 0) std::iota(page->free.rbegin(), page->free.rend(), std::uint16_t{0});
         used.emplace_back(place, page);
         ASSERT_EQ(place, page->start + 6 * page->free.back()) << seed;
-        EXPECT_EQ(std::memcmp(place + 4, &page->free.back(), 2), 0);
+        EXPECT_EQ(reinterpret_cast<std::uint16_t*>(place)[2], page->free.back());
         page->free.pop_back();
         if (page->free.empty()) full.splice(full.end(), listed, page);
       } else if (!used.empty()) {
