@@ -13,12 +13,11 @@
 // So such a value is changed by plain loads and stores while a flag is held, as compilers' own
 // libraries do for types without an atomic instruction. The flag is chosen by the value's address
 // from a small table, so that two counters seldom share one. A value keeps its address, and so all
-// of its operations go the same way, and all of them, in every unit of every program, meet at the
-// same flag.
+// of its operations go the same way and meet at the same flag.
 //
 // No other lock is taken and nothing can fail while a flag is held, so that there is no order of
-// locks to keep. The flags need neither construction nor tear-down: counters in static objects can
-// outlive any order of destruction.
+// locks to keep. The flags need neither construction nor tear-down, so that counters that are
+// static objects themselves work at any time.
 
 #include "Larkspan/Common/HalfAlignedAtomic.h"
 
