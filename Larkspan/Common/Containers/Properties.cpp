@@ -1,0 +1,87 @@
+#include "Larkspan/Common/Containers/Properties.h"
+
+#include "foundation/Vx/IllegalArgumentException.h"
+
+namespace Larkspan::Common::Containers {
+namespace {
+
+void CheckKey(const Vx::UniString& key) {
+  if (key.IsEmpty()) throw Vx::IllegalArgumentException("Invalid key.", __FILE__, __LINE__);
+}
+
+}  // namespace
+
+Properties::Properties() noexcept = default;
+Properties::Properties(const Properties& source) = default;
+Properties::~Properties() = default;
+Properties& Properties::operator=(const Properties& source) = default;
+
+bool Properties::operator==(const Properties& other) const {
+  if (this == &other) return true;
+  if (GetSize() != other.GetSize()) return false;
+  for (const auto& [key, value] : GetProperties()) {
+    const Vx::UniString* const others = other.Find(key);
+    if (others == nullptr || *others != value) return false;
+  }
+  return true;
+}
+
+bool Properties::operator!=(const Properties& other) const {
+  return !operator==(other);
+}
+
+unsigned int Properties::GetSize() const noexcept {
+  return table.GetSize();
+}
+
+bool Properties::IsEmpty() const noexcept {
+  return table.IsEmpty();
+}
+
+void Properties::Clear() noexcept {
+  table.Clear();
+}
+
+bool Properties::HasProperty(const Vx::UniString& key) const {
+  return Find(key) != nullptr;
+}
+
+Vx::UniString Properties::GetProperty(const Vx::UniString& key) const {
+  const Vx::UniString* const value = Find(key);
+  return value == nullptr ? Vx::UniString() : *value;
+}
+
+bool Properties::GetProperty(const Vx::UniString& key, Vx::UniString& value) const {
+  const Vx::UniString* const found = Find(key);
+  if (found == nullptr) return false;
+  value = *found;
+  return true;
+}
+
+const Vx::UniString& Properties::GetProperty(const Vx::UniString& key,
+                                             const Vx::UniString& defaultValue) const {
+  const Vx::UniString* const value = Find(key);
+  return value == nullptr ? defaultValue : *value;
+}
+
+void Properties::SetProperty(const Vx::UniString& key, const Vx::UniString& value) {
+  CheckKey(key);
+  table.Put(key, value);
+}
+
+void Properties::RemoveProperty(const Vx::UniString& key) {
+  CheckKey(key);
+  table.Delete(key);
+}
+
+Properties::Iterator Properties::GetProperties() const noexcept {
+  return table.EnumeratePairs();
+}
+
+const Vx::UniString* Properties::Find(const Vx::UniString& key) const {
+  CheckKey(key);
+  const Table::HashEntry* const entry = table.Find(key);
+  return entry == nullptr ? nullptr : &entry->value;
+}
+
+}  // namespace Larkspan::Common::Containers

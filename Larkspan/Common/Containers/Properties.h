@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Larkspan/Common/Export.h"
+#include "foundation/Vx/HashTable.h"
+#include "foundation/Vx/UniString.h"
+
+namespace Larkspan::Common::Containers {
+
+/// Named string values, in the order in which they came; a removal puts the last one in the place
+/// of the removed. Names are never empty, values may be. Growing raises `Vx::OutOfMemoryException`.
+///
+/// Every operation with a key raises `Vx::IllegalArgumentException`, "Invalid key.", for an empty
+/// one, and changes nothing then. Finding a key takes constant time on average.
+class LARKSPAN_API Properties {
+ public:
+  using Table = Vx::HashTable<Vx::UniString, Vx::UniString>;
+  using Iterator =
+      Vx::ConstForwardIteratorBase<Table, Table::ConstPairIteratorState, Table::ConstAssoc>;
+
+  Properties() noexcept;
+  Properties(const Properties& source);
+  ~Properties();
+  /// Replaces all by the properties of `source`, in the same order. Lack of memory leaves the
+  /// first of them.
+  Properties& operator=(const Properties& source);
+
+  /// Whether both have the same keys with the same values, in whatever order.
+  [[nodiscard]] bool operator==(const Properties& other) const;
+  [[nodiscard]] bool operator!=(const Properties& other) const;
+
+  [[nodiscard]] unsigned int GetSize() const noexcept;
+  [[nodiscard]] bool IsEmpty() const noexcept;
+  /// Removes all and gives the memory back.
+  void Clear() noexcept;
+
+  [[nodiscard]] bool HasProperty(const Vx::UniString& key) const;
+
+  /// The value, or an empty text for a key that is not there.
+  [[nodiscard]] Vx::UniString GetProperty(const Vx::UniString& key) const;
+
+  /// Assigns the value and gives true; gives false, and leaves `value` alone, for a key that is not
+  /// there.
+  [[nodiscard]] bool GetProperty(const Vx::UniString& key, Vx::UniString& value) const;
+
+  /// The value itself, or `defaultValue` itself for a key that is not there; nothing is copied.
+  /// The reference to a value shows what the key is given later. It is good until anything is
+  /// removed or this object goes; that to the default, as long as what the caller passed.
+  [[nodiscard]] const Vx::UniString& GetProperty(const Vx::UniString& key,
+                                                 const Vx::UniString& defaultValue) const;
+
+  /// Replaces the value of a key in its place, or adds the key at the end. Lack of memory changes
+  /// nothing.
+  void SetProperty(const Vx::UniString& key, const Vx::UniString& value);
+
+  /// A key that is not there is no failure. Lack of memory, if giving memory back needs some, is
+  /// raised when the property is gone.
+  void RemoveProperty(const Vx::UniString& key);
+
+  /// At the first property. Also stands in a range-based `for`:
+  /// `for (const auto& [key, value] : properties.GetProperties())`. This object must outlive it
+  /// unchanged.
+  [[nodiscard]] Iterator GetProperties() const noexcept;
+
+ private:
+  // The value of `key`, or null.
+  [[nodiscard]] const Vx::UniString* Find(const Vx::UniString& key) const;
+
+  Table table;
+};
+
+}  // namespace Larkspan::Common::Containers
