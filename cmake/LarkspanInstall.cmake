@@ -14,7 +14,7 @@ endif()
 # Internal headers stay behind: nothing that is installed includes them.
 set(internal_headers
     posix Encoding.h MemoryGuard.h PathNames.h SipHash.h Utf8.h
-    CounterPage.h CounterPool.h IntegerLiteral.h
+    Base64Codec.h CounterPage.h CounterPool.h IntegerLiteral.h
     ArchiveEntryImpl.h ArchiveExtraction.h ArchiveFileEntryIBinaryChannel.h ArchiveFileReader.h
     ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h
     BigEndian.h ChannelCopy.h CloseInDestructor.h FailureGuard.h FileTransactionSteps.h

@@ -1,0 +1,80 @@
+#include <vector>
+
+#include "Larkspan/Common/Base64Codec.h"
+#include "fuzz/Target.h"
+
+namespace {
+
+using Larkspan::Common::Base64Kernel;
+
+// Bit by bit, as RFC 4648 tells it; a last quartet that is incomplete counts only before an `=`.
+std::string DecodeBitByBit(std::string_view text) {
+  const std::string_view alphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string bytes;
+  std::uint32_t bits = 0;
+  unsigned int held = 0;
+  for (const char character : text) {
+    if (character == '=') return bytes;
+    const std::size_t value = alphabet.find(character);
+    if (value == std::string_view::npos) continue;
+    bits = bits << 6U | static_cast<std::uint32_t>(value);
+    held = (held + 6) % 8;
+    if (held < 6) bytes += static_cast<char>(static_cast<unsigned char>(bits >> held));
+  }
+  return bytes.substr(0, bytes.size() / 3 * 3);
+}
+
+// Source and target are exactly as large as they have to be, for the sanitizers to see.
+std::string Decode(const Base64Kernel& kernel, std::string_view text) {
+  const std::vector<char> source(text.begin(), text.end());
+  std::vector<char> target((source.size() + 3) / 4 * 3);
+  const std::size_t size = DecodeBase64(kernel, source.data(), source.size(), target.data());
+  return std::string(target.data(), size);
+}
+
+std::string Encode(const Base64Kernel& kernel, std::string_view bytes) {
+  const std::vector<char> source(bytes.begin(), bytes.end());
+  std::vector<char> target((source.size() + 2) / 3 * 4);
+  EncodeBase64(kernel, source.data(), source.size(), target.data());
+  return std::string(target.begin(), target.end());
+}
+
+void CheckDecoding(const std::vector<Base64Kernel>& kernels, std::string_view text) {
+  const std::string bytes = DecodeBitByBit(text);
+  for (const Base64Kernel& kernel : kernels) {
+    Fuzz::Require(Decode(kernel, text) == bytes, "every kernel decodes as bit by bit");
+  }
+}
+
+void CheckEncoding(const std::vector<Base64Kernel>& kernels, std::string_view bytes) {
+  for (const Base64Kernel& kernel : kernels) {
+    const std::string text = Encode(kernel, bytes);
+    const std::size_t padding = (3 - bytes.size() % 3) % 3;
+    Fuzz::Require(text.find('=') == (padding == 0 ? std::string::npos : text.size() - padding),
+                  "a text has the padding that its size asks for, and no other");
+    Fuzz::Require(DecodeBitByBit(text) == bytes, "every kernel encodes what decodes bit by bit");
+  }
+}
+
+}  // namespace
+
+/// Base64 in every set of instructions that this machine has, both ways. Of a short text also each
+/// beginning, and what an intruder at each of its places makes of it.
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view input = Fuzz::ToView(data, size);
+  const auto vectors = Larkspan::Common::GetVectorBase64Kernels();
+  std::vector<Base64Kernel> kernels(vectors.begin(), vectors.end());
+  kernels.push_back(Larkspan::Common::PortableBase64Kernel);
+  CheckDecoding(kernels, input);
+  CheckEncoding(kernels, input);
+  if (size > 160) return 0;
+  for (std::size_t place = 0; place <= size; ++place) {
+    CheckDecoding(kernels, input.substr(0, place));
+    CheckEncoding(kernels, input.substr(0, place));
+    for (const char intruder : {'=', '\n', '\x80', '-', '\0', 'A'}) {
+      CheckDecoding(kernels, std::string(input).insert(place, 1, intruder));
+    }
+  }
+  return 0;
+}
