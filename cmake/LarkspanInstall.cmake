@@ -18,7 +18,7 @@ set(internal_headers
     ArchiveEntryImpl.h ArchiveExtraction.h ArchiveFileEntryIBinaryChannel.h ArchiveFileReader.h
     ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h
     BigEndian.h ChannelCopy.h CloseInDestructor.h FailureGuard.h FileTransactionSteps.h
-    LocationChecks.h)
+    LocationChecks.h StatusChannelValue.h)
 foreach(header IN LISTS internal_headers)
   list(APPEND excluded_headers PATTERN ${header} EXCLUDE)
 endforeach()

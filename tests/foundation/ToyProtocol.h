@@ -83,8 +83,9 @@ class StringChannel final : public Vx::OChannel, public Vx::IChannel {
     content.append(source, std::min<std::size_t>(count, room - before));
     return content.size() == before + count ? Vx::StatusSuccess : Vx::StatusOutputFull;
   }
-  int ReadBin(char* target, unsigned int count, unsigned int*) override {
+  int ReadBin(char* target, unsigned int count, unsigned int* delivered) override {
     const std::size_t taken = content.copy(target, count);
+    if (delivered != nullptr) *delivered = static_cast<unsigned int>(taken);
     content.erase(0, taken);
     return taken == count ? Vx::StatusSuccess : Vx::StatusEndOfInput;
   }

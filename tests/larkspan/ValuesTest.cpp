@@ -5,11 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include "Larkspan/Common/IO/JavaDataInputProtocol.h"
 #include "Larkspan/Common/IO/JavaDataInputProtocolUtils.h"
 #include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
+#include "Larkspan/Common/IO/JavaDataOutputProtocol.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
-#include "tests/support/ByteBuilder.h"
+#include "tests/foundation/ToyProtocol.h"
+#include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/PiecewiseInput.h"
 #include "tests/support/RecordingOutput.h"
@@ -19,6 +22,9 @@ namespace {
 using namespace std::string_literals;
 using namespace Larkspan::Common::IO;
 using Tests::FailureOf;
+
+JavaDataOutputProtocol& output = JavaDataOutputProtocol::GetInstance();
+JavaDataInputProtocol& input = JavaDataInputProtocol::GetInstance();
 
 template <class T>
 std::string Encode(const T& value) {
@@ -52,15 +58,24 @@ struct Row {
   std::string bytes;
 };
 
-// Both ways, and the end of input at every byte.
+// Both ways, and the end of input at every byte, by exception and by status.
 template <class T, std::size_t N>
 void CheckRows(const Row<T> (&rows)[N]) {
   for (const Row<T>& row : rows) {
     EXPECT_EQ(Encode(row.value), row.bytes);
     EXPECT_TRUE(Decode<T>(row.bytes) == row.value) << testing::PrintToString(row.bytes);
+    Tests::StringChannel channel;
+    T value{};
+    EXPECT_TRUE(output.Write(channel, row.value) == 0 && channel.content == row.bytes);
+    EXPECT_TRUE(input.Read(channel, value) == 0 && value == row.value);
     for (std::size_t cut = 0; cut < row.bytes.size(); ++cut) {
       EXPECT_EQ(FailureOf([&] { Decode<T>(row.bytes.substr(0, cut)); }),
                 "EndOfInputException: End of input reached.");
+      Tests::StringChannel ending(row.bytes.substr(0, cut));
+      const bool atBorder = cut == 0 || (std::is_same_v<T, Vx::UniString> && cut == 2);
+      EXPECT_EQ(input.Read(ending, value), atBorder ? Vx::StatusEndOfInput : Vx::StatusTruncated);
+      Tests::StringChannel full("", cut);
+      EXPECT_TRUE(value == row.value && output.Write(full, row.value) == Vx::StatusOutputFull);
     }
   }
 }
@@ -107,6 +122,17 @@ TEST(UTF, TextsHaveTheBytesOfJavasDataStreamsUpToTheLimit) {
        {Vx::UniString::FromUTF8(longest + "x"), Vx::UniString(std::u16string(21846, u'\u20AC'))}) {
     EXPECT_EQ(FailureOf([&] { Encode(text); }),
               "DataIntegrityException: String length exceeds limit.");
+    Tests::StringChannel channel;
+    EXPECT_TRUE(WriteUTF(channel, text) == Vx::StatusWriteError && channel.content.empty());
+  }
+}
+
+TEST(UTF, FailuresBecomeStatusesAndLeaveTheTextAlone) {
+  for (const int failing : {0, 1}) {
+    Tests::StringChannel channel("\0\1\xFF"s);
+    Vx::UniString text(u"kept");
+    const Larkspan::Testing::AllocationFault fault(failing);
+    EXPECT_TRUE(ReadUTF(channel, text) == Vx::StatusReadError && text == u"kept");
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Larkspan/Common/Export.h"
+#include "foundation/Vx/OChannel.h"
 #include "foundation/Vx/OChannelX.h"
 #include "foundation/Vx/UniString.h"
 
@@ -11,5 +12,10 @@ namespace Larkspan::Common::IO {
 /// Raises `Vx::DataIntegrityException` for a text of more than 65535 encoded bytes, before
 /// anything is written.
 LARKSPAN_API void WriteUTF(Vx::OChannelX& channel, const Vx::UniString& text);
+
+/// The same to a channel that reports by status. Gives the channel's status; nothing follows a
+/// length that could not be written. Gives `Vx::StatusWriteError` for a text that is too long,
+/// before anything is written, and for any `VxException`.
+[[nodiscard]] LARKSPAN_API int WriteUTF(Vx::OChannel& channel, const Vx::UniString& text);
 
 }  // namespace Larkspan::Common::IO
