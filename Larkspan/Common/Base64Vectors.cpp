@@ -33,7 +33,8 @@ constexpr Table ToCharacter{{'a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '
                              0}};
 
 // A character is foreign if the entries for its low and its high half have a bit in common: 1 for
-// the row of + and /, 2 for the digits, 4 and 8 for the two rows of each case, 16 for all others.
+// the row of + and /, 2 for the digits, 4 and 8 for the first and second row of either case, 16 for
+// all others.
 constexpr Table LowHalf{{0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1A,
                          0x1B, 0x1B, 0x1B, 0x1A}};
 constexpr Table HighHalf{{0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10, 0x10, 0x10, 0x10,
