@@ -44,9 +44,8 @@ using IntTable = Vx::HashTable<Key, int>;
 using Table = Vx::HashTable<Key, Heavy>;
 using Pairs = std::vector<std::pair<int, int>>;
 
-template <class T = Table>
-T MakeTable(int count, float searchLimit = 0) {
-  T table(searchLimit, 0);
+Table MakeTable(int count, float searchLimit = 0) {
+  Table table(searchLimit, 0);
   for (int i = 0; i < count; ++i) table.Add(i, 10 * i);
   return table;
 }
@@ -170,7 +169,8 @@ TEST(HashTableTest, FollowsModelWhateverHashesAndLimits) {
                                       [key](const auto& pair) { return pair.first == key; });
       const bool isThere = found != model.end();
       if (random() % 100 >= (step < 200 ? 80U : 15U)) {
-        ASSERT_EQ(table.Delete(key), isThere);
+        // The argument may be a part of the table.
+        ASSERT_EQ(isThere ? table.Delete(table.Find(key)->key) : table.Delete(key), isThere);
         if (!isThere) continue;
         *found = model.back();
         model.pop_back();
@@ -204,21 +204,13 @@ TEST(HashTableTest, CopiesTakeTheLimitsAndAssignmentsLeaveThem) {
   EXPECT_EQ(Table(patient).GetBucketCount(), patient.GetBucketCount());
 }
 
-TEST(HashTableTest, ArgumentsMayBePartsOfTheTable) {
-  Table table = MakeTable(8);
-  table.Add(8, table.Find(7)->value);
-  table.Delete(table.Find(2)->key);
-  table.Delete(table.Find(7)->key);
-  ExpectTable(table, {{0, 0}, {1, 10}, {8, 70}, {3, 30}, {4, 40}, {5, 50}, {6, 60}});
-}
-
 // An iterator whose class is forgotten owns a copy of its own, before and after assignments.
 TEST(IteratorsTest, PairIteratorsRunOnTheirOwnAndChangeValues) {
-  IntTable table = MakeTable<IntTable>(3);
-  for (const auto& [key, value] : table.EnumeratePairs()) value += key;
+  Table table = MakeTable(3);
+  for (const auto& [key, value] : table.EnumeratePairs()) value = value + key;
   auto start = std::as_const(table).EnumeratePairs();
-  Vx::ConstForwardIterator<IntTable::ConstAssoc> erased = start;
-  Vx::ConstForwardIterator<IntTable::ConstAssoc> other = erased;
+  Vx::ConstForwardIterator<Table::ConstAssoc> erased = start;
+  Vx::ConstForwardIterator<Table::ConstAssoc> other = erased;
   ++erased;
   EXPECT_TRUE((*erased).value == 11 && start->value == 0 && !(erased == other));
   erased = other;
@@ -263,7 +255,11 @@ TEST(HashTableTest, TablesSurviveWantOfMemory) {
   for (int count = 0; count < 50; count += count < 20 ? 1 : 4) {
     SCOPED_TRACE(count);
     Key::spread = count % 3 == 0 ? 100000 : 5;
-    SweepTable(count, [](Table& table) { table.Add(500, 5); });
+    // The argument may be a part of the table.
+    SweepTable(count, [](Table& table) {
+      const auto* const first = table.Find(0);
+      table.Add(500, first != nullptr ? first->value : Heavy(5));
+    });
     SweepTable(count, [](Table& table) { table.Put(0, 7); });
     SweepTable(count, [](Table& table) { table.Delete(0); });
     SweepTable(count, [count](Table& table) { table.Delete(count - 1); });
