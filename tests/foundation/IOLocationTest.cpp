@@ -29,8 +29,6 @@ TEST(IOLocation, TextsAreBroughtToOneFormOrRefused) {
               {u"C:/..", refused, u""},
               {u"C:a", refused, u"C:a"},
               {View(u"\\a\0b", 4), refused, refused},
-              {View(u"a\0", 2), refused, refused},
-              {u"a//b/", refused, u"a\\b"},
               {u".", refused, u""},
               {u"..\\a", refused, refused},
               {u"..a\\...", refused, u"..a\\..."}};
@@ -67,7 +65,7 @@ TEST(IOLocation, EveryNativePathComesBack) {
     View path;
   } rows[] = {{"/", u"\\"},
               {"/a b/\xC3\xA9\xF0\x9F\x98\x80", u"\\a b\\\xE9\xD83D\xDE00"},
-              {"/\xFF\x80\xC3", u"\\\xDCFF\xDC80\xDCC3"},
+              {"/\xC3(\xFF\x80\xC3", u"\\\xDCC3(\xDCFF\xDC80\xDCC3"},
               {"/\xED\xA0\x80", u"\\\xDCED\xDCA0\xDC80"},  // a surrogate is no valid UTF-8
               {"/\xC0\xAF", u"\\\xDCC0\xDCAF"},            // nor is a separator in two bytes
               {"/a\\", u"\\a\xDC5C"}};
