@@ -28,7 +28,7 @@ void WriteLines(Vx::OBinaryChannel& target, int count) {
 // Removes the file, if there is one: the channel leaves it behind.
 struct FileRemoval {
   ~FileRemoval() {
-    if (!output.IsThresholdExceeded()) return;
+    // There may be one below the threshold too: a write that failed can have made it.
     IO::fileSystem.Delete(output.GetLocation(), IO::DataSafety::None,
                           IO::AccessDeniedTreatment::Report);
   }

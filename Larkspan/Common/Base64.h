@@ -8,8 +8,9 @@ namespace Larkspan::Common {
 ///
 /// Both operations deliver a buffer, its size, or both: one of `target` and `targetSize` may be
 /// null. The buffer comes from `Vx::NewArrayOperator`, is the caller's, and goes back through
-/// `Vx::DeleteArrayOperator`. Both raise `Vx::IllegalArgumentException` for a null or empty source,
-/// for two null targets, and for a text of more than 4294967292 characters; they raise
+/// `Vx::DeleteArrayOperator`; a `Vx::ByteArray` does that. Both raise
+/// `Vx::IllegalArgumentException` for a null or empty source, for two null targets, and for a text,
+/// be it the result or the source, of more than 4294967292 characters; they raise
 /// `Vx::OutOfMemoryException`, and then nothing is delivered and nothing stays allocated. Any
 /// number of threads may call them at once.
 class LARKSPAN_API Base64 {

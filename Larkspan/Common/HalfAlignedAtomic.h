@@ -6,8 +6,8 @@
 #include "Larkspan/Common/Export.h"
 #include "foundation/Vx/Atomic.h"
 
-/// Atomic steps of a 32-bit value that is aligned on two bytes only, in memory of any kind. A part
-/// of `PagedAtomicCounter`, which inlines the common half of it.
+/// Atomic steps of a 32-bit value that is aligned on two bytes only, in memory of this
+/// process. A part of `PagedAtomicCounter`, which inlines the common half of it.
 namespace Larkspan::Common::HalfAlignedAtomic {
 
 /// The way of the values whose address is no multiple of four. `AddUnderFlag` gives the new value.

@@ -8,12 +8,14 @@
 namespace Larkspan::Common {
 
 /// The count of a `Vx::Ref` whose copies may live on several threads, as `Vx::AtomicCounter`, but
-/// made in a pool, where it takes six bytes and, but for one in 677, no allocation. Any thread may
-/// call anything at any time. Delete the counters before the library unloads.
+/// made in a pool, where it takes six bytes; a page of the pool has room for 677. Any thread may
+/// call anything at any time, but no signal handler, and no child of a `fork` that other threads
+/// did not wait for: locks are held for moments. Delete the counters before the library unloads.
+/// The library's own channels are counted by `Vx::AtomicCounter`.
 class LARKSPAN_API PagedAtomicCounter {
  public:
   /// A place in the pool, in constant time. It has four bytes, whatever `size` says: a derived
-  /// class with more data can't be made with `new`.
+  /// class with more data must not be made with it. Arrays don't come from the pool.
   /// Raises `Vx::OutOfMemoryException`, without message and cause.
   [[nodiscard]] static void* operator new(std::size_t size);
 

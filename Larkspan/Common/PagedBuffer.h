@@ -15,7 +15,7 @@
 
 namespace Larkspan::Common {
 
-/// A growing sequence of bytes in memory that never copies what it holds in order to grow.
+/// A growing sequence of bytes in memory that does not copy its full pages in order to grow.
 ///
 /// The bytes lie in pages of `PageSize` bytes, a power of two; byte p is byte p % PageSize of page
 /// p / PageSize. The first `FixedPages` page records are part of the object, so that a small

@@ -7,12 +7,12 @@
 namespace Larkspan::Common {
 
 /// The count of a `Vx::Ref` that stays on one thread, as `Vx::Counter`, but made in a pool, where
-/// it takes six bytes and, but for one in 677, no allocation. Any thread may make and delete
+/// it takes six bytes; a page of the pool has room for 677. Any thread may make and delete
 /// counters; each counter is used by one thread at a time. Delete them before the library unloads.
 class LARKSPAN_API PagedCounter {
  public:
   /// A place in the pool, in constant time. It has four bytes, whatever `size` says: a derived
-  /// class with more data can't be made with `new`.
+  /// class with more data must not be made with it. Arrays don't come from the pool.
   /// Raises `Vx::OutOfMemoryException`, without message and cause.
   [[nodiscard]] static void* operator new(std::size_t size);
 

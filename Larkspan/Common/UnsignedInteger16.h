@@ -6,7 +6,7 @@
 namespace Larkspan::Common {
 
 /// Decimal literals of unsigned 16-bit integers, 0 to 65535. Leading blanks and a plus sign are
-/// taken, and what stands behind the digits is not looked at.
+/// taken, no minus sign, and what stands behind the digits is not looked at.
 class LARKSPAN_API UnsignedInteger16 {
  public:
   /// Reads `literal` into `value` and gives true; gives false, and leaves `value` alone, if no

@@ -6,7 +6,7 @@
 namespace Larkspan::Common {
 
 /// Decimal literals of unsigned 32-bit integers, 0 to 4294967295. Leading blanks and a plus sign
-/// are taken, and what stands behind the digits is not looked at.
+/// are taken, no minus sign, and what stands behind the digits is not looked at.
 class LARKSPAN_API UnsignedInteger32 {
  public:
   /// Reads `literal` into `value` and gives true; gives false, and leaves `value` alone, if no

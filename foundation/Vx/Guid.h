@@ -1,7 +1,5 @@
 #pragma once
 
-#include <compare>
-
 namespace Vx {
 
 /// A 128-bit identifier (RFC 4122) in its customary four parts.

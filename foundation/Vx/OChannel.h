@@ -5,6 +5,7 @@
 #include "foundation/Vx/Object.h"
 #include "foundation/Vx/ProtocolValue.h"
 #include "foundation/Vx/StatusCode.h"
+#include "foundation/Vx/Types.h"
 
 namespace Vx {
 
@@ -26,8 +27,11 @@ class FOUNDATION_API OChannel {
     return protocol.Write(*this, value);
   }
   [[nodiscard]] int Write(const char* text) { return protocol.Write(*this, text); }
+  /// Not as a pointer without meaning, which it would else be: make a `UniString` of it.
+  int Write(const UniChar* text) = delete;
   [[nodiscard]] int Write(const void* pointer) { return protocol.Write(*this, pointer); }
-  /// Lets the object write itself.
+  /// Lets the object write itself. A `UniString` does so as the number of its 16-bit units and each
+  /// of them; in the protocol's own form for texts it goes through `GetProtocol().Write`.
   [[nodiscard]] int Write(const Object& value) { return value.WriteTo(*this); }
 
   [[nodiscard]] OProtocol& GetProtocol() noexcept { return protocol; }

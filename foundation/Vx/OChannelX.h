@@ -21,6 +21,8 @@ class FOUNDATION_API OChannelX final {
   void Write(const T& value) {
     protocol.Write(channel, value);
   }
+  /// As `OProtocolX` has it: the number of 16-bit units and each of them, which is not the form of
+  /// Java's `writeUTF`.
   template <std::same_as<UniString> T>
   void Write(const T& value) {
     protocol.Write(channel, value);

@@ -20,6 +20,8 @@ class FOUNDATION_API OProtocol {
   /// A zero-terminated text.
   [[nodiscard]] virtual int Write(OChannel& channel, const char* value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, const void* value) = 0;
+  /// Not as a pointer without meaning, which it would else be: make a `UniString` of it.
+  int Write(OChannel& channel, const UniChar* value) = delete;
   [[nodiscard]] virtual int Write(OChannel& channel, long double value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, double value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, float value) = 0;

@@ -110,7 +110,9 @@ int UniString::ReadFrom(IChannel& channel) {
   UniString text;
   for (unsigned int index = 0; index < count; ++index) {
     unsigned short unit = 0;
-    if (const int status = channel.Read(unit); status != 0) return status;
+    if (const int status = channel.Read(unit); status != 0) {
+      return status == StatusEndOfInput ? StatusTruncated : status;
+    }
     text.Append(static_cast<UniChar>(unit));
   }
   *this = std::move(text);

@@ -65,7 +65,8 @@ class LARKSPAN_API ArchiveFile final {
 
   [[nodiscard]] bool HasEntries();
   [[nodiscard]] unsigned int GetEntryCount() const;
-  /// All entries, closed and verified, in file order. This object must outlive the iterator.
+  /// All entries, closed and verified, in file order:
+  /// `for (const auto& entry : file.EnumerateEntries())`. This object must outlive the iterator.
   [[nodiscard]] EntryIterator EnumerateEntries() const;
   [[nodiscard]] bool ConstainsEntry(const Vx::UniString& name) const;
   /// Empty if there is no such entry.

@@ -13,7 +13,8 @@ namespace Larkspan::Common::IO {
 /// The archive header goes out with the first `PutNextEntry` or `Flush`, and headers can't be
 /// changed after that. The target is never read and never positioned; nothing is written before
 /// the header is. `Close` only closes the target: close the open entry first, or the archive ends
-/// in the middle of it. Destruction writes nothing.
+/// in the middle of it, and `Flush` an archive without entries, or its header is missing.
+/// Destruction writes nothing.
 ///
 /// Failures of the target pass through. After one the archive is damaged: drop the channel.
 class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {

@@ -1,5 +1,6 @@
 #include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
@@ -55,6 +56,16 @@ void DeferredFileOBinaryChannel::Write(const char* data, unsigned int size) {
   }
 }
 
+void DeferredFileOBinaryChannel::Close() {
+  try {
+    ThresholdingOBinaryChannel::Close();
+  } catch (...) {
+    // Systems may tell of a failed write as late as that.
+    if (memory == nullptr) incomplete = true;
+    throw;
+  }
+}
+
 void DeferredFileOBinaryChannel::WriteTo(Vx::OBinaryChannel& target) const {
   if (!IsClosed()) {
     throw Vx::IOException("Deferred file binary output channel hasn't been closed yet.", __FILE__,
@@ -96,8 +107,17 @@ void DeferredFileOBinaryChannel::WriteFileTo(Vx::OBinaryChannel& target) const {
       Vx::MakeRef<FileIBinaryChannel, Vx::AtomicCounter>(location, FileShare::NoShare),
       CopyBufferSize);
   char piece[0x4000];
-  while (const unsigned int delivered = source.Read(piece, sizeof(piece), source.ReadSome)) {
+  // Not more than was written, even if the target appends to this very file.
+  unsigned __int64 left = GetCount();
+  while (left > 0) {
+    const auto wanted = static_cast<unsigned int>(std::min<unsigned __int64>(left, sizeof(piece)));
+    const unsigned int delivered = source.Read(piece, wanted, source.ReadSome);
+    if (delivered == 0) {
+      throw Vx::IOException("Deferred file binary output channel: file has been shortened.",
+                            __FILE__, __LINE__);
+    }
     target.Write(piece, delivered);
+    left -= delivered;
   }
   source.Close();
 }

@@ -17,10 +17,10 @@ namespace Larkspan::Common::IO {
 /// removed: where `IsThresholdExceeded` tells that there is one, and after a failed write, it is
 /// the caller's affair.
 ///
-/// If the move fails, or a later write into the file, nobody knows what the file holds: from then
-/// on `Write` and `WriteTo` raise `Vx::IOException`, while `Flush` and `Close` work on. A write
-/// that fails in memory has stored nothing and can be tried again, and so has one that is refused
-/// for its arguments.
+/// If the move fails, or a later write into the file, or its closing, nobody knows what the file
+/// holds: from then on `Write` and `WriteTo` raise `Vx::IOException`, while `Flush` and `Close`
+/// work on. A write that fails in memory has stored nothing and can be tried again, and so has one
+/// that is refused for its arguments.
 class LARKSPAN_API DeferredFileOBinaryChannel final : public ThresholdingOBinaryChannel {
  public:
   /// Creates no file and takes no memory for data. The threshold, in bytes, is from 1 to
@@ -36,6 +36,7 @@ class LARKSPAN_API DeferredFileOBinaryChannel final : public ThresholdingOBinary
   /// In memory raises what `PagedBufferOBinaryChannel` does; from the write on that leads past the
   /// threshold, what `FileOBinaryChannel` does. A file that is at the location is emptied then.
   void Write(const char* data, unsigned int size) override;
+  void Close() override;
 
   /// The place of the file, whether or not there is one.
   [[nodiscard]] const ::IO::Location& GetLocation() const noexcept { return location; }
@@ -43,7 +44,8 @@ class LARKSPAN_API DeferredFileOBinaryChannel final : public ThresholdingOBinary
   /// Writes the whole output to `target`, as often as wanted; from the file in pieces of at most
   /// 16,384 bytes, from memory as `PagedBufferOBinaryChannel` does. Closes and flushes nothing.
   /// Raises `Vx::IOException` before `Close`, for an output that is not complete, and where a file
-  /// was made but no write has led past the threshold; also what reading the file raises, and what
+  /// was made but no write has led past the threshold, and for a file that is shorter than what was
+  /// written, since somebody else changed it; also what reading the file raises, and what
   /// `target` does.
   void WriteTo(Vx::OBinaryChannel& target) const;
 

@@ -18,6 +18,7 @@ namespace Larkspan::Common::IO {
 /// the channel of no more use.
 class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
  public:
+  /// There are no levels between these.
   enum CompressionLevel : int {
     DefaultCompression = -1,
     NoCompression = 0,

@@ -7,10 +7,10 @@
 namespace Larkspan::Common::IO {
 
 /// `JavaDataInputProtocolX` for channels that report by status: the same values from the same
-/// bytes. Every operation gives 0, or the channel's status, with two of its own:
-/// `Vx::StatusEndOfInput` if the input ends before the value and `Vx::StatusTruncated` if it ends
-/// within. A primitive value stays as it was then. What the channel raises passes through.
-/// Has no state: any number of threads may share an instance.
+/// bytes. Every operation gives 0, or the channel's status: `Vx::StatusEndOfInput` if the input
+/// ends before the value, and `Vx::StatusTruncated`, which the channel doesn't have, if it ends
+/// within. A primitive value stays as it was then. What the channel raises passes through, except
+/// where a text is read. Has no state: any number of threads may share an instance.
 class LARKSPAN_API JavaDataInputProtocol : public Vx::IProtocol {
  public:
   JavaDataInputProtocol() noexcept;

@@ -7,7 +7,10 @@ namespace Larkspan::Common::IO {
 
 /// Reads values as Java's `DataInputStream` does, except that only the byte 1 is a true `bool`.
 /// Bit patterns of floating-point numbers come back as they are, NaN payloads included. A `long`
-/// has 4 bytes, which are sign-extended, and zero-extended for `unsigned long`.
+/// has 4 bytes on every platform, which are sign-extended, and zero-extended for `unsigned long`:
+/// where `std::int64_t` is `long`, read an `__int64` instead. A `long double` is read as `double`,
+/// which may quieten a signalling NaN. For texts as Java's `writeUTF` writes them there is
+/// `ReadUTF`.
 ///
 /// Input that ends within a value raises `Vx::EndOfInputException`, "End of input reached."; the
 /// value is then not to be used. Has no state: any number of threads may share an instance.

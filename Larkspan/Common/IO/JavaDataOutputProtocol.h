@@ -7,9 +7,9 @@
 namespace Larkspan::Common::IO {
 
 /// `JavaDataOutputProtocolX` for channels that report by status: the same bytes for the same
-/// values, each in one call of the channel's `WriteBin`. Every operation gives the channel's
-/// status; what the channel raises passes through. Has no state: any number of threads may share
-/// an instance.
+/// primitive values, each in one call of the channel's `WriteBin`. Every operation gives the
+/// channel's status; what the channel raises passes through, except where a text is written. Has no
+/// state: any number of threads may share an instance.
 class LARKSPAN_API JavaDataOutputProtocol : public Vx::OProtocol {
  public:
   JavaDataOutputProtocol() noexcept;

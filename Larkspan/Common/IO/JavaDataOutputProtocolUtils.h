@@ -10,7 +10,7 @@ namespace Larkspan::Common::IO {
 /// Writes a text as Java's `writeUTF` does: the number of encoded bytes as 2 bytes, big-endian,
 /// and the text in modified UTF-8.
 /// Raises `Vx::DataIntegrityException` for a text of more than 65535 encoded bytes, before
-/// anything is written.
+/// anything is written, and `Vx::OutOfMemoryException`.
 LARKSPAN_API void WriteUTF(Vx::OChannelX& channel, const Vx::UniString& text);
 
 /// The same to a channel that reports by status. Gives the channel's status; nothing follows a

@@ -6,9 +6,13 @@
 namespace Larkspan::Common::IO {
 
 /// Writes values as Java's `DataOutputStream` does: big-endian, a `bool` as the byte 1 or 0, every
-/// NaN as the one canonical pattern (IEEE 754 quiet NaN without payload). `long` takes 4 bytes and
-/// `long double` is written as `double`, on every platform. Each value reaches the channel in one
-/// call of its `Write`. Has no state: any number of threads may share an instance.
+/// NaN as the one canonical pattern (IEEE 754 quiet NaN without payload). Each value reaches the
+/// channel in one call of its `Write`. Has no state: any number of threads may share an instance.
+///
+/// Beware: on every platform `long` takes 4 bytes, and what it holds beyond 32 bits is cut off
+/// without a word. Where `long` has 8 bytes, `std::int64_t`, `std::size_t` and `std::time_t` are
+/// `long`: write them as `__int64`, which takes 8. `long double` is written as `double`. For texts
+/// as Java's `writeUTF` writes them there is `WriteUTF`.
 class LARKSPAN_API JavaDataOutputProtocolX : public Vx::OProtocolX {
  public:
   JavaDataOutputProtocolX() noexcept;

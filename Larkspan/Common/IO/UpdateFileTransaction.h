@@ -17,7 +17,10 @@ namespace Larkspan::Common::IO {
 /// begins another transaction on it. Where there was no old file, there is nothing to go back to: a
 /// crash leaves of the new one what was written.
 ///
-/// A symbolic link at the location is moved and replaced itself, not what it leads to.
+/// While the transaction is open, nothing stands under the file's name but what the host puts
+/// there: others who read the file have to wait. The new file has the mode and the owner with which
+/// the host makes it, whatever those of the old one. A symbolic link at the location is moved and
+/// replaced itself, not what it leads to.
 class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
  public:
   /// Moves the file that stands at the location, if there is one, to its backup. Raises
@@ -32,7 +35,8 @@ class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
   [[nodiscard]] bool IsCommitted() const noexcept override { return committed; }
   [[nodiscard]] bool IsAborted() const noexcept override { return aborted; }
 
-  /// Puts the new file's data and name on the disk itself, and only then deletes the backup. The
+  /// Puts the new file's data and name on the disk itself, and only then deletes the backup. That
+  /// is so too where the host has made no new file: a commit then means that there is none. The
   /// host must have closed the file, or at least have written all of it to the system. If either
   /// step fails, both files are still there. Systems tell only once that data did not reach the
   /// disk: write the file anew before trying again, or abort.
