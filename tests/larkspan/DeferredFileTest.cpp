@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <functional>
 #include <random>
 #include <string>
 
@@ -56,6 +57,50 @@ std::string Deliver(const IO::Location& at, const std::string& bytes, unsigned i
   return failure.empty() ? sink.content : failure;
 }
 
+TEST(DeferredFile, RefusesWhatHasNoSoundOutcome) {
+  const Tests::TemporaryFolder folder;
+  using Larkspan::Common::IO::DeferredFileOBinaryChannel;
+  Tests::RecordingOutput sink;
+  DeferredFileOBinaryChannel open(folder.At("f"), 3), closed(folder.At("f"), 3);
+  DeferredFileOBinaryChannel failed(folder.At("no folder/f"), 3), late(folder.At("g"), 3);
+  Larkspan::Common::PagedBuffer<16, 1> buffer(0);
+  buffer.Write("1234", 4);
+  late.Write("1234", 4);
+  closed.Close();
+  const std::string invalid = "IllegalArgumentException: Invalid ";
+  const std::string thresholding = "IOException: Thresholding binary output channel is closed.";
+  const std::string incomplete =
+      "IOException: Deferred file binary output channel is incomplete: an earlier write failed.";
+  const std::pair<std::function<void()>, std::string> rows[] = {
+      {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0); },
+       invalid + "threshold: threshold is 0."},
+      {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0x100000000); },
+       invalid + "threshold: threshold is larger than maximum supported size."},
+      {[&] { DeferredFileOBinaryChannel(IO::Location(), 1); },
+       invalid + "location: location is empty."},
+      {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0xFFFFFFFF).Close(); }, ""},
+      {[&] { open.WriteTo(sink); },
+       "IOException: Deferred file binary output channel hasn't been closed yet."},
+      {[&] { open.Write("", 0); }, invalid + "buffer size: size is 0."},
+      {[&] { closed.Write("x", 1); }, thresholding},
+      {[&] { closed.Flush(); }, thresholding},
+      {[&] { failed.Write("1234", 4); },
+       "IOException: Failed to create file binary output channel: failed to open file."},
+      {[&] { failed.Write("1", 1); }, incomplete},
+      {[&] {
+         const Tests::FileFault fault(Tests::CallClose, EIO);
+         late.Close();
+       },
+       "IOException: Failed to close file binary output channel."},
+      {[&] { late.Close(), late.WriteTo(sink); }, incomplete},
+      {[&] { buffer.SetCapacity(3); },
+       invalid + "buffer capacity: the requested capacity must be higher the current size."},
+      {[&] { buffer.Write("", 0); }, invalid + "buffer size: buffer size is 0."},
+      {[&] { buffer.Write(nullptr, 1); }, invalid + "buffer: buffer is null."}};
+  for (const auto& [work, failure] : rows) EXPECT_EQ(Tests::FailureOf(work), failure);
+  EXPECT_EQ(buffer.GetCapacity(), 16U);
+}
+
 TEST(DeferredFile, IsMadeBehindTheThresholdAndDeliversAllOrNothing) {
   const Tests::TemporaryFolder folder;
   const std::string small(100, 'a'), large(50000, 'b');
@@ -69,6 +114,13 @@ TEST(DeferredFile, IsMadeBehindTheThresholdAndDeliversAllOrNothing) {
   EXPECT_EQ(Deliver(folder.At("f"), large, 21), large + large);
   EXPECT_EQ(folder.Read("f"), large);
   EXPECT_EQ(Deliver(folder.At("f"), small, 21), incomplete);
+  Larkspan::Common::IO::DeferredFileOBinaryChannel cut(folder.At("f"), 100);
+  cut.Write(large.data(), 200);
+  cut.Close();
+  folder.Write("f", small);
+  Tests::RecordingOutput sink;
+  EXPECT_EQ(Tests::FailureOf([&] { cut.WriteTo(sink); }),
+            "IOException: Failed to read deferred file: file is shorter than what was written.");
 }
 
 }  // namespace

@@ -3,15 +3,38 @@
 #include "Larkspan/Common/Containers/Properties.h"
 #include "tests/support/FailureOf.h"
 
+using Larkspan::Common::Containers::Properties;
+
 TEST(Properties, TellMissingKeysFromEmptyValuesAndRefuseAnEmptyKey) {
-  Larkspan::Common::Containers::Properties properties;
+  Properties properties;
   properties.SetProperty(u"a", u"");
   Vx::UniString value(u"kept");
   EXPECT_TRUE(!properties.GetProperty(u"b", value) && value == u"kept");
   EXPECT_EQ(&properties.GetProperty(u"b", std::as_const(value)), &value);
   EXPECT_TRUE(properties.GetProperty(u"a", value) && value.IsEmpty());
   const std::string refused = "IllegalArgumentException: Invalid key.";
+  EXPECT_EQ(Tests::FailureOf([&] { return properties.HasProperty(u""); }), refused);
+  EXPECT_EQ(Tests::FailureOf([&] { return properties.GetProperty(u"", value); }), refused);
+  EXPECT_EQ(Tests::FailureOf([&] { return properties.GetProperty(u"", u"x"); }), refused);
   EXPECT_EQ(Tests::FailureOf([&] { return properties.GetProperty(u""); }), refused);
   EXPECT_EQ(Tests::FailureOf([&] { properties.SetProperty(u"", value); }), refused);
   EXPECT_EQ(Tests::FailureOf([&] { properties.RemoveProperty(u""); }), refused);
+}
+
+TEST(Properties, AreEqualInAnyOrderAndCopiedInTheirOwn) {
+  Properties properties, other;
+  properties.SetProperty(u"a", u"1");
+  properties.SetProperty(u"b", u"2");
+  other.SetProperty(u"b", u"2");
+  EXPECT_TRUE(properties != other && other != properties);
+  other.SetProperty(u"a", u"3");
+  EXPECT_NE(properties, other);
+  other.SetProperty(u"a", u"1");
+  EXPECT_EQ(properties, other);
+  other = properties;
+  EXPECT_EQ((*other.GetProperties()).key, u"a");
+  other.RemoveProperty(u"a");
+  EXPECT_TRUE(!other.HasProperty(u"a") && other.HasProperty(u"b") && other.GetSize() == 1);
+  other.Clear();
+  EXPECT_TRUE(other.IsEmpty() && other == Properties());
 }

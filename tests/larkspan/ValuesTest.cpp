@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -11,6 +12,7 @@
 #include "Larkspan/Common/IO/JavaDataOutputProtocol.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
+#include "foundation/Vx/IOException.h"
 #include "tests/foundation/ToyProtocol.h"
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
@@ -124,6 +126,45 @@ TEST(UTF, TextsHaveTheBytesOfJavasDataStreamsUpToTheLimit) {
               "DataIntegrityException: String length exceeds limit.");
     Tests::StringChannel channel;
     EXPECT_TRUE(WriteUTF(channel, text) == Vx::StatusWriteError && channel.content.empty());
+  }
+}
+
+// Gives a status, or raises an exception, at the call with the number `at`.
+class FailingChannel final : public Vx::OChannel, public Vx::IChannel {
+ public:
+  FailingChannel(int failingCall, bool raising)
+      : OChannel(output), IChannel(input), at(failingCall), raises(raising) {}
+  int WriteBin(const char*, unsigned int, unsigned int* written) override {
+    EXPECT_EQ(written, nullptr);
+    return Fail();
+  }
+  int ReadBin(char* target, unsigned int count, unsigned int* delivered) override {
+    std::fill_n(target, count, '\1');
+    *delivered = count;
+    return Fail();
+  }
+
+  int calls = 0;
+
+ private:
+  int Fail() {
+    if (++calls != at) return 0;
+    return raises ? throw Vx::IOException("Broken.") : Vx::StatusOutputFull;
+  }
+  int at;
+  bool raises;
+};
+
+TEST(UTF, StatusOfTheChannelIsPassedOnAndItsExceptionBecomesOne) {
+  for (const int at : {1, 2}) {
+    for (const bool raises : {false, true}) {
+      FailingChannel sink(at, raises), bytes(at, raises), source(at, raises);
+      EXPECT_EQ(WriteUTF(sink, u"text"), raises ? Vx::StatusWriteError : Vx::StatusOutputFull);
+      EXPECT_EQ(output.Write(bytes, "text"), raises ? Vx::StatusWriteError : Vx::StatusOutputFull);
+      char text[] = "kept";
+      EXPECT_EQ(input.Read(source, text), raises ? Vx::StatusReadError : Vx::StatusOutputFull);
+      EXPECT_TRUE(sink.calls == at && source.calls == at && text == "kept"s);
+    }
   }
 }
 

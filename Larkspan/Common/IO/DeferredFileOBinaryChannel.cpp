@@ -113,7 +113,7 @@ void DeferredFileOBinaryChannel::WriteFileTo(Vx::OBinaryChannel& target) const {
     const auto wanted = static_cast<unsigned int>(std::min<unsigned __int64>(left, sizeof(piece)));
     const unsigned int delivered = source.Read(piece, wanted, source.ReadSome);
     if (delivered == 0) {
-      throw Vx::IOException("Deferred file binary output channel: file has been shortened.",
+      throw Vx::IOException("Failed to read deferred file: file is shorter than what was written.",
                             __FILE__, __LINE__);
     }
     target.Write(piece, delivered);
