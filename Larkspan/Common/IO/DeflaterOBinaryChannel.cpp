@@ -51,17 +51,12 @@ DeflaterOBinaryChannel::~DeflaterOBinaryChannel() {
 
 void DeflaterOBinaryChannel::Initialize(CompressionLevel level, unsigned int bufferSize) {
   CheckArguments(level, bufferSize);
-  inputCapacity = bufferSize;
-  input = AllocateZlibMemory<char[]>(bufferSize,
-                                     "Failed to allocate input buffer for deflater output channel.",
-                                     __FILE__, __LINE__);
-  outputCapacity = bufferSize;
-  output = AllocateZlibMemory<char[]>(
-      bufferSize, "Failed to allocate output buffer for deflater output channel.", __FILE__,
-      __LINE__);
-  stream = AllocateZlibMemory<z_stream>(sizeof(z_stream), "Failed to allocate deflater.", __FILE__,
-                                        __LINE__);
-  std::memset(stream.get(), 0, sizeof(z_stream));
+  inputCapacity = outputCapacity = bufferSize;
+  AllocateZlibChannel(bufferSize,
+                      {"Failed to allocate input buffer for deflater output channel.",
+                       "Failed to allocate output buffer for deflater output channel.",
+                       "Failed to allocate deflater."},
+                      __FILE__, __LINE__, input, output, stream);
   if (deflateInit_(stream.get(), level, "1.2.3", static_cast<int>(sizeof(z_stream))) != Z_OK) {
     // The stream was not set up: the members free the memory, and nothing else is to be ended.
     throw Vx::IOException("Failed to initialize deflater.", __FILE__, __LINE__);

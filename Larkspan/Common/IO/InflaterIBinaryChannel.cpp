@@ -49,17 +49,12 @@ void InflaterIBinaryChannel::Initialize(unsigned int bufferSize) {
   Vx::PeekableInput* const face = Vx::PeekableInput::Find(GetBaseChannel());
   const bool gains = face != nullptr && face->GetPeekSize() > bufferSize;
   if (gains && bufferSize >= MinBorrowingSize) peekable = face;
-  inputCapacity = bufferSize;
-  input = AllocateZlibMemory<char[]>(bufferSize,
-                                     "Failed to allocate input buffer for inflater input channel.",
-                                     __FILE__, __LINE__);
-  outputCapacity = bufferSize;
-  output = AllocateZlibMemory<char[]>(
-      bufferSize, "Failed to allocate output buffer for inflater input channel.", __FILE__,
-      __LINE__);
-  stream = AllocateZlibMemory<z_stream>(sizeof(z_stream), "Failed to allocate inflater.", __FILE__,
-                                        __LINE__);
-  std::memset(stream.get(), 0, sizeof(z_stream));
+  inputCapacity = outputCapacity = bufferSize;
+  AllocateZlibChannel(bufferSize,
+                      {"Failed to allocate input buffer for inflater input channel.",
+                       "Failed to allocate output buffer for inflater input channel.",
+                       "Failed to allocate inflater."},
+                      __FILE__, __LINE__, input, output, stream);
   if (inflateInit_(stream.get(), "1.2.3", static_cast<int>(sizeof(z_stream))) != Z_OK) {
     // The stream was not set up: the members free the memory, and nothing else is to be ended.
     throw Vx::IOException("Failed to initialize inflater.", __FILE__, __LINE__);

@@ -29,4 +29,23 @@ template <class T>
   return memory;
 }
 
+/// The words for lack of memory for each piece that a channel needs.
+struct ZlibFailures {
+  const char* input;
+  const char* output;
+  const char* stream;
+};
+
+/// Takes the memory of a channel, in the order in which it is told: two buffers of `bufferSize`
+/// bytes, and the stream, cleared as zlib wants it. Raises as above.
+template <class Stream>
+void AllocateZlibChannel(unsigned int bufferSize, const ZlibFailures& failures,
+                         const char* fileName, unsigned int lineNumber, ZlibMemory<char[]>& input,
+                         ZlibMemory<char[]>& output, ZlibMemory<Stream>& stream) {
+  input = AllocateZlibMemory<char[]>(bufferSize, failures.input, fileName, lineNumber);
+  output = AllocateZlibMemory<char[]>(bufferSize, failures.output, fileName, lineNumber);
+  stream = AllocateZlibMemory<Stream>(sizeof(Stream), failures.stream, fileName, lineNumber);
+  *stream = Stream{};
+}
+
 }  // namespace Larkspan::Common::IO
