@@ -1,0 +1,110 @@
+#pragma once
+
+#include <algorithm>
+#include <iterator>
+#include <random>
+#include <string>
+
+#include <zlib.h>
+
+#include "Larkspan/Common/IO/CountingIBinaryChannel.h"
+#include "Larkspan/Common/IO/InflaterIBinaryChannel.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "tests/support/FailureOf.h"
+#include "tests/support/PiecewiseInput.h"
+
+namespace Tests {
+
+/// The inflater in its plainest form: one buffer, one copy, a refill as soon as the buffer is used
+/// up.
+class PlainInflater final {
+ public:
+  PlainInflater(Vx::IBinaryChannel& channel, unsigned int bufferSize)
+      : source(channel), input(bufferSize, '\0'), output(bufferSize, '\0') {
+    inflateInit(&stream);
+  }
+  PlainInflater& operator=(PlainInflater&&) = delete;
+  ~PlainInflater() { inflateEnd(&stream); }
+
+  std::size_t Read(char* buffer, std::size_t size, Vx::IBinaryChannel::ReadSomeModeSelector) {
+    std::size_t total = 0;
+    while (GetAvailable() != 0 && total < size) {
+      const std::size_t most = std::min(size - total, valid - position);
+      position += output.copy(buffer + total, most, position);
+      total += most;
+    }
+    return total;
+  }
+  std::size_t GetAvailable() {
+    if (position == valid && !ended) Fill();
+    return valid - position;
+  }
+
+ private:
+  void Fill() {
+    stream.avail_out = static_cast<uInt>(output.size());
+    stream.next_out = reinterpret_cast<Bytef*>(output.data());
+    while (stream.avail_out != 0 && !ended) {
+      if (stream.avail_in == 0) {
+        stream.next_in = reinterpret_cast<Bytef*>(input.data());
+        stream.avail_in = source.Read(input.data(), static_cast<unsigned int>(input.size()),
+                                      Vx::IBinaryChannel::ReadSome);
+        if (stream.avail_in == 0) throw Vx::IOException("Inflate failed: end of stream reached.");
+      }
+      const int result = inflate(&stream, Z_NO_FLUSH);
+      ended = result == Z_STREAM_END;
+      const std::string failure = std::string("Inflate failed: ") + zError(result);
+      if (result != Z_OK && !ended) throw Vx::IOException(failure.c_str());
+    }
+    valid = output.size() - stream.avail_out;
+    position = 0;
+  }
+
+  Vx::IBinaryChannel& source;
+  std::string input;
+  std::string output;
+  z_stream stream{};
+  std::size_t valid = 0;
+  std::size_t position = 0;
+  bool ended = false;
+};
+
+/// Reads `bytes` through the library's inflater and the plain one with the same random sizes until
+/// the end, and on past some failures, and compares all that the caller and the source see at each
+/// step. With `piece` 0 the bytes lie in memory, where the inflater can peek into them. Gives what
+/// differs, or "".
+inline std::string CompareWithPlainForm(const std::string& bytes, std::size_t piece,
+                                        unsigned int bufferSize, unsigned int seed,
+                                        std::size_t breakAt = std::string::npos) {
+  constexpr unsigned int sizes[] = {1, 0, 2, 63, 64, 65, 500, 1023, 1024, 1025, 4096, 65536};
+  PiecewiseInput pieces(bytes, piece, breakAt);
+  PiecewiseInput plainPieces(bytes, piece == 0 ? bytes.size() : piece, breakAt);
+  Vx::MemoryIBinaryChannel memory(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  namespace Channels = Larkspan::Common::IO;
+  Channels::CountingIBinaryChannel plainCounter(plainPieces);
+  Channels::CountingIBinaryChannel counter(piece == 0 ? static_cast<Vx::IBinaryChannel&>(memory)
+                                                      : pieces);
+  Channels::InflaterIBinaryChannel real(counter, bufferSize);
+  PlainInflater plain(plainCounter, bufferSize);
+  std::minstd_rand random(seed + 1);
+  for (int stops = 3; stops > 0;) {
+    const unsigned int size = sizes[random() % std::size(sizes)];
+    const bool asks = random() % 4 == 0;
+    const auto step = [&](auto& inflater) {
+      std::string data(size, '\0');
+      const std::string failure = FailureOf([&] {
+        if (asks) data = std::to_string(inflater.GetAvailable());
+        if (!asks) data.resize(inflater.Read(data.data(), size, Vx::IBinaryChannel::ReadSome));
+      });
+      return failure.empty() ? data : failure;
+    };
+    const std::string outcome = step(real);
+    if (outcome != step(plain)) return "gives: " + outcome.substr(0, 100);
+    if (piece != 0 && pieces.asked != plainPieces.asked) return "asks for other sizes";
+    if (counter.GetCount() != plainCounter.GetCount()) return "takes more or less of the source";
+    if ((outcome.empty() && size != 0) || outcome.starts_with("IOException: ")) --stops;
+  }
+  return "";
+}
+
+}  // namespace Tests
