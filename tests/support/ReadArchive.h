@@ -1,0 +1,97 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <zlib.h>
+
+#include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "tests/support/FailureOf.h"
+
+namespace Tests {
+
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+struct SampleEntry {
+  std::string name;
+  unsigned int method;
+  Pairs headers;
+  std::string data;
+
+  friend bool operator==(const SampleEntry&, const SampleEntry&) = default;
+};
+
+/// An archive as plain values.
+struct SampleArchive {
+  unsigned int reserved = 0;
+  Pairs headers;
+  std::vector<SampleEntry> entries;
+
+  friend bool operator==(const SampleArchive&, const SampleArchive&) = default;
+};
+
+/// `archive` has all that was verified before `failure`.
+struct ReadResult {
+  SampleArchive archive;
+  std::string failure;
+
+  friend bool operator==(const ReadResult&, const ReadResult&) = default;
+};
+
+/// What a channel has to give, read in steps of `step` bytes, to its end or until there are `most`
+/// bytes.
+[[nodiscard]] inline std::string ReadRest(Vx::IBinaryChannel& channel, unsigned int step = 4096,
+                                          std::size_t most = std::string::npos) {
+  std::string rest;
+  std::string piece(step, '\0');
+  while (rest.size() < most) {
+    const unsigned int count = channel.Read(piece.data(), step, Vx::IBinaryChannel::ReadSome);
+    if (count > step) throw std::logic_error("A read gave more than was asked for.");
+    if (count == 0) break;
+    rest.append(piece, 0, count);
+  }
+  return rest.substr(0, most);
+}
+
+template <class Source>
+Pairs TakePairs(const Source& source) {
+  Pairs pairs;
+  for (const auto& [n, v] : source.EnumerateHeaders()) pairs.emplace_back(n.ToUTF8(), v.ToUTF8());
+  return pairs;
+}
+
+/// Reads an archive through the library, and throws a `std::logic_error` if an entry is verified
+/// wrongly. What lies beyond `most` bytes of an entry's data is left to `CloseEntry`.
+[[nodiscard]] inline ReadResult ReadSample(Vx::IBinaryChannel& source, unsigned int step = 4096,
+                                           std::size_t most = std::string::npos) {
+  ReadResult result;
+  result.failure = FailureOf([&] {
+    Larkspan::Common::IO::ArchiveIBinaryChannel channel(source);
+    result.archive.reserved = channel.GetReservedHeaderSize();
+    result.archive.headers = TakePairs(channel);
+    while (const auto entry = channel.GetNextEntry()) {
+      std::string data = ReadRest(channel, step, most);
+      channel.CloseEntry();
+      const auto crc = crc32_z(0, reinterpret_cast<const Bytef*>(data.data()), data.size());
+      const bool matches = entry->GetSize() == data.size() && entry->GetCRC() == crc;
+      if (!entry->IsClosed() || (data.size() < most && !matches)) {
+        throw std::logic_error("An entry is verified wrongly.");
+      }
+      result.archive.entries.push_back(
+          {entry->GetName().ToUTF8(), entry->GetMethod(), TakePairs(*entry), std::move(data)});
+    }
+    channel.Close();
+  });
+  return result;
+}
+
+[[nodiscard]] inline ReadResult ReadSample(const std::string& bytes, unsigned int step = 4096,
+                                           std::size_t most = std::string::npos) {
+  Vx::MemoryIBinaryChannel source(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  return ReadSample(source, step, most);
+}
+
+}  // namespace Tests
