@@ -91,7 +91,7 @@ TEST(HashCapacityTest, SequenceRisesAndFallsByTheSameSteps) {
 bool FailAt(int n, const std::function<void()>& action) {
   const Larkspan::Testing::AllocationFault fault(n);
   const bool hasFailed = Tests::FailureOf(action).starts_with("OutOfMemoryException");
-  EXPECT_EQ(hasFailed, fault.HasFired());
+  EXPECT_EQ(hasFailed, fault.HasStruck());
   return hasFailed;
 }
 

@@ -19,7 +19,7 @@ class AllocationFault {
   ~AllocationFault() { striking = 0; }
 
   /// Whether the allocation has failed; a sweep is over when it has not.
-  [[nodiscard]] bool HasFired() const noexcept { return failing != 0 && tried >= failing; }
+  [[nodiscard]] bool HasStruck() const noexcept { return failing != 0 && tried >= failing; }
   /// The allocations tried so far.
   [[nodiscard]] int GetCount() const noexcept { return tried; }
 

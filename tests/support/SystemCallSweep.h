@@ -14,15 +14,15 @@
 
 namespace Tests {
 
-/// Runs `work` again and again, with one of its system calls `calls` failing by EIO, until it has
-/// no further one; `check` gets what each run failed with and whether its call did fail.
-template <class Work, class Check>
-void FailEachCall(unsigned int calls, Work work, Check check) {
+/// Runs `work` again and again, under the fault that `plant` makes of each number from 0 on, until
+/// one does not strike; `check` gets what each run failed with and whether its fault did strike.
+template <class Plant, class Work, class Check>
+void FailEach(Plant plant, Work work, Check check) {
   bool struck = true;
-  for (unsigned int skip = 0; struck; ++skip) {
+  for (unsigned int number = 0; struck; ++number) {
     std::string failure;
     {
-      const FileFault fault(calls, EIO, skip, 1);
+      const auto fault = plant(number);
       failure = FailureOf(work);
       struck = fault.HasStruck();
     }
@@ -30,19 +30,18 @@ void FailEachCall(unsigned int calls, Work work, Check check) {
   }
 }
 
-/// The same with each of its allocations failing.
+/// With each of the system calls `calls` failing by EIO.
+template <class Work, class Check>
+void FailEachCall(unsigned int calls, Work work, Check check) {
+  FailEach([calls](unsigned int skip) { return FileFault(calls, EIO, skip, 1); }, work, check);
+}
+
+/// With each of its allocations failing.
 template <class Work, class Check>
 void FailEachAllocation(Work work, Check check) {
-  bool struck = true;
-  for (int n = 1; struck; ++n) {
-    std::string failure;
-    {
-      const Larkspan::Testing::AllocationFault fault(n);
-      failure = FailureOf(work);
-      struck = fault.HasFired();
-    }
-    check(failure, struck);
-  }
+  using Larkspan::Testing::AllocationFault;
+  FailEach([](unsigned int skip) { return AllocationFault(static_cast<int>(skip) + 1); }, work,
+           check);
 }
 
 /// Runs `work`, which must not fail, in a process that is killed before its system call number
