@@ -67,9 +67,6 @@ constexpr auto MakeDeflater =
     Make<Vx::OBinaryChannel, DeflaterOBinaryChannel, DeflaterOBinaryChannel::BestSpeed, 64U>;
 constexpr auto MakeInflater = Make<Vx::IBinaryChannel, InflaterIBinaryChannel, 64U>;
 const Pair pairs[] = {
-    {"Counting", Make<Vx::OBinaryChannel, CountingOBinaryChannel>,
-     Make<Vx::IBinaryChannel, CountingIBinaryChannel>, "The sink is closed.",
-     "The source is closed.", 2},
     {"CRC32", Make<Vx::OBinaryChannel, CRC32OBinaryChannel>,
      Make<Vx::IBinaryChannel, CRC32IBinaryChannel>, "The sink is closed.", "The source is closed.",
      2},
