@@ -27,7 +27,6 @@ TEST_F(Extraction, NamesAndPlacesThatMustNotBeWrittenToAreRefused) {
       {"//x", absolute},
       {".", invalid + "does not lead below the target folder."},
       {"..", upwards},
-      {"/../x", upwards},
       {"y\\..\\..\\x", upwards},
       {"a\xC0\x80z", notMade + "."},
       {"folder/x", link},
