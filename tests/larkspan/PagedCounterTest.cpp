@@ -1,8 +1,11 @@
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <numeric>
 #include <random>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -63,9 +66,12 @@ void CheckPlaces(unsigned int seed) {
 }
 
 TEST(PagedCounters, ComeFromThePlacesThatTheRulesTell) {
-  CheckPlaces<PagedCounter>(std::random_device()());
-  const std::unique_ptr<PagedCounter> other(new PagedCounter);
-  CheckPlaces<PagedAtomicCounter>(std::random_device()());
+  std::random_device random;
+  for (int round = 0; round < 8; ++round) {
+    CheckPlaces<PagedCounter>(random());
+    const std::unique_ptr<PagedCounter> other(new PagedCounter);
+    CheckPlaces<PagedAtomicCounter>(random());
+  }
 }
 
 TEST(PagedCounters, LeaveListedAndSparePagesToTheTearDown) {
