@@ -1,8 +1,8 @@
 #include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
 #include "foundation/Vx/ChunkedIBinarySubChannel.h"
-#include "foundation/Vx/EndOfInputException.h"
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "fuzz/Target.h"
+#include "tests/support/FailureOf.h"
 
 namespace {
 
@@ -26,14 +26,14 @@ Reading Parse(std::string_view bytes) {
 
 Reading Read(Vx::IBinaryChannel&& source, unsigned int piece) {
   Vx::ChunkedIBinarySubChannel channel(source, JavaDataInputProtocolX::GetInstance());
-  std::string data;
-  try {
-    Fuzz::ReadInto(data, channel, piece);
+  Reading reading{"", "cut"};
+  const std::string failure = Tests::FailureOf([&] {
+    Tests::ReadInto(reading.first, channel, piece);
     channel.Close();
-    return {data, std::to_string(source.GetAvailable())};
-  } catch (const Vx::EndOfInputException&) {
-    return {data, "cut"};
-  }
+    reading.second = std::to_string(source.GetAvailable());
+  });
+  Fuzz::Require(failure.empty() || failure.starts_with("EndOfInputException"), "a cut is the end");
+  return reading;
 }
 
 }  // namespace

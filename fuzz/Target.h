@@ -43,17 +43,4 @@ inline Vx::UniString ToUnits(std::string_view bytes) {
   return text;
 }
 
-/// Appends what `channel` gives to `target`, read in calls of `piece` bytes, at most 4096, to its
-/// end or until `target` has `most` bytes.
-inline void ReadInto(std::string& target, Vx::IBinaryChannel& channel, unsigned int piece,
-                     std::size_t most = std::string::npos) {
-  char buffer[4096];
-  while (target.size() < most) {
-    const unsigned int count = channel.Read(buffer, piece, Vx::IBinaryChannel::ReadSome);
-    Require(count <= piece, "a read gives at most what was asked for");
-    if (count == 0) return;
-    target.append(buffer, count);
-  }
-}
-
 }  // namespace Fuzz

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,5 +46,26 @@ class PiecewiseInput final : public Vx::IBinaryChannel {
   const std::size_t broken;
   std::size_t position = 0;
 };
+
+/// Appends what `channel` gives to `target`, read in steps of `step` bytes, to its end or until
+/// `target` has at least `most` bytes.
+inline void ReadInto(std::string& target, Vx::IBinaryChannel& channel, unsigned int step,
+                     std::size_t most = std::string::npos) {
+  std::string piece(step, '\0');
+  while (target.size() < most) {
+    const unsigned int count = channel.Read(piece.data(), step, Vx::IBinaryChannel::ReadSome);
+    if (count > step) throw std::logic_error("A read gave more than was asked for.");
+    if (count == 0) return;
+    target.append(piece, 0, count);
+  }
+}
+
+/// The same as a value, and not more than `most` bytes.
+[[nodiscard]] inline std::string ReadRest(Vx::IBinaryChannel& channel, unsigned int step = 4096,
+                                          std::size_t most = std::string::npos) {
+  std::string rest;
+  ReadInto(rest, channel, step, most);
+  return rest.substr(0, most);
+}
 
 }  // namespace Tests

@@ -10,6 +10,7 @@
 #include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/PiecewiseInput.h"
 
 namespace Tests {
 
@@ -40,21 +41,6 @@ struct ReadResult {
 
   friend bool operator==(const ReadResult&, const ReadResult&) = default;
 };
-
-/// What a channel has to give, read in steps of `step` bytes, to its end or until there are `most`
-/// bytes.
-[[nodiscard]] inline std::string ReadRest(Vx::IBinaryChannel& channel, unsigned int step = 4096,
-                                          std::size_t most = std::string::npos) {
-  std::string rest;
-  std::string piece(step, '\0');
-  while (rest.size() < most) {
-    const unsigned int count = channel.Read(piece.data(), step, Vx::IBinaryChannel::ReadSome);
-    if (count > step) throw std::logic_error("A read gave more than was asked for.");
-    if (count == 0) break;
-    rest.append(piece, 0, count);
-  }
-  return rest.substr(0, most);
-}
 
 template <class Source>
 Pairs TakePairs(const Source& source) {
