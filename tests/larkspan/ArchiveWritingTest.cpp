@@ -12,26 +12,25 @@ namespace {
 using Larkspan::Common::IO::ArchiveEntry;
 using Larkspan::Common::IO::ArchiveHeaders;
 using Larkspan::Common::IO::ArchiveOBinaryChannel;
-using Tests::ByteBuilder;
-using Tests::RecordingOutput;
+using namespace Tests;
 
 TEST(ArchiveWriting, WholeSampleComesOutAsPutTogetherByHand) {
   for (const unsigned int reserved : {0U, 256U}) {
-    const Tests::SampleArchive sample = Tests::MakeSample(reserved);
+    const SampleArchive sample = MakeSample(reserved);
     RecordingOutput sink;
     ArchiveOBinaryChannel archive(sink, reserved);
-    archive.PutHeader(Tests::Text(sample.headers[0].first), u"keeps its place");
-    for (const auto& [n, v] : sample.headers) archive.PutHeader(Tests::Text(n), Tests::Text(v));
+    archive.PutHeader(Text(sample.headers[0].first), u"keeps its place");
+    for (const auto& [n, v] : sample.headers) archive.PutHeader(Text(n), Text(v));
     for (const auto& entry : sample.entries) {
       ArchiveHeaders headers;
-      for (const auto& [n, v] : entry.headers) headers.Put(Tests::Text(n), Tests::Text(v));
+      for (const auto& [n, v] : entry.headers) headers.Put(Text(n), Text(v));
       const auto method = static_cast<ArchiveEntry::Method>(entry.method);
-      archive.PutNextEntry(Tests::Text(entry.name), headers, method);
+      archive.PutNextEntry(Text(entry.name), headers, method);
       archive.Write(entry.data.data(), static_cast<unsigned int>(entry.data.size()));
     }
     archive.CloseEntry();
     archive.Close();
-    EXPECT_EQ(sink.content, Tests::ToBytes(sample)) << reserved;
+    EXPECT_EQ(sink.content, ToBytes(sample)) << reserved;
   }
 }
 
@@ -56,10 +55,10 @@ TEST(ArchiveWriting, WhatAStateDoesNotAllowIsRefused) {
   ArchiveHeaders unnamed;
   unnamed.Put(u"", u"value");
   ArchiveOBinaryChannel full(sink, 256);
-  full.PutHeader(u"n", Tests::Text(std::string(257 - 36, 'v')));  // 36 bytes are around it
+  full.PutHeader(u"n", Text(std::string(257 - 36, 'v')));  // 36 bytes are around it
   const std::string closed = "IOException: Archive binary output channel is closed.";
   const std::string invalid = "IllegalArgumentException: Invalid ";
-  Tests::ExpectFailures({
+  ExpectFailures({
       {[&] { full.Flush(); },
        "ArchiveException: Failed to write archive header: archive header size exceeds the "
        "specified header size."},
