@@ -1,9 +1,7 @@
-#include <functional>
-
 #include <gtest/gtest.h>
 
 #include "Larkspan/Common/IO/LocationUtils.h"
-#include "tests/support/FailureOf.h"
+#include "tests/larkspan/ArchiveSample.h"
 
 namespace {
 
@@ -41,10 +39,7 @@ TEST(LocationUtils, ArgumentsAreTestedInTheirOrder) {
   const std::string argument = "IllegalArgumentException: Invalid ";
   const std::string failed = "IOException: Failed to create location from ";
   const std::string replacement = "replacement character";
-  const struct {
-    std::function<void()> run;
-    std::string failure;
-  } rows[] = {
+  Tests::ExpectFailures({
       {[&] { return LocationToPath(invalid); }, argument + "location: location is not valid."},
       {[&] { return LocationToURL(IO::Location()); }, argument + "location: location is empty."},
       {[&] { return LocationFromRelativePath(base, u""); }, argument + "path: path is empty."},
@@ -62,8 +57,7 @@ TEST(LocationUtils, ArgumentsAreTestedInTheirOrder) {
       {[] { return NormalizeName(u"", u'/'); }, argument + "name: name is empty."},
       {[] { return NormalizeName(u"legal", u'/'); },
        argument + replacement + ": " + replacement + " is not a legal name character."},
-  };
-  for (const auto& [run, failure] : rows) EXPECT_EQ(Tests::FailureOf(run), failure);
+  });
 }
 
 }  // namespace
