@@ -22,6 +22,7 @@ class ByteBuilder final {
   ByteBuilder& FillTo(std::size_t size) { return Raw(std::string(size - bytes.size(), '\0')); }
 
   operator const std::string&() const noexcept { return bytes; }
+  [[nodiscard]] std::size_t GetSize() const noexcept { return bytes.size(); }
 
  private:
   ByteBuilder& Number(std::uint64_t value, unsigned int width) {
