@@ -124,6 +124,7 @@ TEST_P(EachUpdate, HeaderThatFitsGoesInPlaceAndAnyOtherDoublesTheRoom) {
 
 TEST_P(EachUpdate, SystemCallThatFailsIsReportedAndLeavesAWholeArchive) {
   folder.Write("a.lsa", old);
+  const auto run = [this] { Run(); };
   constexpr unsigned int syncs = CallSync | CallSyncData;
   // A temporary file that can't be removed has to stay.
   for (const unsigned int calls : {syncs, CallAny & ~CallRemove}) {
@@ -133,8 +134,7 @@ TEST_P(EachUpdate, SystemCallThatFailsIsReportedAndLeavesAWholeArchive) {
       EXPECT_EQ(folder.GetNames().size(), 1U);
       folder.Write("a.lsa", old);
     };
-    FailEachCall(
-        calls, [this] { Run(); }, check);
+    FailEachCall(calls, run, check);
   }
 }
 
