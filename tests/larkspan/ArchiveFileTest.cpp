@@ -10,6 +10,7 @@ using ArchiveFiles = Tests::ArchiveFolder;
 
 TEST_F(ArchiveFiles, GivesDataOfTheLastOfEqualNamesAndNothingOnceClosed) {
   Write({0, {}, {{"a", 2, {}, "first"}, {"b", 2, {}, "b"}, {"a", 1, {{"h", "1"}}, "last"}}});
+  const Tests::SampleArchive other{0, {}, {{"a", 1, {{"h", "2"}}, "last"}}};
   ArchiveFile file(location);
   EXPECT_EQ(file.GetEntryCount(), 3U);
   const auto first = *file.EnumerateEntries();
@@ -23,7 +24,7 @@ TEST_F(ArchiveFiles, GivesDataOfTheLastOfEqualNamesAndNothingOnceClosed) {
   Tests::ExpectFailures({
       {[&] { return file.GetInputChannel(first); }, notFound},
       {[&] { return file.GetInputChannel(foreign); }, notFound},
-      {[&] { Write({0, {}, {{"a", 1, {{"h", "2"}}, "last"}}}); }, ""},
+      {[&] { Write(other); }, ""},
       {[&] { return file.GetInputChannel(last); },
        "ArchiveException: Failed to create archive file entry binary input channel: archive "
        "entry not found."},
