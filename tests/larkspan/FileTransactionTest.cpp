@@ -141,6 +141,7 @@ TEST_F(Files, TransactionIsFinishedOnceAndLeavesTheOldOrTheNewFile) {
 TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
   static std::string told;
   const IO::Location stale = folder.At("stale");
+  folder.Write("fresh", "");
   folder.Write("stale", "new");
   folder.Write("stale.bak", "old");
   fs::create_directories(folder.GetPath() / "full/below");
@@ -155,6 +156,11 @@ TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
       {[] { UpdateFileTransaction{IO::Location(u"a")}; }, invalid + "not valid.", ""},
       {[] { UpdateFileTransaction::Recover(IO::Location()); }, invalid + "empty.", ""},
       {[&] { UpdateFileTransaction{stale}; },
+       failed + "start update file transaction: failed to create backup file.", ""},
+      {[&] {
+         const FileFault fault(CallSync, EIO);
+         UpdateFileTransaction{folder.At("fresh")};
+       },
        failed + "start update file transaction: failed to create backup file.", ""},
       {[&] { UpdateFileTransaction{folder.At(std::string(300, 'n'))}; },
        failed + "start update file transaction.",

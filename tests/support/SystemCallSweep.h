@@ -15,7 +15,8 @@
 namespace Tests {
 
 /// Runs `work` again and again, under the fault that `plant` makes of each number from 0 on, until
-/// one does not strike; `check` gets what each run failed with and whether its fault did strike.
+/// one does not strike, though the first must; `check` gets what each run failed with and whether
+/// its fault did strike.
 template <class Plant, class Work, class Check>
 void FailEach(Plant plant, Work work, Check check) {
   bool struck = true;
@@ -26,6 +27,7 @@ void FailEach(Plant plant, Work work, Check check) {
       failure = FailureOf(work);
       struck = fault.HasStruck();
     }
+    EXPECT_TRUE(struck || number > 0) << "There is nothing that could fail.";
     check(failure, struck);
   }
 }
