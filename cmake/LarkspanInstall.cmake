@@ -17,7 +17,7 @@ set(internal_headers
     Base64Codec.h CounterPage.h CounterPool.h IntegerLiteral.h
     ArchiveEntryImpl.h ArchiveExtraction.h ArchiveFileEntryIBinaryChannel.h ArchiveFileReader.h
     ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h
-    BigEndian.h ChannelCopy.h CloseInDestructor.h FailureGuard.h FileTransactionSteps.h
+    BigEndian.h ChannelCopy.h ChannelXValue.h CloseInDestructor.h FailureGuard.h FileTransactionSteps.h
     LocationChecks.h StatusChannelValue.h)
 foreach(header IN LISTS internal_headers)
   list(APPEND excluded_headers PATTERN ${header} EXCLUDE)

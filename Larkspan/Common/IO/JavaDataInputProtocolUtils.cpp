@@ -1,19 +1,14 @@
 #include "Larkspan/Common/IO/JavaDataInputProtocolUtils.h"
 
-#include "Larkspan/Common/IO/BigEndian.h"
+#include <cstddef>
+
+#include "Larkspan/Common/IO/ChannelXValue.h"
 #include "Larkspan/Common/IO/StatusChannelValue.h"
-#include "foundation/Vx/EndOfInputException.h"
-#include "foundation/Vx/IBinaryChannelUtilities.h"
+#include "foundation/Vx/Memory.h"
 #include "foundation/Vx/VxException.h"
 
 namespace Larkspan::Common::IO {
 namespace {
-
-void ReadBytes(Vx::IChannelX& channel, char* buffer, unsigned int size) {
-  if (Vx::IBinaryChannelUtilities::ReadFully(channel, buffer, size) != size) {
-    throw Vx::EndOfInputException("End of input reached.", __FILE__, __LINE__);
-  }
-}
 
 int ReadText(Vx::IChannel& channel, Vx::UniString& text) {
   unsigned short length = 0;
@@ -30,11 +25,10 @@ int ReadText(Vx::IChannel& channel, Vx::UniString& text) {
 }  // namespace
 
 void ReadUTF(Vx::IChannelX& channel, Vx::UniString& text) {
-  BigEndian::Bytes<unsigned short> prefix;
-  ReadBytes(channel, prefix.data(), static_cast<unsigned int>(prefix.size()));
-  const unsigned int length = BigEndian::Decode<unsigned short>(prefix);
+  unsigned short length = 0;
+  ChannelX::ReadValue(channel, length);
   const Vx::ByteArray bytes = Vx::NewByteArray(std::size_t{length} + 1);
-  if (length != 0) ReadBytes(channel, bytes.get(), length);
+  if (length != 0) ChannelX::ReadBytes(channel, bytes.get(), length);
   bytes[length] = 0;
   text.Assign(bytes.get(), VxCharCodeUTF);
 }

@@ -1,24 +1,11 @@
 #include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
 
-#include "Larkspan/Common/IO/BigEndian.h"
-#include "foundation/Vx/EndOfInputException.h"
-#include "foundation/Vx/IBinaryChannelUtilities.h"
+#include "Larkspan/Common/IO/ChannelXValue.h"
 #include "foundation/Vx/Immortal.h"
 
 namespace Larkspan::Common::IO {
-namespace {
 
-template <class T>
-void ReadValue(Vx::IBinaryChannel& channel, T& value) {
-  BigEndian::Bytes<T> bytes;
-  const auto width = static_cast<unsigned int>(bytes.size());
-  if (Vx::IBinaryChannelUtilities::ReadFully(channel, bytes.data(), width) != width) {
-    throw Vx::EndOfInputException("End of input reached.", __FILE__, __LINE__);
-  }
-  value = BigEndian::Decode<T>(bytes);
-}
-
-}  // namespace
+using ChannelX::ReadValue;
 
 JavaDataInputProtocolX::JavaDataInputProtocolX() noexcept = default;
 JavaDataInputProtocolX::JavaDataInputProtocolX(const JavaDataInputProtocolX&) noexcept = default;
