@@ -75,7 +75,7 @@ class PagedBuffer final {
   /// Appends all `dataSize` bytes, or none if it fails. Raises `Vx::IllegalArgumentException` for a
   /// null pointer and for no bytes.
   void Write(const char* data, unsigned int dataSize) {
-    CheckMemory(data, dataSize, __LINE__);
+    CheckMemory(data, dataSize);
     CheckLimit(static_cast<unsigned __int64>(size) + dataSize);
     EnsureCapacity(size + dataSize);
     while (dataSize > 0) {
@@ -94,7 +94,7 @@ class PagedBuffer final {
   /// no bytes.
   [[nodiscard]] unsigned int Read(unsigned int position, char* buffer,
                                   unsigned int bufferSize) const {
-    CheckMemory(buffer, bufferSize, __LINE__);
+    CheckMemory(buffer, bufferSize);
     if (position >= size) return 0;
     const unsigned int wanted = std::min(bufferSize, size - position);
     for (unsigned int done = 0; done < wanted;) {
@@ -134,7 +134,8 @@ class PagedBuffer final {
                           __FILE__, __LINE__);
   }
 
-  static void CheckMemory(const char* memory, unsigned int memorySize, unsigned int line) {
+  static void CheckMemory(const char* memory, unsigned int memorySize,
+                          unsigned int line = __builtin_LINE()) {
     if (memory == nullptr) {
       throw Vx::IllegalArgumentException("Invalid buffer: buffer is null.", __FILE__, line);
     }

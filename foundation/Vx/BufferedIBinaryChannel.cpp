@@ -20,7 +20,7 @@ BufferedIBinaryChannel::~BufferedIBinaryChannel() = default;
 
 unsigned int BufferedIBinaryChannel::Read(char* target, unsigned int size,
                                           ReadSomeModeSelector mode) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (size == 0) return 0;
   if (position == filled && size >= capacity) return wrapped.Get().Read(target, size, mode);
   FillUsedUpBuffer();
@@ -31,13 +31,13 @@ unsigned int BufferedIBinaryChannel::Read(char* target, unsigned int size,
 }
 
 std::string_view BufferedIBinaryChannel::Peek() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   FillUsedUpBuffer();
   return {buffer.get() + position, filled - position};
 }
 
 unsigned __int64 BufferedIBinaryChannel::GetAvailable() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return (filled - position) + wrapped.Get().GetAvailable();
 }
 
@@ -53,8 +53,8 @@ void BufferedIBinaryChannel::FillUsedUpBuffer() {
   filled = wrapped.Get().Read(buffer.get(), capacity, ReadSome);
 }
 
-void BufferedIBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
-  if (closed) throw IOException("Buffered binary input channel is closed.", fileName, lineNumber);
+void BufferedIBinaryChannel::CheckOpened(const char* file, unsigned int line) const {
+  if (closed) throw IOException("Buffered binary input channel is closed.", file, line);
 }
 
 }  // namespace Vx

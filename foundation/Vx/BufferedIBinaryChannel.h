@@ -31,7 +31,7 @@ class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel, publi
   void Advance(unsigned int size) override { position += size; }
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   void FillUsedUpBuffer();
 
   WrappedChannel<IBinaryChannel> wrapped;

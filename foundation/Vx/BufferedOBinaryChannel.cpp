@@ -18,7 +18,7 @@ BufferedOBinaryChannel::BufferedOBinaryChannel(OBinaryChannel& target, unsigned 
 BufferedOBinaryChannel::~BufferedOBinaryChannel() = default;
 
 void BufferedOBinaryChannel::Write(const char* data, unsigned int size) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (size == 0) return;
   if (size > capacity - gathered) WriteGathered();
   if (size >= capacity) {
@@ -30,7 +30,7 @@ void BufferedOBinaryChannel::Write(const char* data, unsigned int size) {
 }
 
 void BufferedOBinaryChannel::Flush() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   WriteGathered();
   wrapped.Get().Flush();
 }
@@ -42,8 +42,8 @@ void BufferedOBinaryChannel::Close() {
   closed = true;
 }
 
-void BufferedOBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
-  if (closed) throw IOException("Buffered binary output channel is closed.", fileName, lineNumber);
+void BufferedOBinaryChannel::CheckOpened(const char* file, unsigned int line) const {
+  if (closed) throw IOException("Buffered binary output channel is closed.", file, line);
 }
 
 void BufferedOBinaryChannel::WriteGathered() {

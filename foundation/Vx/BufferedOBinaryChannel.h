@@ -24,7 +24,7 @@ class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel {
   void Close() override;
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   void WriteGathered();
 
   WrappedChannel<OBinaryChannel> wrapped;

@@ -14,12 +14,12 @@ ChunkedIBinarySubChannel::ChunkedIBinarySubChannel(IBinaryChannel& source,
 ChunkedIBinarySubChannel::~ChunkedIBinarySubChannel() = default;
 
 unsigned int ChunkedIBinarySubChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return ReadFrame(buffer, size);
 }
 
 std::string_view ChunkedIBinarySubChannel::Peek() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (!EnterFrame()) return {};
   const std::string_view bytes = peekable->Peek();
   if (bytes.empty()) throw EndOfInputException("End of input reached.", __FILE__, __LINE__);
@@ -32,7 +32,7 @@ void ChunkedIBinarySubChannel::Advance(unsigned int size) {
 }
 
 unsigned __int64 ChunkedIBinarySubChannel::GetAvailable() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (!EnterFrame()) return 0;
   return std::min<unsigned __int64>(left, channel.GetAvailable());
 }
@@ -45,9 +45,9 @@ void ChunkedIBinarySubChannel::Close() {
   closed = true;
 }
 
-void ChunkedIBinarySubChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+void ChunkedIBinarySubChannel::CheckOpened(const char* file, unsigned int line) const {
   if (closed) {
-    throw IOException("Chunked binary input sub-channel is closed.", fileName, lineNumber);
+    throw IOException("Chunked binary input sub-channel is closed.", file, line);
   }
 }
 

@@ -32,7 +32,7 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
   void Advance(unsigned int size) override;
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   bool EnterFrame() const;
   unsigned int ReadFrame(char* buffer, unsigned int size);
 

@@ -28,7 +28,7 @@ ChunkedOBinarySubChannel::ChunkedOBinarySubChannel(OBinaryChannel& target, const
 ChunkedOBinarySubChannel::~ChunkedOBinarySubChannel() = default;
 
 void ChunkedOBinarySubChannel::Write(const char* data, unsigned int size) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   while (size != 0) {
     if (gathered == 0 && size >= capacity) {
       WriteFrame(data, capacity);
@@ -46,7 +46,7 @@ void ChunkedOBinarySubChannel::Write(const char* data, unsigned int size) {
 }
 
 void ChunkedOBinarySubChannel::Flush() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   WriteGathered();
   channel.Flush();
 }
@@ -58,9 +58,9 @@ void ChunkedOBinarySubChannel::Close() {
   closed = true;
 }
 
-void ChunkedOBinarySubChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+void ChunkedOBinarySubChannel::CheckOpened(const char* file, unsigned int line) const {
   if (closed) {
-    throw IOException("Chunked binary output sub-channel is closed.", fileName, lineNumber);
+    throw IOException("Chunked binary output sub-channel is closed.", file, line);
   }
 }
 

@@ -28,7 +28,7 @@ class FOUNDATION_API ChunkedOBinarySubChannel final : public OBinaryChannel {
   void Close() override;
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   void WriteFrame(const char* data, unsigned int size);
   void WriteGathered();
 

@@ -13,7 +13,7 @@ MemoryIBinaryChannel::MemoryIBinaryChannel(const char* data, unsigned int size) 
 MemoryIBinaryChannel::~MemoryIBinaryChannel() = default;
 
 unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   const unsigned int count = std::min(size, left);
   if (count == 0) return 0;
   std::memcpy(buffer, next, count);
@@ -22,7 +22,7 @@ unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadSom
 }
 
 std::string_view MemoryIBinaryChannel::Peek() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return {next, left};
 }
 
@@ -32,7 +32,7 @@ void MemoryIBinaryChannel::Advance(unsigned int size) {
 }
 
 unsigned __int64 MemoryIBinaryChannel::GetAvailable() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return left;
 }
 
@@ -40,8 +40,8 @@ void MemoryIBinaryChannel::Close() {
   closed = true;
 }
 
-void MemoryIBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
-  if (closed) throw IOException("Memory binary input channel is closed.", fileName, lineNumber);
+void MemoryIBinaryChannel::CheckOpened(const char* file, unsigned int line) const {
+  if (closed) throw IOException("Memory binary input channel is closed.", file, line);
 }
 
 }  // namespace Vx

@@ -23,7 +23,7 @@ class FOUNDATION_API MemoryIBinaryChannel final : public IBinaryChannel, public 
   void Advance(unsigned int size) override;
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
 
   const char* next;
   unsigned int left;

@@ -10,20 +10,20 @@ MemoryOBinaryChannel::MemoryOBinaryChannel() noexcept = default;
 MemoryOBinaryChannel::~MemoryOBinaryChannel() = default;
 
 void MemoryOBinaryChannel::Write(const char* data, unsigned int size) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (size != 0) content.Append(std::string_view(data, size));
 }
 
 void MemoryOBinaryChannel::Flush() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
 }
 
 void MemoryOBinaryChannel::Close() {
   closed = true;
 }
 
-void MemoryOBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
-  if (closed) throw IOException("Memory binary output channel is closed.", fileName, lineNumber);
+void MemoryOBinaryChannel::CheckOpened(const char* file, unsigned int line) const {
+  if (closed) throw IOException("Memory binary output channel is closed.", file, line);
 }
 
 }  // namespace Vx

@@ -22,7 +22,7 @@ class FOUNDATION_API MemoryOBinaryChannel final : public OBinaryChannel {
   [[nodiscard]] unsigned int GetSize() const noexcept { return content.GetLength(); }
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
 
   String content;
   bool closed = false;

@@ -8,12 +8,12 @@ namespace {
 constexpr const char* EmptyHeaderName = "Invalid archive entry header name: header name is empty.";
 
 const Vx::UniString& CheckedName(const Vx::UniString& name) {
-  CheckName(name, EmptyEntryName, __FILE__, __LINE__);
+  CheckName(name, EmptyEntryName);
   return name;
 }
 
 const ArchiveHeaders& CheckedHeaders(const ArchiveHeaders& headers) {
-  CheckHeaderNames(headers, __FILE__, __LINE__);
+  CheckHeaderNames(headers);
   return headers;
 }
 
@@ -33,17 +33,17 @@ ArchiveHeaderIterator ArchiveEntryImpl::EnumerateHeaders() const {
 }
 
 bool ArchiveEntryImpl::ConstainsHeader(const Vx::UniString& headerName) const {
-  CheckName(headerName, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(headerName, EmptyHeaderName);
   return HasHeader(headers, headerName);
 }
 
 bool ArchiveEntryImpl::GetHeader(const Vx::UniString& headerName, Vx::UniString& value) const {
-  CheckName(headerName, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(headerName, EmptyHeaderName);
   return FindHeader(headers, headerName, value);
 }
 
 void ArchiveEntryImpl::PutHeader(const Vx::UniString& headerName, const Vx::UniString& value) {
-  CheckName(headerName, EmptyHeaderName, __FILE__, __LINE__);
+  CheckName(headerName, EmptyHeaderName);
   headers.Put(headerName, value);
 }
 

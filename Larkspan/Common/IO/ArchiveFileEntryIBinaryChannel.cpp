@@ -30,12 +30,12 @@ ArchiveFileEntryIBinaryChannel::~ArchiveFileEntryIBinaryChannel() {
 
 unsigned int ArchiveFileEntryIBinaryChannel::Read(char* buffer, unsigned int size,
                                                   ReadSomeModeSelector mode) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return reader->Read(buffer, size, mode);
 }
 
 unsigned __int64 ArchiveFileEntryIBinaryChannel::GetAvailable() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return reader->GetAvailable();
 }
 

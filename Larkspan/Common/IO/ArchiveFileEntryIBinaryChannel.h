@@ -22,7 +22,7 @@ class ArchiveFileEntryIBinaryChannel final : public Vx::IBinaryChannel {
   void Close() override;
 
  private:
-  void CheckOpened(const char* file, unsigned int line) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
 
   // Empty once the channel is closed.
   Vx::Ref<ArchiveIBinaryChannel, Vx::AtomicCounter> reader;

@@ -5,17 +5,15 @@
 
 namespace Larkspan::Common::IO {
 
-void CheckName(const Vx::UniString& name, const char* message, const char* fileName,
-               unsigned int lineNumber) {
-  if (name.IsEmpty()) throw Vx::IllegalArgumentException(message, fileName, lineNumber);
+void CheckName(const Vx::UniString& name, const char* message, const char* file,
+               unsigned int line) {
+  if (name.IsEmpty()) throw Vx::IllegalArgumentException(message, file, line);
 }
 
-void CheckHeaderNames(const ArchiveHeaders& headers, const char* fileName,
-                      unsigned int lineNumber) {
+void CheckHeaderNames(const ArchiveHeaders& headers, const char* file, unsigned int line) {
   if (!HasHeader(headers, Vx::UniString())) return;
   throw Vx::IllegalArgumentException(
-      "Invalid archive entry headers: headers contains header with empty name.", fileName,
-      lineNumber);
+      "Invalid archive entry headers: headers contains header with empty name.", file, line);
 }
 
 bool HasHeader(const ArchiveHeaders& headers, const Vx::UniString& name) {

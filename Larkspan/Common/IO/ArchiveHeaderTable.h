@@ -13,11 +13,12 @@ namespace Larkspan::Common::IO {
 inline constexpr const char* EmptyEntryName = "Invalid archive entry name: name is empty.";
 
 /// Raises `Vx::IllegalArgumentException` with `message` if `name` is empty.
-void CheckName(const Vx::UniString& name, const char* message, const char* fileName,
-               unsigned int lineNumber);
+void CheckName(const Vx::UniString& name, const char* message, const char* file = __builtin_FILE(),
+               unsigned int line = __builtin_LINE());
 
 /// Raises `Vx::IllegalArgumentException` if any header of the table has an empty name.
-void CheckHeaderNames(const ArchiveHeaders& headers, const char* fileName, unsigned int lineNumber);
+void CheckHeaderNames(const ArchiveHeaders& headers, const char* file = __builtin_FILE(),
+                      unsigned int line = __builtin_LINE());
 
 [[nodiscard]] bool HasHeader(const ArchiveHeaders& headers, const Vx::UniString& name);
 

@@ -7,7 +7,7 @@ namespace Larkspan::Common::IO {
 
 CreateFileTransaction::CreateFileTransaction(const ::IO::Location& location)
     : fileLocation(location) {
-  CheckTransactionLocation(location, fileLocation, __FILE__, __LINE__);
+  CheckTransactionLocation(location, fileLocation);
 }
 
 CreateFileTransaction::~CreateFileTransaction() {
@@ -20,8 +20,7 @@ void CreateFileTransaction::Commit() {
                   "been committed.",
                   aborted,
                   "Failed to commit create file transaction: create file transaction has already "
-                  "been aborted.",
-                  __FILE__, __LINE__);
+                  "been aborted.");
   committed = true;
 }
 
@@ -31,8 +30,7 @@ void CreateFileTransaction::Abort() {
                   "been committed.",
                   aborted,
                   "Failed to abort create file transaction: create file transaction has already "
-                  "been aborted.",
-                  __FILE__, __LINE__);
+                  "been aborted.");
   aborted = true;
   PresentFailuresAs<FileTransactionException>("Failed to abort create file transaction.", __FILE__,
                                               __LINE__, [this] { DeleteIfThere(fileLocation); });

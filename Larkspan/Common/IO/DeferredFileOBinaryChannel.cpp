@@ -30,7 +30,7 @@ constexpr unsigned int CopyBufferSize = 0x80000;
 DeferredFileOBinaryChannel::DeferredFileOBinaryChannel(const ::IO::Location& fileLocation,
                                                        unsigned __int64 thresholdSize)
     : ThresholdingOBinaryChannel(thresholdSize), location(fileLocation) {
-  CheckLocation(fileLocation, __FILE__, __LINE__);
+  CheckLocation(fileLocation);
   if (thresholdSize > 0xFFFFFFFFU) {
     throw Vx::IllegalArgumentException(
         "Invalid threshold: threshold is larger than maximum supported size.", __FILE__, __LINE__);
@@ -45,7 +45,7 @@ DeferredFileOBinaryChannel::DeferredFileOBinaryChannel(const ::IO::Location& fil
 DeferredFileOBinaryChannel::~DeferredFileOBinaryChannel() = default;
 
 void DeferredFileOBinaryChannel::Write(const char* data, unsigned int size) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (incomplete) FailAsIncomplete(__LINE__);
   try {
     ThresholdingOBinaryChannel::Write(data, size);

@@ -1,8 +1,8 @@
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 
 #include "Larkspan/Common/IO/CloseInDestructor.h"
-#include "Larkspan/Common/IO/LocationChecks.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
+#include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
@@ -18,7 +18,7 @@ namespace {
 
 FileIBinaryChannel::FileIBinaryChannel(const ::IO::Location& location, const FileShare& share)
     : file(location, ::IO::OnNotFound::Fail) {
-  CheckFileLocation(location, __FILE__, __LINE__);
+  CheckFileLocation(location);
   if (file.GetStatus() == ::IO::StatusFileNotFound) {
     throw FileNotFoundException("Failed to create file binary input channel: file not found.",
                                 __FILE__, __LINE__);
@@ -41,7 +41,7 @@ unsigned int FileIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeM
     throw Vx::IllegalArgumentException("Invalid destination buffer length: length is 0.", __FILE__,
                                        __LINE__);
   }
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   unsigned int count = 0;
   const int status = file.ReadBin(buffer, size, &count);
   if (status == ::IO::StatusEndOfInput) return count;
@@ -52,7 +52,7 @@ unsigned int FileIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeM
 }
 
 std::string_view FileIBinaryChannel::Peek() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   std::string_view bytes;
   const int status = file.PeekBin(&bytes);
   if (status != 0 && status != ::IO::StatusEndOfInput) {
@@ -62,7 +62,7 @@ std::string_view FileIBinaryChannel::Peek() {
 }
 
 unsigned __int64 FileIBinaryChannel::GetAvailable() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   unsigned __int64 size = 0;
   if (file.GetAvailableSize(&size) != 0) {
     throw Vx::IOException("Failed to get available data size of file binary input channel.",

@@ -34,7 +34,8 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel, public 
   void Advance(unsigned int size) override { file.Advance(size); }
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* fileName = __builtin_FILE(),
+                   unsigned int lineNumber = __builtin_LINE()) const;
 
   ::IO::File file;
   bool opened = true;

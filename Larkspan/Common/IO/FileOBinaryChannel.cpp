@@ -33,7 +33,7 @@ const char* GetWriteFailure(int status, unsigned int written, unsigned int size)
 FileOBinaryChannel::FileOBinaryChannel(const ::IO::Location& location, bool append,
                                        const FileShare& share)
     : file(location, ::IO::OnNotFound::Ignore) {
-  CheckFileLocation(location, __FILE__, __LINE__);
+  CheckFileLocation(location);
   if (share != FileShare::NoShare) {
     throw Vx::IllegalArgumentException("Invalid file share: file share is not supported yet.",
                                        __FILE__, __LINE__);
@@ -60,7 +60,7 @@ void FileOBinaryChannel::Write(const char* data, unsigned int size) {
     throw Vx::IllegalArgumentException("Invalid source buffer length: length is 0.", __FILE__,
                                        __LINE__);
   }
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   unsigned int written = 0;
   const int status = file.WriteBin(data, size, &written);
   if (const char* failure = GetWriteFailure(status, written, size); failure != nullptr) {
@@ -69,7 +69,7 @@ void FileOBinaryChannel::Write(const char* data, unsigned int size) {
 }
 
 void FileOBinaryChannel::Flush() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
 }
 
 void FileOBinaryChannel::Close() {

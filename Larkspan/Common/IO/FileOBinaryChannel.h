@@ -27,7 +27,8 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
   void Close() override;
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* fileName = __builtin_FILE(),
+                   unsigned int lineNumber = __builtin_LINE()) const;
 
   ::IO::File file;
   bool opened = true;

@@ -11,18 +11,19 @@ namespace Larkspan::Common::IO {
 
 /// The tests of a constructor: of its argument, and of the copy that it made of that.
 inline void CheckTransactionLocation(const ::IO::Location& location, const ::IO::Location& copy,
-                                     const char* fileName, unsigned int lineNumber) {
-  CheckFileLocation(location, fileName, lineNumber);
-  if (copy.GetStatus() != 0) throw Vx::OutOfMemoryException("", fileName, lineNumber);
+                                     const char* file = __builtin_FILE(),
+                                     unsigned int line = __builtin_LINE()) {
+  CheckFileLocation(location, file, line);
+  if (copy.GetStatus() != 0) throw Vx::OutOfMemoryException("", file, line);
 }
 
 /// The test that comes first in `Commit` and `Abort`. A transaction that is finished has one of the
 /// flags set, and fails with the message that belongs to it.
 inline void CheckUnfinished(bool committed, const char* committedMessage, bool aborted,
-                            const char* abortedMessage, const char* fileName,
-                            unsigned int lineNumber) {
-  if (committed) throw FileTransactionException(committedMessage, fileName, lineNumber);
-  if (aborted) throw FileTransactionException(abortedMessage, fileName, lineNumber);
+                            const char* abortedMessage, const char* file = __builtin_FILE(),
+                            unsigned int line = __builtin_LINE()) {
+  if (committed) throw FileTransactionException(committedMessage, file, line);
+  if (aborted) throw FileTransactionException(abortedMessage, file, line);
 }
 
 /// Deletes what is there. It is no failure if somebody else is faster, or if the deletion is

@@ -35,7 +35,7 @@ constexpr unsigned int DefaultRetryDelay = 250;
 }  // namespace
 
 bool Exists(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   bool found = false;
   switch (::IO::fileSystem.Contains(location, &found)) {
     case ::IO::StatusSuccess:
@@ -48,17 +48,17 @@ bool Exists(const ::IO::Location& location) {
 }
 
 bool IsFolder(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   return GetType(location) == ::IO::EntryType::Folder;
 }
 
 bool IsFile(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   return GetType(location) == ::IO::EntryType::File;
 }
 
 unsigned __int64 GetFileSize(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   const ::IO::File file(location, ::IO::OnNotFound::Fail);
   int status = file.GetStatus();
   unsigned int length = 0;
@@ -70,7 +70,7 @@ unsigned __int64 GetFileSize(const ::IO::Location& location) {
 }
 
 void CreateParentFolder(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   if (location.GetLocalLength() == 0) return;
   ::IO::Location parent(location);
   int status = parent.DeleteLastLocalName();
@@ -89,7 +89,7 @@ void CreateParentFolder(const ::IO::Location& location) {
 }
 
 void CreateFolder(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   if (Exists(location)) return;
   const int status = ::IO::fileSystem.CreateFolderTree(location);
   if (status != 0) {

@@ -6,28 +6,24 @@
 /// The first tests of whatever takes a location: it is valid, and it is not empty.
 namespace Larkspan::Common::IO {
 
-inline void CheckLocation(const ::IO::Location& location, const char* fileName,
-                          unsigned int lineNumber) {
+inline void CheckLocation(const ::IO::Location& location, const char* file = __builtin_FILE(),
+                          unsigned int line = __builtin_LINE()) {
   if (!location.IsValid()) {
-    throw Vx::IllegalArgumentException("Invalid location: location is not valid.", fileName,
-                                       lineNumber);
+    throw Vx::IllegalArgumentException("Invalid location: location is not valid.", file, line);
   }
   if (location.IsEmpty()) {
-    throw Vx::IllegalArgumentException("Invalid location: location is empty.", fileName,
-                                       lineNumber);
+    throw Vx::IllegalArgumentException("Invalid location: location is empty.", file, line);
   }
 }
 
 /// The same in the words of those that mean a file.
-inline void CheckFileLocation(const ::IO::Location& location, const char* fileName,
-                              unsigned int lineNumber) {
+inline void CheckFileLocation(const ::IO::Location& location, const char* file = __builtin_FILE(),
+                              unsigned int line = __builtin_LINE()) {
   if (!location.IsValid()) {
-    throw Vx::IllegalArgumentException("Invalid file location: location is not valid.", fileName,
-                                       lineNumber);
+    throw Vx::IllegalArgumentException("Invalid file location: location is not valid.", file, line);
   }
   if (location.IsEmpty()) {
-    throw Vx::IllegalArgumentException("Invalid file location: location is empty.", fileName,
-                                       lineNumber);
+    throw Vx::IllegalArgumentException("Invalid file location: location is empty.", file, line);
   }
 }
 

@@ -52,7 +52,7 @@ bool IsRelativePath(const Vx::UniString& path) {
 }
 
 Vx::UniString LocationToPath(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   Vx::UniString path;
   if (location.ToPath(path) != 0) {
     throw Vx::IOException("Failed to get location path.", __FILE__, __LINE__);
@@ -95,7 +95,7 @@ Vx::UniString LocationToPath(const ::IO::RelativeLocation& location) {
 }
 
 ::IO::Location LocationFromRelativePath(const ::IO::Location& base, const Vx::UniString& path) {
-  CheckLocation(base, __FILE__, __LINE__);
+  CheckLocation(base);
   CheckPath(path, __LINE__);
   if (IsAbsolutePath(path)) {
     throw Vx::IOException(
@@ -110,7 +110,7 @@ Vx::UniString LocationToPath(const ::IO::RelativeLocation& location) {
 }
 
 Vx::UniString LocationToURL(const ::IO::Location& location) {
-  CheckLocation(location, __FILE__, __LINE__);
+  CheckLocation(location);
   Vx::UniString path = LocationToPath(location);
   path.ReplaceAll(PathSeparator, UrlSeparator);
   Vx::UniString url(UrlPrefix);

@@ -28,10 +28,10 @@ class PagedBufferOBinaryChannel final : public Vx::OBinaryChannel {
     if (size == 0) {
       throw Vx::IllegalArgumentException("Invalid buffer size: size is 0.", __FILE__, __LINE__);
     }
-    CheckOpened(__FILE__, __LINE__);
+    CheckOpened();
     buffer.Write(data, size);
   }
-  void Flush() override { CheckOpened(__FILE__, __LINE__); }
+  void Flush() override { CheckOpened(); }
   void Close() override { closed = true; }
 
   /// Writes the whole content to `target`, in pieces of at most 65,536 bytes, and takes no memory
@@ -49,9 +49,10 @@ class PagedBufferOBinaryChannel final : public Vx::OBinaryChannel {
   }
 
  private:
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const {
+  void CheckOpened(const char* file = __builtin_FILE(),
+                   unsigned int line = __builtin_LINE()) const {
     if (!closed) return;
-    throw Vx::IOException("Paged buffer binary output channel is closed.", fileName, lineNumber);
+    throw Vx::IOException("Paged buffer binary output channel is closed.", file, line);
   }
 
   PagedBuffer<PageSize, FixedPages> buffer;

@@ -33,14 +33,14 @@ ThresholdingOBinaryChannel& ThresholdingOBinaryChannel::operator=(
 ThresholdingOBinaryChannel::~ThresholdingOBinaryChannel() = default;
 
 void ThresholdingOBinaryChannel::Write(const char* data, unsigned int size) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   CheckThreshold(size);
   GetOutputChannel().Write(data, size);
   count += size;
 }
 
 void ThresholdingOBinaryChannel::Flush() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   GetOutputChannel().Flush();
 }
 
@@ -49,9 +49,9 @@ void ThresholdingOBinaryChannel::Close() {
   closed = true;
 }
 
-void ThresholdingOBinaryChannel::CheckOpened(const char* fileName, unsigned int lineNumber) const {
+void ThresholdingOBinaryChannel::CheckOpened(const char* file, unsigned int line) const {
   if (!closed) return;
-  throw Vx::IOException("Thresholding binary output channel is closed.", fileName, lineNumber);
+  throw Vx::IOException("Thresholding binary output channel is closed.", file, line);
 }
 
 void ThresholdingOBinaryChannel::CheckThreshold(unsigned __int64 size) {

@@ -42,7 +42,7 @@ class LARKSPAN_API ThresholdingOBinaryChannel : public Vx::OBinaryChannel {
   virtual void ThresholdReached() = 0;
 
   /// Raises the failure of a closed channel, with the place given.
-  void CheckOpened(const char* fileName, unsigned int lineNumber) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   /// Calls `ThresholdReached` if `size` more bytes lead past the threshold for the first time.
   void CheckThreshold(unsigned __int64 size);
   [[nodiscard]] bool IsClosed() const noexcept { return closed; }

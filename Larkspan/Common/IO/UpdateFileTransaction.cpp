@@ -111,7 +111,7 @@ void Restore(const ::IO::Location& backup, const ::IO::Location& file) {
 
 UpdateFileTransaction::UpdateFileTransaction(const ::IO::Location& location)
     : fileLocation(location) {
-  CheckTransactionLocation(location, fileLocation, __FILE__, __LINE__);
+  CheckTransactionLocation(location, fileLocation);
   PresentFailuresAs<FileTransactionException>("Failed to start update file transaction.", __FILE__,
                                               __LINE__, [this] { MoveToBackup(); });
 }
@@ -142,8 +142,7 @@ void UpdateFileTransaction::Commit() {
                   "been committed.",
                   aborted,
                   "Failed to commit update file transaction: update file transaction has already "
-                  "been aborted.",
-                  __FILE__, __LINE__);
+                  "been aborted.");
   ParentFolder folder(fileLocation);
   PresentFailuresAs<FileTransactionException>(
       "Failed to commit update file transaction.", __FILE__, __LINE__, [&] {
@@ -172,8 +171,7 @@ void UpdateFileTransaction::Abort() {
                   "been committed.",
                   aborted,
                   "Failed to abort update file transaction: update file transaction has already "
-                  "been aborted.",
-                  __FILE__, __LINE__);
+                  "been aborted.");
   aborted = true;
   PresentFailuresAs<FileTransactionException>("Failed to abort update file transaction.", __FILE__,
                                               __LINE__, [this] { MoveBack(); });
@@ -192,7 +190,7 @@ void UpdateFileTransaction::MoveBack() {
 }
 
 bool UpdateFileTransaction::Recover(const ::IO::Location& location) {
-  CheckFileLocation(location, __FILE__, __LINE__);
+  CheckFileLocation(location);
   bool found = false;
   PresentFailuresAs<FileTransactionException>(
       "Failed to recover update file transaction.", __FILE__, __LINE__, [&] {
