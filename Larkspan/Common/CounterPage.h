@@ -55,8 +55,8 @@ struct CounterPage {
   std::uint16_t firstFree = 0;
   std::uint16_t freeCount = SlotCount;
   // The neighbours in the pool's list; null while the page stands on no list.
-  CounterPage* previous = nullptr;
-  CounterPage* next = nullptr;
+  alignas(8) CounterPage* previous = nullptr;
+  alignas(8) CounterPage* next = nullptr;
 };
 
 static_assert(sizeof(CounterPage) == 4088 && offsetof(CounterPage, slots) == 0);
