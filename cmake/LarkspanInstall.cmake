@@ -11,19 +11,10 @@ if(LARKSPAN_BUILD_TOOL)
   install(TARGETS larkspan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
-# Internal headers stay behind: nothing that is installed includes them.
-set(internal_headers
-    posix Encoding.h MemoryGuard.h PathNames.h SipHash.h Utf8.h
-    Base64Codec.h CounterPage.h CounterPool.h IntegerLiteral.h
-    ArchiveEntryImpl.h ArchiveExtraction.h ArchiveFileEntryIBinaryChannel.h ArchiveFileReader.h
-    ArchiveFormat.h ArchiveHeaderTable.h ArchiveUpdate.h
-    BigEndian.h ChannelCopy.h ChannelXValue.h CloseInDestructor.h FailureGuard.h FileTransactionSteps.h
-    LocationChecks.h StatusChannelValue.h)
-foreach(header IN LISTS internal_headers)
-  list(APPEND excluded_headers PATTERN ${header} EXCLUDE)
+foreach(header IN LISTS LARKSPAN_PUBLIC_HEADERS)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
 endforeach()
-install(DIRECTORY foundation Larkspan DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h" ${excluded_headers})
 install(EXPORT LarkspanTargets NAMESPACE Larkspan:: DESTINATION ${package_directory})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/LarkspanConfig.cmake.in

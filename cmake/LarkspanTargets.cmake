@@ -17,15 +17,13 @@ function(larkspan_warnings target)
   endif()
 endfunction()
 
-# larkspan_library(TARGET NAME DIRECTORIES dir... [HEADERS file...]): a library of all the units
-# below the directories, with the alias Larkspan::NAME and its headers installed.
+# larkspan_library(TARGET NAME DIRECTORY...): a library of all the units below the directories, with
+# the alias Larkspan::NAME here and that name in an installation.
 function(larkspan_library target name)
-  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "DIRECTORIES;HEADERS")
-  set(patterns ${arg_DIRECTORIES})
-  list(TRANSFORM patterns APPEND "/*.cpp" OUTPUT_VARIABLE sources)
-  list(TRANSFORM patterns APPEND "/*.h" OUTPUT_VARIABLE headers)
-  file(GLOB_RECURSE units CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${sources})
-  add_library(${target} ${units} ${arg_HEADERS})
+  set(patterns ${ARGN})
+  list(TRANSFORM patterns APPEND "/*.cpp")
+  file(GLOB_RECURSE units CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${patterns})
+  add_library(${target} ${units})
   add_library(Larkspan::${name} ALIAS ${target})
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} PUBLIC
@@ -35,8 +33,5 @@ function(larkspan_library target name)
       EXPORT_NAME ${name}
       VERSION ${PROJECT_VERSION}
       SOVERSION ${PROJECT_VERSION_MAJOR})
-  if(target STREQUAL "foundation")
-    set_target_properties(${target} PROPERTIES OUTPUT_NAME larkspan-foundation)
-  endif()
   larkspan_warnings(${target})
 endfunction()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # package_test.sh BUILD SOURCE: installs BUILD, builds an example against the installation with
-# find_package, runs it, and includes each installed header alone.
+# find_package, runs it, and looks at the installed headers.
 set -euo pipefail
 build=$(realpath "$1") source=$(realpath "$2")
 work=$(mktemp -d)
@@ -13,11 +13,18 @@ cmake --build "$work/build" >/dev/null
 "$work/installed/bin/larkspan" --version >/dev/null
 "$work/build/consumer" | grep -qx "poems/violets.txt: Violets are blue."
 
+# Installed headers include nothing of ours that is not installed, and not zlib: hosts may lack its
+# headers.
 cd "$work/installed/include"
 find . -name '*.h' -printf '#include "%P"\n' >"$work/all.cpp"
-sort -r "$work/all.cpp" -o "$work/all.cpp"
 c++ -std=c++20 -fsyntax-only -I. "$work/all.cpp"
-if grep -rlE 'posix/|zlib\.h' . ; then
-  echo "an installed header includes what is not installed" >&2
+if grep -rl 'zlib\.h' .; then
+  echo "an installed header includes zlib's" >&2
   exit 1
 fi
+
+# The tool and the examples make do with what is installed.
+grep -rhoE '^#include "(foundation|Larkspan)/[^"]+"' "$source"/{tools,examples} | cut -d'"' -f2 | sort -u |
+  while read -r header; do
+    [ -e "$header" ] || { echo "$header is used as a public header and is not installed" >&2; exit 1; }
+  done
