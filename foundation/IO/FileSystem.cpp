@@ -51,7 +51,9 @@ int MakeFolders(const Vx::String& path) {
   const Vx::String::View whole = path.GetView();
   std::size_t end = whole.size();
   int error = Posix::MakeFolder(path);
-  while (error == ENOENT && (end = whole.rfind('/', end - 1)) != 0) {
+  while (error == ENOENT) {
+    end = whole.rfind('/', end - 1);
+    if (end == 0 || end == Vx::String::View::npos) break;  // nothing above can be made
     error = Posix::MakeFolder(Vx::String(whole.substr(0, end)));
   }
   while (error == 0 && end < whole.size()) {
