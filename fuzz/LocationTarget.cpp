@@ -17,12 +17,11 @@ void CheckLocation(const Location& location) {
   // Up to the root name by name, and from each name down again.
   for (Location place = location; !place.IsRoot();) {
     IO::Name name;
-    Location parent = place;
-    Fuzz::Require(place.GetLastLocalName(name) == 0, "what is no root has a name");
+    Location parent;
+    Fuzz::Require(place.Split(parent, name) == 0, "what is not a root has a folder and a name");
     const auto text = name.GetText().GetView();
     Fuzz::Require(!text.empty() && text != u"." && text != u"..", "a name is one name");
     Fuzz::Require(text.find_first_of(u"/\\") == text.npos, "a name is one name");
-    Fuzz::Require(parent.DeleteLastLocalName() == 0, "what is no root has a parent");
     Fuzz::Require(place.IsBelow(parent) && !parent.IsBelow(place), "the parent is above");
     Location again = parent;
     Fuzz::Require(again.AppendToLocal(name) == 0 && again == place, "the name leads back");

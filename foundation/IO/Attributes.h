@@ -12,9 +12,13 @@ struct Attributes {
   __int64 modifiedSeconds = 0;  // since 1970-01-01 00:00 UTC
   unsigned int modifiedNanoseconds = 0;
   unsigned int mode = 0;  // the permission bits, 0 to 07777
-  // Two items with the same device and node are the same item.
   unsigned __int64 device = 0;
-  unsigned __int64 node = 0;
+  unsigned __int64 node = 0;  // the inode
+
+  /// Whether both are of one item, perhaps under two names.
+  [[nodiscard]] bool IsSameItem(const Attributes& other) const noexcept {
+    return device == other.device && node == other.node;
+  }
 
   friend bool operator==(const Attributes&, const Attributes&) noexcept = default;
 };

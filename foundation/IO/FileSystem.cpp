@@ -30,10 +30,9 @@ int OnPath(const Location& location, Work&& work) noexcept {
 // Opens the folder of `location` and hands it, the item's name and `target` to `step`.
 int ChangeName(const Location& location, const Name& target,
                int (*step)(int folder, const Vx::String& from, const Vx::String& to)) noexcept {
-  Location parent(location);
+  Location parent;
   Name source;
-  int outcome = parent.GetLastLocalName(source);
-  if (outcome == StatusSuccess) outcome = parent.DeleteLastLocalName();
+  const int outcome = location.Split(parent, source);
   if (outcome != StatusSuccess) return outcome;
   return OnPath(parent, [&](const Vx::String& path) {
     Vx::String from;

@@ -114,6 +114,34 @@ int Location::DeleteLastLocalName() noexcept {
   });
 }
 
+Location Location::GetParent() const noexcept {
+  Location parent(*this);
+  parent.Fail(parent.DeleteLastLocalName());
+  return parent;
+}
+
+int Location::Split(Location& folder, Name& name) const noexcept {
+  Location parent = GetParent();
+  if (!parent.IsValid()) return parent.status;
+  const int outcome = GetLastLocalName(name);
+  if (outcome == StatusSuccess) folder = std::move(parent);
+  return outcome;
+}
+
+Location Location::GetSibling(View suffix) const noexcept {
+  Location sibling;
+  Name name;
+  int outcome = Split(sibling, name);
+  if (outcome == StatusSuccess) {
+    outcome = GuardMemory(StatusOutOfMemory, [&] {
+      name.GetText().Append(suffix);
+      return sibling.AppendToLocal(name);
+    });
+  }
+  sibling.Fail(outcome);
+  return sibling;
+}
+
 int Location::AppendToLocal(const Name& name) noexcept {
   if (!PathNames::IsName(name.GetText())) return StatusInvalidLocation;
   return AppendText(name.GetText());

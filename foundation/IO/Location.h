@@ -57,6 +57,15 @@ class FOUNDATION_API Location final {
   /// Takes the last name away. Fails where there is none.
   [[nodiscard]] int DeleteLastLocalName() noexcept;
 
+  /// The folder that the location lies in. Invalid where the location has no name or is invalid.
+  [[nodiscard]] Location GetParent() const noexcept;
+  /// The folder that the location lies in, and the last name. Fails as `GetLastLocalName` and then
+  /// leaves both as they were.
+  [[nodiscard]] int Split(Location& folder, Name& name) const noexcept;
+  /// The location beside this one that has `suffix` appended to its last name. Invalid where there
+  /// is no name, or the suffix doesn't make another one.
+  [[nodiscard]] Location GetSibling(Vx::UniString::View suffix) const noexcept;
+
   /// Goes down by one name. Fails, and changes nothing, for a name that is empty, `.` or `..`, or
   /// holds a separator or U+0000, and for a location that is invalid or empty. Running out of
   /// memory becomes the location's status.

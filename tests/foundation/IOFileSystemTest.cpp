@@ -108,6 +108,7 @@ TEST_F(IOFileSystem, RunningOutOfMemoryIsAStatus) {
       [&] { return fileSystem.ContainsLink(top, deep, &found); },
       [&] { return fileSystem.FromNativePath("to-a-place-with-a-long-name", location = {}); },
       [&] { return IO::Location(deep).AppendToLocal(name); },
+      [&] { return deep.GetSibling(name.GetText()).GetStatus(); },
       [&] { return fileSystem.Rename(deep, name, Report); }};
   for (const auto& operation : operations) {
     int status = 0;

@@ -204,9 +204,9 @@ void CreateFile(const CreateOptions& options, Console& console) {
   if (target.present) tree.Exclude(*target.present);
   Collect(options, tree);
   const ArchiveHeaders headers = MakeHeaders(options, tree);
-  ::IO::Location folder(target.place);
+  ::IO::Location folder;
   ::IO::Name name;
-  if (folder.GetLastLocalName(name) != 0 || folder.DeleteLastLocalName() != 0) {
+  if (target.place.Split(folder, name) != 0) {
     throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "no name of a file");
   }
   const std::string subject = ToPrintable(options.archive);

@@ -127,11 +127,9 @@ class Extraction final {
     const ::IO::Location place = FindPlace(entry.GetName());
     const bool ownFile = IsOwnFile(place);
     if (!ownFile && !IsFree(place)) return;
-    ::IO::Location parent(place);
+    ::IO::Location parent;
     ::IO::Name name;
-    if (parent.GetLastLocalName(name) != 0 || parent.DeleteLastLocalName() != 0) {
-      Vx::ThrowOutOfMemory();
-    }
+    if (place.Split(parent, name) != 0) Vx::ThrowOutOfMemory();
     MakeParent(parent);
     TemporaryFile file(parent, ToPrintable(place));
     WriteData(entry, place, file.GetFile());

@@ -29,8 +29,7 @@ bool IsBelow(const Vx::UniString& name, const Vx::UniString& folder) noexcept {
 bool AreSame(const FileTree::Item& one, const FileTree::Item& other) noexcept {
   if (one.IsFolder() || other.IsFolder()) return one.IsFolder() && other.IsFolder();
   return !one.isStandardInput && !other.isStandardInput &&
-         one.attributes.device == other.attributes.device &&
-         one.attributes.node == other.attributes.node;
+         one.attributes.IsSameItem(other.attributes);
 }
 
 struct NamedItem {
@@ -182,9 +181,7 @@ bool FileTree::FindAttributes(const ::IO::Location& place, ::IO::Attributes& att
 }
 
 void FileTree::Take(unsigned int folder, Vx::UniString name, const ::IO::Attributes& attributes) {
-  const auto isSame = [&](const ::IO::Attributes& other) {
-    return other.device == attributes.device && other.node == attributes.node;
-  };
+  const auto isSame = [&](const ::IO::Attributes& other) { return other.IsSameItem(attributes); };
   items.push_back(Item{folder, std::move(name), attributes});
   if (std::ranges::none_of(excluded, isSame)) return;
   console.Note(ToPrintable(GetLocation(items.back())), "left out: it is the archive itself");

@@ -55,9 +55,7 @@ void TemporaryFile::Complete(const ::IO::Name& name, Naming naming) {
 void TemporaryFile::CompleteOnDisk(const ::IO::Name& name, Naming naming) {
   Check(file.Flush(), "can't be brought to the disk");
   Complete(name, naming);
-  ::IO::Location parent(place);
-  Check(parent.DeleteLastLocalName(), "can't be brought to the disk");
-  ::IO::Folder folder(parent, ::IO::OnNotFound::Fail);
+  ::IO::Folder folder(place.GetParent(), ::IO::OnNotFound::Fail);
   Check(folder.Flush(), "the new name can't be brought to the disk");
 }
 

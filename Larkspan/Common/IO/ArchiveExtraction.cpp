@@ -32,8 +32,8 @@ void CreateTargetFolder(const ::IO::Location& folder) {
 }
 
 void CreateParentOfFile(const ::IO::Location& location) {
-  ::IO::Location parent(location);
-  if (parent.DeleteLastLocalName() != 0) {
+  const ::IO::Location parent = location.GetParent();
+  if (!parent.IsValid()) {
     throw Vx::IOException("Failed to get parent folder of extracted file.", __FILE__, __LINE__);
   }
   if (::IO::fileSystem.CreateFolderTree(parent) != 0) {
@@ -49,7 +49,7 @@ void CheckPlace(const ::IO::Location& location, const ::IO::Attributes& archive)
     throw Vx::IOException("A device or pipe stands at the place of the extracted file.", __FILE__,
                           __LINE__);
   }
-  if (present.device == archive.device && present.node == archive.node) {
+  if (present.IsSameItem(archive)) {
     throw Vx::IOException("The archive stands at the place of the extracted file.", __FILE__,
                           __LINE__);
   }

@@ -72,8 +72,8 @@ unsigned __int64 GetFileSize(const ::IO::Location& location) {
 void CreateParentFolder(const ::IO::Location& location) {
   CheckLocation(location);
   if (location.GetLocalLength() == 0) return;
-  ::IO::Location parent(location);
-  int status = parent.DeleteLastLocalName();
+  const ::IO::Location parent = location.GetParent();
+  int status = parent.GetStatus();
   if (status != 0) {
     Fail(
         "Failed to create parent folder of location: %T: failed to get parent location. "

@@ -26,13 +26,10 @@ struct Backup {
 // The place of a file's backup, whether or not anything is there.
 Backup FindBackup(const ::IO::Location& file, const char* locationFailure,
                   const char* nameFailure) {
-  Backup backup;
-  backup.location = file;
+  if (file.GetLocalLength() == 0) Fail(nameFailure, __LINE__);
+  Backup backup{file.GetSibling(u".bak"), {}};
   if (backup.location.GetStatus() != 0) Fail(locationFailure, __LINE__);
   if (backup.location.GetLastLocalName(backup.name) != 0) Fail(nameFailure, __LINE__);
-  if (backup.location.DeleteLastLocalName() != 0) Fail(locationFailure, __LINE__);
-  backup.name.GetText().Append(u".bak");
-  if (backup.location.AppendToLocal(backup.name) != 0) Fail(locationFailure, __LINE__);
   return backup;
 }
 
@@ -40,7 +37,7 @@ Backup FindBackup(const ::IO::Location& file, const char* locationFailure,
 class ParentFolder final {
  public:
   explicit ParentFolder(const ::IO::Location& file) noexcept
-      : folder(GetParent(file), ::IO::OnNotFound::Fail) {}
+      : folder(file.GetParent(), ::IO::OnNotFound::Fail) {}
 
   // Puts its names on the disk.
   [[nodiscard]] int Flush() noexcept {
@@ -48,12 +45,6 @@ class ParentFolder final {
   }
 
  private:
-  // Where there is none, an empty location, which no folder has.
-  static ::IO::Location GetParent(const ::IO::Location& file) noexcept {
-    ::IO::Location parent(file);
-    return parent.DeleteLastLocalName() == 0 ? parent : ::IO::Location();
-  }
-
   ::IO::Folder folder;
 };
 
@@ -76,8 +67,7 @@ bool AreOneFile(const ::IO::Location& first, const ::IO::Location& second) noexc
   ::IO::Attributes one;
   ::IO::Attributes other;
   return ::IO::fileSystem.GetAttributes(first, &one, false) == 0 &&
-         ::IO::fileSystem.GetAttributes(second, &other, false) == 0 && one.device == other.device &&
-         one.node == other.node;
+         ::IO::fileSystem.GetAttributes(second, &other, false) == 0 && one.IsSameItem(other);
 }
 
 // Whether the backup is there. The name may be too long for the file system to have it at all.

@@ -12,6 +12,7 @@
 
 #include "foundation/IO/MemoryGuard.h"
 #include "foundation/IO/posix/Descriptor.h"
+#include "foundation/IO/posix/ItemAttributes.h"
 #include "foundation/IO/posix/PathText.h"
 
 namespace IO::Posix {
@@ -71,11 +72,10 @@ int RemoveName(int folder, const Vx::String& name) noexcept {
 }
 
 bool AreOneItem(int folder, const Vx::String& first, const Vx::String& second) noexcept {
-  struct stat one;
-  struct stat other;
-  return ::fstatat(folder, first.GetBuffer(), &one, AT_SYMLINK_NOFOLLOW) == 0 &&
-         ::fstatat(folder, second.GetBuffer(), &other, AT_SYMLINK_NOFOLLOW) == 0 &&
-         one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+  Attributes one;
+  Attributes other;
+  return ReadAttributes(folder, first, false, &one) == 0 &&
+         ReadAttributes(folder, second, false, &other) == 0 && one.IsSameItem(other);
 }
 
 int SyncFile(int folder, const Vx::String& name) noexcept {

@@ -41,9 +41,14 @@ struct Times {
 }  // namespace
 
 int ReadAttributes(const Vx::String& path, bool followLinks, Attributes* attributes) noexcept {
+  return ReadAttributes(AT_FDCWD, path, followLinks, attributes);
+}
+
+int ReadAttributes(int folder, const Vx::String& name, bool followLinks,
+                   Attributes* attributes) noexcept {
   struct stat facts {};
   const int flags = followLinks ? 0 : AT_SYMLINK_NOFOLLOW;
-  if (::fstatat(AT_FDCWD, path.GetBuffer(), &facts, flags) != 0) return errno;
+  if (::fstatat(folder, name.GetBuffer(), &facts, flags) != 0) return errno;
   *attributes = FromSystem(facts);
   return 0;
 }

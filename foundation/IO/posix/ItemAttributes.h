@@ -9,6 +9,9 @@ namespace IO::Posix {
 [[nodiscard]] int ReadAttributes(const Vx::String& path, bool followLinks,
                                  Attributes* attributes) noexcept;
 [[nodiscard]] int ReadAttributes(int descriptor, Attributes* attributes) noexcept;
+/// Of the item `name` in the folder.
+[[nodiscard]] int ReadAttributes(int folder, const Vx::String& name, bool followLinks,
+                                 Attributes* attributes) noexcept;
 
 /// Mode and time of modification. A link is not followed and has no mode.
 [[nodiscard]] int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexcept;
