@@ -133,5 +133,6 @@ set(LARKSPAN_PUBLIC_HEADERS
     foundation/Vx/Thread.h
     foundation/Vx/Types.h
     foundation/Vx/UniString.h
+    foundation/Vx/Utf16.h
     foundation/Vx/VxException.h
     foundation/Vx/WrappedChannel.h)

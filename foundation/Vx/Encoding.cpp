@@ -2,6 +2,7 @@
 
 #include "foundation/Vx/ConversionErrorException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
+#include "foundation/Vx/Utf16.h"
 #include "foundation/Vx/Utf8.h"
 
 namespace Vx {
@@ -27,9 +28,8 @@ void AppendCharacter(char32_t character, String& target) {
 
 void EncodeDebug(std::u16string_view text, String& target) {
   for (std::size_t index = 0; index < text.size();) {
-    const Utf8::Utf16Character next = Utf8::DecodeUtf16(text, index);
-    const bool lone = Utf8::IsHighSurrogate(next.character) || Utf8::IsLowSurrogate(next.character);
-    AppendCharacter(lone ? ReplacementCharacter : next.character, target);
+    const Utf16::Character next = Utf16::Decode(text, index);
+    AppendCharacter(Utf16::IsSurrogate(next.code) ? ReplacementCharacter : next.code, target);
     index += next.units;
   }
 }
@@ -56,7 +56,7 @@ void DecodeUtf8(std::string_view bytes, Utf8::Form form, UniString& target) {
                                      __LINE__);
     }
     char16_t units[2];
-    target.Append(std::u16string_view(units, Utf8::EncodeUtf16(next.character, units)));
+    target.Append(std::u16string_view(units, Utf16::Encode(next.character, units)));
     bytes.remove_prefix(next.length);
   }
 }

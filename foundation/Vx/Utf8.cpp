@@ -1,5 +1,7 @@
 #include "foundation/Vx/Utf8.h"
 
+#include "foundation/Vx/Utf16.h"
+
 namespace Vx::Utf8 {
 namespace {
 
@@ -20,8 +22,7 @@ Lead ReadLead(unsigned char byte) noexcept {
 bool IsAllowed(char32_t character, const Lead& lead, Form form) noexcept {
   if (character < lead.least) return form == Form::Java && character == 0 && lead.length == 2;
   if (character > 0x10FFFF) return false;
-  const bool surrogate = IsHighSurrogate(character) || IsLowSurrogate(character);
-  return !surrogate || form == Form::Java;
+  return !Utf16::IsSurrogate(character) || form == Form::Java;
 }
 
 }  // namespace
@@ -66,24 +67,6 @@ std::size_t Encode(char32_t character, char (&target)[4]) noexcept {
   put(2, tail(6));
   put(3, tail(0));
   return 4;
-}
-
-Utf16Character DecodeUtf16(std::u16string_view text, std::size_t index) noexcept {
-  const char32_t unit = text[index];
-  if (!IsHighSurrogate(unit) || index + 1 >= text.size()) return {unit, 1};
-  const char32_t next = text[index + 1];
-  if (!IsLowSurrogate(next)) return {unit, 1};
-  return {0x10000 + ((unit - 0xD800) << 10U) + (next - 0xDC00), 2};
-}
-
-std::size_t EncodeUtf16(char32_t character, char16_t (&target)[2]) noexcept {
-  if (character < 0x10000) {
-    target[0] = static_cast<char16_t>(character);
-    return 1;
-  }
-  target[0] = static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10U));
-  target[1] = static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FFU));
-  return 2;
 }
 
 }  // namespace Vx::Utf8

@@ -23,21 +23,4 @@ struct Sequence {
 /// Encodes one character, or one surrogate unit, into `target`; gives the bytes used, 1 to 4.
 [[nodiscard]] std::size_t Encode(char32_t character, char (&target)[4]) noexcept;
 
-[[nodiscard]] constexpr bool IsHighSurrogate(char32_t unit) noexcept {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-[[nodiscard]] constexpr bool IsLowSurrogate(char32_t unit) noexcept {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-/// The character at `index` of UTF-16 text. A surrogate without its partner stands for itself.
-struct Utf16Character {
-  char32_t character;
-  std::size_t units;
-};
-[[nodiscard]] Utf16Character DecodeUtf16(std::u16string_view text, std::size_t index) noexcept;
-
-/// Writes `character` as one or two units; gives their number.
-[[nodiscard]] std::size_t EncodeUtf16(char32_t character, char16_t (&target)[2]) noexcept;
-
 }  // namespace Vx::Utf8

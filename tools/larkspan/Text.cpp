@@ -5,6 +5,7 @@
 
 #include "foundation/IO/FileSystem.h"
 #include "foundation/Vx/ConversionErrorException.h"
+#include "foundation/Vx/Utf16.h"
 #include "tools/larkspan/Failure.h"
 
 namespace Tool {
@@ -12,30 +13,9 @@ namespace {
 
 using View = Vx::UniString::View;
 
-constexpr char16_t ByteEscape = 0xDC00;
-constexpr char16_t BackslashEscape = ByteEscape + u'\\';
+namespace Utf16 = Vx::Utf16;
 
-// One character of a text: a code point, or a surrogate without its partner.
-struct Character {
-  char32_t code;
-  unsigned int units;
-};
-
-Character CharacterAt(View text, std::size_t index) noexcept {
-  const char16_t high = text[index];
-  if (high < 0xD800 || high > 0xDBFF || index + 1 == text.size()) return {high, 1};
-  const char16_t low = text[index + 1];
-  if (low < 0xDC00 || low > 0xDFFF) return {high, 1};
-  return {0x10000U + ((high - 0xD800U) << 10) + (low - 0xDC00U), 2};
-}
-
-bool IsLoneSurrogate(char32_t code) noexcept {
-  return code >= 0xD800 && code <= 0xDFFF;
-}
-
-bool StandsForByte(char32_t code) noexcept {
-  return code == BackslashEscape || (code >= ByteEscape + 0x80U && code <= ByteEscape + 0xFFU);
-}
+constexpr char16_t EscapedBackslash = Utf16::EscapeByte('\\');
 
 // What moves the cursor, changes colours, or turns the direction of writing.
 bool IsObeyedByTerminals(char32_t code) noexcept {
@@ -60,7 +40,7 @@ std::string Encode(View text, Escape&& escape) {
   std::string result;
   std::size_t plain = 0;
   for (std::size_t index = 0; index < text.size();) {
-    const Character character = CharacterAt(text, index);
+    const Utf16::Character character = Utf16::Decode(text, index);
     const std::string escaped = escape(character.code, text.substr(index, character.units));
     const std::size_t end = index + character.units;
     if (!escaped.empty()) {
@@ -86,9 +66,9 @@ std::string ToHex(std::string_view bytes) {
 }
 
 std::string EscapeForTerminal(char32_t code, View units) {
-  if (code == U'\\' || code == BackslashEscape) return "\\\\";
-  if (StandsForByte(code)) return FormatNumber("\\x%02x", static_cast<unsigned int>(code & 0xFF));
-  if (IsLoneSurrogate(code)) return FormatNumber("\\u%04x", static_cast<unsigned int>(code));
+  if (code == U'\\' || code == EscapedBackslash) return "\\\\";
+  if (Utf16::IsEscapedByte(code)) return ToHex(std::string(1, Utf16::UnescapeByte(code)));
+  if (Utf16::IsSurrogate(code)) return FormatNumber("\\u%04x", static_cast<unsigned int>(code));
   return IsObeyedByTerminals(code) ? ToHex(ToUTF8(units)) : std::string();
 }
 
@@ -119,8 +99,7 @@ Vx::UniString TextFromArgument(std::string_view bytes) {
 
 std::string ToBytes(View text) {
   return Encode(text, [](char32_t code, View) {
-    if (!StandsForByte(code)) return std::string();
-    return std::string(1, static_cast<char>(static_cast<unsigned char>(code & 0xFF)));
+    return Utf16::IsEscapedByte(code) ? std::string(1, Utf16::UnescapeByte(code)) : std::string();
   });
 }
 
@@ -133,7 +112,7 @@ std::string ToPrintable(std::string_view bytes) {
 }
 
 Vx::UniString FoldBackslashes(Vx::UniString name) {
-  name.ReplaceAll(BackslashEscape, u'\\');
+  name.ReplaceAll(EscapedBackslash, u'\\');
   return name;
 }
 

@@ -4,27 +4,18 @@
 
 #include "foundation/IO/MemoryGuard.h"
 #include "foundation/IO/PathNames.h"
+#include "foundation/Vx/Utf16.h"
 #include "foundation/Vx/Utf8.h"
 
 namespace IO::Posix {
 namespace {
 
-constexpr char32_t EscapeBase = 0xDC00;
-constexpr char32_t EscapedSeparator = EscapeBase + PathNames::Separator;
-
-// Of the ASCII range only the separator is ever escaped: an escape that gave `/` or `.` would let
-// a name climb out of its folder.
-bool IsEscape(char32_t character) noexcept {
-  return character == EscapedSeparator ||
-         (character >= EscapeBase + 0x80 && character <= EscapeBase + 0xFF);
-}
-
 bool AppendCharacter(char32_t character, Vx::String& bytes) {
-  if (IsEscape(character)) {
-    bytes.Append(static_cast<char>(static_cast<unsigned char>(character - EscapeBase)));
+  if (Vx::Utf16::IsEscapedByte(character)) {
+    bytes.Append(Vx::Utf16::UnescapeByte(character));
     return true;
   }
-  if (Vx::Utf8::IsHighSurrogate(character) || Vx::Utf8::IsLowSurrogate(character)) return false;
+  if (Vx::Utf16::IsSurrogate(character)) return false;
   char sequence[4];
   const std::size_t length = Vx::Utf8::Encode(character, sequence);
   bytes.Append(std::string_view(sequence, length));
@@ -33,9 +24,9 @@ bool AppendCharacter(char32_t character, Vx::String& bytes) {
 
 int AppendText(Vx::UniString::View text, Vx::String& bytes) {
   for (std::size_t index = 0; index < text.size();) {
-    const Vx::Utf8::Utf16Character decoded = Vx::Utf8::DecodeUtf16(text, index);
-    const bool separator = decoded.character == PathNames::Separator;
-    if (!AppendCharacter(separator ? U'/' : decoded.character, bytes)) return EILSEQ;
+    const Vx::Utf16::Character decoded = Vx::Utf16::Decode(text, index);
+    const bool separator = decoded.code == PathNames::Separator;
+    if (!AppendCharacter(separator ? U'/' : decoded.code, bytes)) return EILSEQ;
     index += decoded.units;
   }
   return 0;
@@ -68,9 +59,9 @@ Vx::UniString BytesToText(std::string_view bytes) {
     const auto byte = static_cast<unsigned char>(bytes.front());
     Vx::Utf8::Sequence sequence = Vx::Utf8::Decode(bytes, Vx::Utf8::Form::Standard);
     const bool escaped = sequence.length == 0 || byte == PathNames::Separator;
-    if (escaped) sequence = {EscapeBase + byte, 1};
+    if (escaped) sequence = {Vx::Utf16::EscapeByte(byte), 1};
     char16_t units[2];
-    const std::size_t count = Vx::Utf8::EncodeUtf16(sequence.character, units);
+    const std::size_t count = Vx::Utf16::Encode(sequence.character, units);
     text.Append(Vx::UniString::View(units, count));
     bytes.remove_prefix(sequence.length);
   }
