@@ -6,6 +6,7 @@
 
 #include "foundation/IO/FileSystem.h"
 #include "foundation/Vx/OutOfMemoryException.h"
+#include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/Text.h"
 
@@ -19,11 +20,6 @@ using ::IO::EntryType;
 bool ComesBefore(const Vx::UniString& left, const Vx::UniString& right) noexcept {
   const auto rank = [](char16_t unit) { return unit == u'/' ? 0 : unit + 1; };
   return std::ranges::lexicographical_compare(left.GetView(), right.GetView(), {}, rank, rank);
-}
-
-bool IsBelow(const Vx::UniString& name, const Vx::UniString& folder) noexcept {
-  return name.GetLength() > folder.GetLength() && name[folder.GetLength()] == u'/' &&
-         name.GetView().starts_with(folder.GetView());
 }
 
 bool AreSame(const FileTree::Item& one, const FileTree::Item& other) noexcept {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
@@ -12,10 +13,6 @@ Vx::UniString ToName(std::string_view argument) {
   while (argument.starts_with("./")) argument.remove_prefix(2);
   while (argument.size() > 1 && argument.ends_with('/')) argument.remove_suffix(1);
   return FoldBackslashes(TextFromArgument(argument));
-}
-
-bool IsBelow(std::u16string_view name, std::u16string_view folder) noexcept {
-  return name.size() > folder.size() && name.starts_with(folder) && name[folder.size()] == u'/';
 }
 
 }  // namespace
