@@ -105,6 +105,29 @@ class HashTable {
     return const_cast<HashEntry*>(std::as_const(*this).Find(key));
   }
 
+  /// Assigns the value of `key` and returns true, or returns false and leaves `value` as it was.
+  bool FindValue(const K& key, V& value) const {
+    const HashEntry* const entry = Find(key);
+    if (entry != nullptr) value = entry->value;
+    return entry != nullptr;
+  }
+
+  /// The value of `key`, or an empty one.
+  [[nodiscard]] V GetValue(const K& key) const {
+    const HashEntry* const entry = Find(key);
+    return entry == nullptr ? V() : entry->value;
+  }
+
+  /// Whether both tables have the same keys with the same values, in any order.
+  [[nodiscard]] bool HasEqualPairs(const HashTable& other) const {
+    if (GetSize() != other.GetSize()) return false;
+    for (const auto& [key, value] : EnumeratePairs()) {
+      const HashEntry* const entry = other.Find(key);
+      if (entry == nullptr || !(entry->value == value)) return false;
+    }
+    return true;
+  }
+
   /// Appends the pair and gives true; gives false, and changes nothing, if the key is there. Key
   /// and value may be parts of this table. Raises `OutOfMemoryException` or what copying raises;
   /// the pairs are then as they were.

@@ -17,13 +17,7 @@ Properties::~Properties() = default;
 Properties& Properties::operator=(const Properties& source) = default;
 
 bool Properties::operator==(const Properties& other) const {
-  if (this == &other) return true;
-  if (GetSize() != other.GetSize()) return false;
-  for (const auto& [key, value] : GetProperties()) {
-    const Vx::UniString* const others = other.Find(key);
-    if (others == nullptr || *others != value) return false;
-  }
-  return true;
+  return this == &other || table.HasEqualPairs(other.table);
 }
 
 bool Properties::operator!=(const Properties& other) const {
@@ -43,25 +37,25 @@ void Properties::Clear() noexcept {
 }
 
 bool Properties::HasProperty(const Vx::UniString& key) const {
-  return Find(key) != nullptr;
+  CheckKey(key);
+  return table.Find(key) != nullptr;
 }
 
 Vx::UniString Properties::GetProperty(const Vx::UniString& key) const {
-  const Vx::UniString* const value = Find(key);
-  return value == nullptr ? Vx::UniString() : *value;
+  CheckKey(key);
+  return table.GetValue(key);
 }
 
 bool Properties::GetProperty(const Vx::UniString& key, Vx::UniString& value) const {
-  const Vx::UniString* const found = Find(key);
-  if (found == nullptr) return false;
-  value = *found;
-  return true;
+  CheckKey(key);
+  return table.FindValue(key, value);
 }
 
 const Vx::UniString& Properties::GetProperty(const Vx::UniString& key,
                                              const Vx::UniString& defaultValue) const {
-  const Vx::UniString* const value = Find(key);
-  return value == nullptr ? defaultValue : *value;
+  CheckKey(key);
+  const Table::HashEntry* const entry = table.Find(key);
+  return entry == nullptr ? defaultValue : entry->value;
 }
 
 void Properties::SetProperty(const Vx::UniString& key, const Vx::UniString& value) {
@@ -76,12 +70,6 @@ void Properties::RemoveProperty(const Vx::UniString& key) {
 
 Properties::Iterator Properties::GetProperties() const noexcept {
   return table.EnumeratePairs();
-}
-
-const Vx::UniString* Properties::Find(const Vx::UniString& key) const {
-  CheckKey(key);
-  const Table::HashEntry* const entry = table.Find(key);
-  return entry == nullptr ? nullptr : &entry->value;
 }
 
 }  // namespace Larkspan::Common::Containers

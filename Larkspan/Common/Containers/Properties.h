@@ -62,9 +62,6 @@ class LARKSPAN_API Properties {
   [[nodiscard]] Iterator GetProperties() const noexcept;
 
  private:
-  // The value of `key`, or null.
-  [[nodiscard]] const Vx::UniString* Find(const Vx::UniString& key) const;
-
   Table table;
 };
 

@@ -34,12 +34,12 @@ ArchiveHeaderIterator ArchiveEntryImpl::EnumerateHeaders() const {
 
 bool ArchiveEntryImpl::ConstainsHeader(const Vx::UniString& headerName) const {
   CheckName(headerName, EmptyHeaderName);
-  return HasHeader(headers, headerName);
+  return headers.Find(headerName) != nullptr;
 }
 
 bool ArchiveEntryImpl::GetHeader(const Vx::UniString& headerName, Vx::UniString& value) const {
   CheckName(headerName, EmptyHeaderName);
-  return FindHeader(headers, headerName, value);
+  return headers.FindValue(headerName, value);
 }
 
 void ArchiveEntryImpl::PutHeader(const Vx::UniString& headerName, const Vx::UniString& value) {
@@ -58,7 +58,7 @@ void ArchiveEntryImpl::Close(unsigned __int64 newArchivedSize, unsigned __int64 
 bool ArchiveEntryImpl::Equals(const ArchiveEntry& other) const {
   const auto* const entry = dynamic_cast<const ArchiveEntryImpl*>(&other);
   if (entry == nullptr) return false;
-  if (name != entry->name || !HaveEqualHeaders(headers, entry->headers)) return false;
+  if (name != entry->name || !headers.HasEqualPairs(entry->headers)) return false;
   if (method != entry->method) return false;
   if (!closed || !entry->closed) return true;
   return archivedSize == entry->archivedSize && size == entry->size && crc == entry->crc;

@@ -20,16 +20,17 @@ void CheckName(const Vx::UniString& name, const char* message, const char* file 
 void CheckHeaderNames(const ArchiveHeaders& headers, const char* file = __builtin_FILE(),
                       unsigned int line = __builtin_LINE());
 
-[[nodiscard]] bool HasHeader(const ArchiveHeaders& headers, const Vx::UniString& name);
-
-/// Assigns the value and gives true, or leaves `value` alone and gives false.
-bool FindHeader(const ArchiveHeaders& headers, const Vx::UniString& name, Vx::UniString& value);
-
-/// The value, or an empty string.
-[[nodiscard]] Vx::UniString FindHeader(const ArchiveHeaders& headers, const Vx::UniString& name);
-
-/// Whether both tables hold the same names with the same values, in any order.
-[[nodiscard]] bool HaveEqualHeaders(const ArchiveHeaders& left, const ArchiveHeaders& right);
+[[nodiscard]] inline bool HasHeader(const ArchiveHeaders& headers, const Vx::UniString& name) {
+  return headers.Find(name) != nullptr;
+}
+inline bool FindHeader(const ArchiveHeaders& headers, const Vx::UniString& name,
+                       Vx::UniString& value) {
+  return headers.FindValue(name, value);
+}
+[[nodiscard]] inline Vx::UniString FindHeader(const ArchiveHeaders& headers,
+                                              const Vx::UniString& name) {
+  return headers.GetValue(name);
+}
 
 /// Writes the pairs from `headers` on, without their count.
 void WriteHeaders(Vx::OChannelX& channel, const ArchiveHeaderIterator& headers);
