@@ -68,6 +68,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     foundation/IO/SeekOrigin.h
     foundation/IO/StandardStream.h
     foundation/IO/Status.h
+    foundation/IO/SystemError.h
     foundation/Vx/Allocator.h
     foundation/Vx/Array.h
     foundation/Vx/ArrayFB.h
@@ -91,6 +92,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     foundation/Vx/EndOfInputException.h
     foundation/Vx/ExceptionClass.h
     foundation/Vx/Format.h
+    foundation/Vx/FailureDetail.h
     foundation/Vx/GeneralException.h
     foundation/Vx/Guid.h
     foundation/Vx/HashCapacity.h

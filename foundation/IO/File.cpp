@@ -25,11 +25,6 @@ Posix::Access GetAccess(OpenMode mode, bool createIfMissing) noexcept {
   return Posix::Access::Read;
 }
 
-// A path that leads through a file leads to nothing.
-int LookupStatus(int error) noexcept {
-  return Posix::IsMissing(error) ? StatusFileNotFound : Posix::FileStatus(error);
-}
-
 bool IsRegularFile(int descriptor) noexcept {
   Attributes facts;
   return Posix::ReadAttributes(descriptor, &facts) == 0 && facts.type == EntryType::File;
@@ -45,7 +40,7 @@ File::File(const Location& location, OnNotFound onNotFound) noexcept
     error = Posix::ReadAttributes(nativePath, true, &facts);
   }
   if (error == 0 || (createIfMissing && Posix::IsMissing(error))) return;
-  status = location.IsValid() ? LookupStatus(error) : location.GetStatus();
+  status = location.IsValid() ? Posix::LookupStatus(error) : location.GetStatus();
 }
 
 File::File(StandardStream stream) noexcept
@@ -64,7 +59,7 @@ int File::Open(OpenMode mode, AccessDeniedTreatment) noexcept {
   const bool reads = mode == OpenMode::Read || mode == OpenMode::ReadShared;
   if (const int outcome = reads ? MakeBuffer() : StatusSuccess; outcome != 0) return outcome;
   const int error = Posix::OpenFile(nativePath, GetAccess(mode, createIfMissing), &descriptor);
-  if (error != 0) return LookupStatus(error);
+  if (error != 0) return Posix::LookupStatus(error);
   Attributes facts;
   const int unknown = Posix::ReadAttributes(descriptor, &facts);
   isRegular = facts.type == EntryType::File;
@@ -182,7 +177,7 @@ int File::GetDataLength(unsigned int* length) const noexcept {
   Attributes facts;
   const int error = IsOpen() ? Posix::ReadAttributes(descriptor, &facts)
                              : Posix::ReadAttributes(nativePath, true, &facts);
-  if (error != 0) return LookupStatus(error);
+  if (error != 0) return Posix::LookupStatus(error);
   if (facts.type == EntryType::Folder) return StatusIsAFolder;
   if (facts.size > 0xFFFFFFFFU) return StatusTooLarge;
   *length = static_cast<unsigned int>(facts.size);

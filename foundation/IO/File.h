@@ -43,6 +43,9 @@ class FOUNDATION_API File final {
   /// Opens the file at its first byte. `Write` creates a missing file only if the object was made
   /// with `OnNotFound::Ignore`. A folder can't be opened.
   [[nodiscard]] int Open(OpenMode mode, AccessDeniedTreatment treatment) noexcept;
+  /// The path as the platform writes it; empty for a standard stream, and where no file can be.
+  [[nodiscard]] const Vx::String& GetNativePath() const noexcept { return nativePath; }
+
   [[nodiscard]] bool IsOpen() const noexcept { return descriptor >= 0; }
   /// The file is closed afterwards in any case; a failure means that the system could not keep
   /// something that was written. A closed file gives 0.

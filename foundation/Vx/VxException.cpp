@@ -1,5 +1,8 @@
 #include "foundation/Vx/VxException.h"
 
+#include <utility>
+
+#include "foundation/Vx/Memory.h"
 #include "foundation/Vx/NoCauseException.h"
 #include "foundation/Vx/OChannel.h"
 
@@ -8,6 +11,11 @@ namespace {
 std::unique_ptr<VxException> CloneCause(const VxException& cause) {
   if (dynamic_cast<const Vx::NoCauseException*>(&cause) != nullptr) return nullptr;
   return std::unique_ptr<VxException>(cause.Clone());
+}
+
+std::unique_ptr<Vx::FailureDetail> CopyDetail(const Vx::FailureDetail* detail) {
+  return std::unique_ptr<Vx::FailureDetail>(
+      detail == nullptr ? nullptr : Vx::New<Vx::FailureDetail>(*detail));
 }
 
 void WriteBytes(Vx::OChannel& channel, const Vx::UniString& text) {
@@ -26,16 +34,19 @@ VxException::VxException(const VxException& source)
       fileName(source.fileName),
       lineNumber(source.lineNumber),
       identifier(source.identifier),
-      cause(source.cause ? source.cause->Clone() : nullptr) {}
+      cause(source.cause ? source.cause->Clone() : nullptr),
+      detail(CopyDetail(source.detail.get())) {}
 
 VxException& VxException::operator=(const VxException& source) {
   if (this == &source) return *this;
   Vx::UniString text = source.message;
   Vx::String utf8 = source.utf8Message;
   std::unique_ptr<VxException> reason(source.cause ? source.cause->Clone() : nullptr);
+  std::unique_ptr<Vx::FailureDetail> newDetail = CopyDetail(source.detail.get());
   fileName = source.fileName;
   lineNumber = source.lineNumber;
   identifier = source.identifier;
+  detail = std::move(newDetail);
   message = std::move(text);
   utf8Message = std::move(utf8);
   // Last, since the source may be the cause of this exception, or hang below it.
@@ -74,6 +85,15 @@ const char* VxException::GetFileName() const noexcept {
 
 unsigned int VxException::GetLineNumber() const noexcept {
   return lineNumber;
+}
+
+void VxException::SetDetail(Vx::FailureDetail newDetail) noexcept {
+  try {
+    detail.reset(Vx::New<Vx::FailureDetail>(std::move(newDetail)));
+  } catch (const VxException&) {
+    // Running out of memory must not hide the failure that is being told.
+    detail.reset();
+  }
 }
 
 void VxException::Print(Vx::OChannel& channel) const {

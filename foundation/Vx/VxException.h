@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "foundation/Export.h"
+#include "foundation/Vx/FailureDetail.h"
 #include "foundation/Vx/UniString.h"
 
 /// Base of all failures: a message, the source place that reported it, an identifier and the
@@ -36,6 +37,12 @@ class FOUNDATION_API VxException : public std::exception {
   [[nodiscard]] virtual VxException* GetCause() noexcept;
   [[nodiscard]] virtual const VxException* GetCause() const noexcept;
 
+  /// What the system refused, and where; null if that is unknown or none of its doing. Owned by
+  /// this exception.
+  [[nodiscard]] const Vx::FailureDetail* GetDetail() const noexcept { return detail.get(); }
+  /// Keeps a copy of the detail. Out of memory, the exception stays without it.
+  void SetDetail(Vx::FailureDetail newDetail) noexcept;
+
   /// The message in UTF-8, or the class's name if the message is empty.
   [[nodiscard]] const char* what() const noexcept override;
 
@@ -58,4 +65,5 @@ class FOUNDATION_API VxException : public std::exception {
   unsigned int lineNumber = 0;
   int identifier = 0;
   std::unique_ptr<VxException> cause;
+  std::unique_ptr<Vx::FailureDetail> detail;
 };

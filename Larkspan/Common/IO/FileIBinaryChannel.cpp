@@ -3,15 +3,24 @@
 #include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
 #include "Larkspan/Common/IO/LocationChecks.h"
+#include "foundation/IO/SystemError.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
 namespace Larkspan::Common::IO {
 namespace {
 
-[[noreturn]] void FailToOpen(unsigned int line) {
-  throw Vx::IOException("Failed to create file binary input channel: failed to open file.",
-                        __FILE__, line);
+[[noreturn]] void FailToOpen(const ::IO::File& file, int status, unsigned int line) {
+  throw ::IO::WithDetail(
+      Vx::IOException("Failed to create file binary input channel: failed to open file.", __FILE__,
+                      line),
+      file, status);
+}
+
+[[noreturn]] void FailToRead(const ::IO::File& file, int status, unsigned int line) {
+  throw ::IO::WithDetail(
+      Vx::IOException("Failed to read from file binary input channel.", __FILE__, line), file,
+      status);
 }
 
 }  // namespace
@@ -20,12 +29,15 @@ FileIBinaryChannel::FileIBinaryChannel(const ::IO::Location& location, const Fil
     : file(location, ::IO::OnNotFound::Fail) {
   CheckFileLocation(location);
   if (file.GetStatus() == ::IO::StatusFileNotFound) {
-    throw FileNotFoundException("Failed to create file binary input channel: file not found.",
-                                __FILE__, __LINE__);
+    throw ::IO::WithDetail(
+        FileNotFoundException("Failed to create file binary input channel: file not found.",
+                              __FILE__, __LINE__),
+        file, file.GetStatus());
   }
-  if (file.GetStatus() != 0) FailToOpen(__LINE__);
+  if (file.GetStatus() != 0) FailToOpen(file, file.GetStatus(), __LINE__);
   const auto mode = share == FileShare::NoShare ? ::IO::OpenMode::Read : ::IO::OpenMode::ReadShared;
-  if (file.Open(mode, ::IO::AccessDeniedTreatment::Report) != 0) FailToOpen(__LINE__);
+  const int status = file.Open(mode, ::IO::AccessDeniedTreatment::Report);
+  if (status != 0) FailToOpen(file, status, __LINE__);
 }
 
 FileIBinaryChannel::~FileIBinaryChannel() {
@@ -45,9 +57,7 @@ unsigned int FileIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeM
   unsigned int count = 0;
   const int status = file.ReadBin(buffer, size, &count);
   if (status == ::IO::StatusEndOfInput) return count;
-  if (status != 0 || count == 0) {
-    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
-  }
+  if (status != 0 || count == 0) FailToRead(file, status, __LINE__);
   return count;
 }
 
@@ -55,26 +65,28 @@ std::string_view FileIBinaryChannel::Peek() {
   CheckOpened();
   std::string_view bytes;
   const int status = file.PeekBin(&bytes);
-  if (status != 0 && status != ::IO::StatusEndOfInput) {
-    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
-  }
+  if (status != 0 && status != ::IO::StatusEndOfInput) FailToRead(file, status, __LINE__);
   return bytes;
 }
 
 unsigned __int64 FileIBinaryChannel::GetAvailable() const {
   CheckOpened();
   unsigned __int64 size = 0;
-  if (file.GetAvailableSize(&size) != 0) {
-    throw Vx::IOException("Failed to get available data size of file binary input channel.",
-                          __FILE__, __LINE__);
+  if (const int status = file.GetAvailableSize(&size); status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to get available data size of file binary input channel.", __FILE__,
+                        __LINE__),
+        file, status);
   }
   return size;
 }
 
 void FileIBinaryChannel::Close() {
   if (!opened) return;
-  if (file.IsOpen() && file.Close() != 0) {
-    throw Vx::IOException("Failed to close file binary input channel.", __FILE__, __LINE__);
+  if (const int status = file.Close(); status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to close file binary input channel.", __FILE__, __LINE__), file,
+        status);
   }
   opened = false;
 }

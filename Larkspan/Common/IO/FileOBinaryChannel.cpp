@@ -2,15 +2,18 @@
 
 #include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/LocationChecks.h"
+#include "foundation/IO/SystemError.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
 namespace Larkspan::Common::IO {
 namespace {
 
-[[noreturn]] void FailToOpen(unsigned int line) {
-  throw Vx::IOException("Failed to create file binary output channel: failed to open file.",
-                        __FILE__, line);
+[[noreturn]] void FailToOpen(const ::IO::File& file, int status, unsigned int line) {
+  throw ::IO::WithDetail(
+      Vx::IOException("Failed to create file binary output channel: failed to open file.", __FILE__,
+                      line),
+      file, status);
 }
 
 // What went wrong with a write that should have taken `size` bytes; null if nothing did.
@@ -38,13 +41,12 @@ FileOBinaryChannel::FileOBinaryChannel(const ::IO::Location& location, bool appe
     throw Vx::IllegalArgumentException("Invalid file share: file share is not supported yet.",
                                        __FILE__, __LINE__);
   }
-  if (file.GetStatus() != 0) FailToOpen(__LINE__);
+  if (file.GetStatus() != 0) FailToOpen(file, file.GetStatus(), __LINE__);
   const auto mode = append ? ::IO::OpenMode::Write : ::IO::OpenMode::WriteEmpty;
-  if (file.Open(mode, ::IO::AccessDeniedTreatment::Report) != 0) FailToOpen(__LINE__);
-  if (append && file.Seek(::IO::SeekOrigin::End, 0) != 0) {
-    file.Close();
-    FailToOpen(__LINE__);
-  }
+  int status = file.Open(mode, ::IO::AccessDeniedTreatment::Report);
+  if (status != 0) FailToOpen(file, status, __LINE__);
+  if (append) status = file.Seek(::IO::SeekOrigin::End, 0);
+  if (status != 0) FailToOpen(file, status, __LINE__);
 }
 
 FileOBinaryChannel::~FileOBinaryChannel() {
@@ -64,7 +66,7 @@ void FileOBinaryChannel::Write(const char* data, unsigned int size) {
   unsigned int written = 0;
   const int status = file.WriteBin(data, size, &written);
   if (const char* failure = GetWriteFailure(status, written, size); failure != nullptr) {
-    throw Vx::IOException(failure, __FILE__, __LINE__);
+    throw ::IO::WithDetail(Vx::IOException(failure, __FILE__, __LINE__), file, status);
   }
 }
 
@@ -74,8 +76,10 @@ void FileOBinaryChannel::Flush() {
 
 void FileOBinaryChannel::Close() {
   if (!opened) return;
-  if (file.IsOpen() && file.Close() != 0) {
-    throw Vx::IOException("Failed to close file binary output channel.", __FILE__, __LINE__);
+  if (const int status = file.Close(); status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to close file binary output channel.", __FILE__, __LINE__), file,
+        status);
   }
   opened = false;
 }

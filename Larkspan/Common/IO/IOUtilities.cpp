@@ -4,6 +4,7 @@
 #include "Larkspan/Common/IO/LocationUtils.h"
 #include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
+#include "foundation/IO/SystemError.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/Thread.h"
 
@@ -20,14 +21,19 @@ constexpr unsigned int DefaultRetryDelay = 250;
 [[noreturn]] void Fail(const char* format, const ::IO::Location& location, int status,
                        unsigned int line) {
   Vx::UniString message;
+  const Vx::FailureDetail detail = ::IO::MakeFailureDetail(location, status);
   message.Printf(format, LocationToPath(location).ToPrintf(), status);
-  throw Vx::IOException(message, __FILE__, line);
+  Vx::IOException exception(message, __FILE__, line);
+  exception.SetDetail(detail);
+  throw exception;
 }
 
 ::IO::EntryType GetType(const ::IO::Location& location) {
   ::IO::EntryType type = ::IO::EntryType::Other;
-  if (::IO::fileSystem.GetType(location, &type) != 0) {
-    throw Vx::IOException("Failed to determine the type of location.", __FILE__, __LINE__);
+  if (const int status = ::IO::fileSystem.GetType(location, &type); status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to determine the type of location.", __FILE__, __LINE__), location,
+        status);
   }
   return type;
 }
@@ -37,14 +43,12 @@ constexpr unsigned int DefaultRetryDelay = 250;
 bool Exists(const ::IO::Location& location) {
   CheckLocation(location);
   bool found = false;
-  switch (::IO::fileSystem.Contains(location, &found)) {
-    case ::IO::StatusSuccess:
-      return found;
-    case ::IO::StatusNotFound:
-      return false;
-    default:
-      throw Vx::IOException("Failed to determine the existence of location.", __FILE__, __LINE__);
-  }
+  const int status = ::IO::fileSystem.Contains(location, &found);
+  if (status == ::IO::StatusSuccess) return found;
+  if (status == ::IO::StatusNotFound) return false;
+  throw ::IO::WithDetail(
+      Vx::IOException("Failed to determine the existence of location.", __FILE__, __LINE__),
+      location, status);
 }
 
 bool IsFolder(const ::IO::Location& location) {

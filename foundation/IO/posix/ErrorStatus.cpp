@@ -1,11 +1,33 @@
 #include "foundation/IO/posix/ErrorStatus.h"
 
 #include <cerrno>
+#include <string.h>
 
 #include "foundation/IO/Status.h"
 
 namespace IO::Posix {
 namespace {
+
+// A thread's last failure: a status says less than the `errno` that it was made of.
+struct LastFailure {
+  int error = 0;
+  int status = 0;
+};
+thread_local constinit LastFailure lastFailure;
+
+int Remember(int error, int status) noexcept {
+  if (error != 0) lastFailure = {error, status};
+  return status;
+}
+
+// The two forms of `strerror_r` that systems have: one fills the buffer, one may return a text of
+// its own.
+[[maybe_unused]] const char* GetText(int result, const char* buffer) noexcept {
+  return result == 0 ? buffer : "unknown error";
+}
+[[maybe_unused]] const char* GetText(const char* result, const char*) noexcept {
+  return result;
+}
 
 int CommonStatus(int error) noexcept {
   switch (error) {
@@ -47,22 +69,35 @@ int CommonStatus(int error) noexcept {
 }  // namespace
 
 int FileStatus(int error) noexcept {
-  return error == ENOENT ? StatusFileNotFound : CommonStatus(error);
+  return Remember(error, error == ENOENT ? StatusFileNotFound : CommonStatus(error));
+}
+
+int LookupStatus(int error) noexcept {
+  return IsMissing(error) ? Remember(error, StatusFileNotFound) : FileStatus(error);
 }
 
 int FileSystemStatus(int error) noexcept {
-  return error == ENOENT ? StatusNotFound : CommonStatus(error);
+  return Remember(error, error == ENOENT ? StatusNotFound : CommonStatus(error));
 }
 
 int ReadStatus(int error) noexcept {
-  return error == 0 ? StatusSuccess : StatusReadError;
+  return Remember(error, error == 0 ? StatusSuccess : StatusReadError);
 }
 
 int WriteStatus(int error) noexcept {
   const int status = CommonStatus(error);
   const bool own =
       status == StatusSuccess || status == StatusOutputFull || status == StatusPipeClosed;
-  return own ? status : StatusWriteError;
+  return Remember(error, own ? status : StatusWriteError);
+}
+
+int GetLastError(int status) noexcept {
+  return lastFailure.status == status ? lastFailure.error : 0;
+}
+
+Vx::String DescribeError(int error) {
+  char buffer[256] = "";
+  return Vx::String(GetText(::strerror_r(error, buffer, sizeof(buffer)), buffer));
 }
 
 bool IsMissing(int error) noexcept {
