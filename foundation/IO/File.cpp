@@ -54,7 +54,7 @@ File::~File() {
 
 int File::Open(OpenMode mode, AccessDeniedTreatment) noexcept {
   if (IsOpen()) return StatusAlreadyOpen;
-  // There is no path where no file can ever be; the reason is the status.
+  // Without a path no file can ever be there; the status says why.
   if (nativePath.IsEmpty()) return status != 0 ? status : StatusFileNotFound;
   const bool reads = mode == OpenMode::Read || mode == OpenMode::ReadShared;
   if (const int outcome = reads ? MakeBuffer() : StatusSuccess; outcome != 0) return outcome;
@@ -89,7 +89,7 @@ int File::ReadBin(char* buffer, unsigned int size, unsigned int* delivered) noex
   if (!IsOpen()) return StatusNotOpen;
   unsigned int total = TakeBuffered(buffer, size);
   while (total < size) {
-    // What a pipe has not sent yet may take long to come: give what there is.
+    // What a pipe has not sent yet may take long to come: return what there is.
     if (total > 0 && !isRegular) break;
     unsigned int count = 0;
     const int outcome = ReadPiece(buffer + total, size - total, &count);
@@ -123,7 +123,7 @@ int File::MakeBuffer() noexcept {
   return readBuffer ? StatusSuccess : StatusOutOfMemory;
 }
 
-// With an empty buffer: one call of the system.
+// With an empty buffer: one system call.
 int File::FillBuffer() noexcept {
   // A standard stream is not opened.
   if (const int outcome = MakeBuffer(); outcome != StatusSuccess) return outcome;
@@ -135,7 +135,7 @@ int File::FillBuffer() noexcept {
   return count == 0 ? StatusEndOfInput : StatusSuccess;
 }
 
-// With an empty buffer: one call of the system, straight to the target if that is as large.
+// With an empty buffer: one system call, straight to the target if that is as large.
 int File::ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept {
   if (size < BufferSize) {
     const int outcome = FillBuffer();
@@ -151,7 +151,7 @@ int File::ReadPiece(char* target, unsigned int size, unsigned int* delivered) no
 
 int File::Seek(SeekOrigin origin, __int64 offset) noexcept {
   if (!IsOpen()) return StatusNotOpen;
-  // The system's position is behind what has been read ahead.
+  // The system's position is after what has been read ahead.
   if (origin == SeekOrigin::Current) offset -= GetBuffered();
   const int error = Posix::Seek(descriptor, origin, offset, nullptr);
   if (error == 0) DropBuffer();

@@ -20,7 +20,7 @@ namespace IO {
 /// A file, to be opened for reading or for writing.
 ///
 /// Reads go through a buffer of `BufferSize` bytes, made when the file is opened for reading; reads
-/// as large as the buffer pass it by. Writes are not held back: each reaches the system before it
+/// as large as the buffer bypass it. Writes are not held back: each reaches the system before it
 /// returns. All operations report by status and none throws; reading, writing, seeking and flushing
 /// need an open file. There are no locks: a file can be open more than once. One thread at a time.
 class FOUNDATION_API File final {
@@ -48,7 +48,7 @@ class FOUNDATION_API File final {
 
   [[nodiscard]] bool IsOpen() const noexcept { return descriptor >= 0; }
   /// The file is closed afterwards in any case; a failure means that the system could not keep
-  /// something that was written. A closed file gives 0.
+  /// something that was written. Returns 0 for a closed file.
   int Close() noexcept;
 
   /// Writes all bytes from the present position on. A failure leaves in `written`, which may be
@@ -63,7 +63,7 @@ class FOUNDATION_API File final {
   /// The next bytes where they lie, in the buffer, which is filled if it is empty: at least one,
   /// and none with `StatusEndOfInput`. They stay there until the next operation on the file.
   [[nodiscard]] int PeekBin(std::string_view* bytes) noexcept;
-  /// Takes the first `size` of the bytes that `PeekBin` gave last.
+  /// Takes the first `size` of the bytes that `PeekBin` returned last.
   void Advance(unsigned int size) noexcept { bufferStart += size; }
 
   [[nodiscard]] int Seek(SeekOrigin origin, __int64 offset) noexcept;
@@ -75,8 +75,8 @@ class FOUNDATION_API File final {
   /// Size of the file, which need not be open. Fails where it does not fit 32 bits.
   [[nodiscard]] int GetDataLength(unsigned int* length) const noexcept;
 
-  /// Puts what was written on the disk itself. Does nothing on a stream that has no disk. After a
-  /// failure nobody knows what is on the disk; calling again does not help.
+  /// Makes what was written durable. Does nothing on a stream that can't be synced. After a failure
+  /// nobody knows what is durable; calling again does not help.
   [[nodiscard]] int Flush() noexcept;
 
   /// Of the open file.

@@ -16,7 +16,7 @@
 namespace IO {
 namespace {
 
-// Turns `location` into bytes and hands them to `work`, which gives a value of `errno`.
+// Turns `location` into bytes and hands them to `work`, which returns a value of `errno`.
 template <class Work>
 int OnPath(const Location& location, Work&& work) noexcept {
   if (!location.IsValid()) return location.GetStatus();
@@ -62,7 +62,7 @@ int MakeFolders(const Vx::String& path) {
   return error;
 }
 
-// Looks at every level of `path` behind the first `start` bytes, down to the first missing one.
+// Looks at every level of `path` after the first `start` bytes, down to the first missing one.
 int FindLink(const Vx::String& path, std::size_t start, bool* found) {
   const Vx::String::View whole = path.GetView();
   *found = false;

@@ -14,7 +14,7 @@
 
 namespace IO {
 
-/// Questions and commands on places in the file system. Everything reports by status and nothing
+/// Queries and changes of items in the file system. Everything reports by status and nothing
 /// throws. The class has no state: it serves any number of threads, and static initialisation too.
 class FOUNDATION_API FileSystem final {
  public:
@@ -35,19 +35,19 @@ class FOUNDATION_API FileSystem final {
   int Delete(const Location& location, DataSafety safety,
              AccessDeniedTreatment treatment) const noexcept;
 
-  /// Gives an item another name in its folder, and puts that on the disk. Never replaces: if the
-  /// name is taken, or on any other failure, everything is as it was.
+  /// Renames an item within its folder, durably. Never replaces: if the name is taken, or on any
+  /// other failure, everything is as it was.
   [[nodiscard]] int Rename(const Location& location, const Name& name,
                            AccessDeniedTreatment treatment) const noexcept;
 
-  /// The same, except that nothing is put on the disk: a great many new files then cost one flush
-  /// of their folder, or none.
+  /// The same, except that nothing is synced: a great many new files then cost one flush of their
+  /// folder, or none.
   [[nodiscard]] int Move(const Location& location, const Name& name,
                          AccessDeniedTreatment treatment) const noexcept;
 
-  /// Gives a file another name in its folder in one step, and replaces the file that had it. At
-  /// every moment one of the two is complete under that name. Nothing is put on the disk: flush
-  /// the file before, and the folder behind it.
+  /// Renames a file within its folder in one step, and replaces the file that had the name. At
+  /// every moment one of the two is complete under that name. Nothing is synced: flush the file
+  /// before, and the folder afterwards.
   [[nodiscard]] int Replace(const Location& location, const Name& name,
                             AccessDeniedTreatment treatment) const noexcept;
 
@@ -58,8 +58,8 @@ class FOUNDATION_API FileSystem final {
                                   const Attributes& attributes) const noexcept;
 
   /// Whether any name on the way from `folder`, which is not looked at, down to `location`, which
-  /// is, stands for a symbolic link. Names behind the first missing one are not looked at. Fails
-  /// if `location` is not below `folder`.
+  /// is, stands for a symbolic link. Names after the first missing one are not looked at. Fails if
+  /// `location` is not below `folder`.
   [[nodiscard]] int ContainsLink(const Location& folder, const Location& location,
                                  bool* found) const noexcept;
 

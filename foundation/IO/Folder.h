@@ -27,9 +27,9 @@ class FOUNDATION_API Folder final {
   /// 0 if the folder is there, or if it is missing and that is ignored.
   [[nodiscard]] int GetStatus() const noexcept { return status; }
 
-  /// Two files of the folder swap their names, and the swap reaches the disk. On failure both are
-  /// under their own names. Whatever happens on the way, a kill or a power cut included, a
-  /// complete file stands under `first` at all times.
+  /// Two files of the folder swap their names, durably. On failure both are under their own names.
+  /// Whatever happens on the way, a kill or a power cut included, a complete file stands under
+  /// `first` at all times.
   ///
   /// Where the file system can't swap names in one step, a kill can leave a file with a name that
   /// begins with `.exchange-` behind.
@@ -39,7 +39,7 @@ class FOUNDATION_API Folder final {
   /// The names of all items of the folder, in no order, replacing what `names` holds.
   [[nodiscard]] int GetNames(Names& names) const noexcept;
 
-  /// Puts names that were made, changed or removed on the disk itself.
+  /// Makes names that were made, changed or removed durable.
   [[nodiscard]] int Flush() noexcept;
 
  private:

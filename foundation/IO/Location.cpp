@@ -15,8 +15,8 @@ bool IsDriveLetter(Vx::UniChar unit) noexcept {
   return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
 }
 
-// Length of the root at the head of `text`; 0 if the text is no absolute path. `C:` alone and
-// `C:a` count from a drive's current folder, so they are none.
+// Length of the root at the head of `text`; 0 if the text is not an absolute path. `C:` alone and
+// `C:a` count from a drive's current folder, so they are not.
 unsigned int MeasureRoot(View text) noexcept {
   if (!text.empty() && PathNames::IsSeparator(text[0])) return 1;
   const bool drive = text.size() >= 3 && IsDriveLetter(text[0]) && text[1] == u':' &&

@@ -7,15 +7,15 @@
 
 namespace IO {
 
-/// An absolute place in the file system: a root and the local part, a row of names below it.
+/// An absolute path in the file system: a root and the local part, a row of names below it.
 ///
 /// A value, and a text only: no operation looks at the file system. The root is `\` or, with a
 /// drive, `C:\`. Locations with a drive can be worked on everywhere; where the platform has no
 /// drives, nothing is there.
 ///
 /// Nothing here throws. An object that could not be made what it should be, because the text was
-/// no absolute path or because memory ran out (in copying too), is invalid and keeps the reason as
-/// its status.
+/// not an absolute path or because memory ran out (in copying too), is invalid and keeps the reason
+/// as its status.
 class FOUNDATION_API Location final {
  public:
   /// An empty location, which is valid.
@@ -30,8 +30,8 @@ class FOUNDATION_API Location final {
 
   /// Takes a path text: U+005C or U+002F separates; repeated separators count as one, a trailing
   /// one is dropped; `.` is dropped, `..` takes the name before it away. An empty text makes the
-  /// location empty. A text that is no absolute path, leads above the root or holds U+0000 leaves
-  /// the location invalid. Gives the new status.
+  /// location empty. A text that is not an absolute path, leads above the root or holds U+0000
+  /// leaves the location invalid. Returns the new status.
   int Set(Vx::UniString::View text) noexcept;
 
   /// The path text, with U+005C as separator. Fails for an invalid location; an empty one has an

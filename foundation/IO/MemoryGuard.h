@@ -4,8 +4,8 @@
 
 namespace IO {
 
-/// Runs `work` and gives what it gives, or `onFailure` where memory runs out: texts and lists
-/// raise, while the operations of this layer report.
+/// Returns the status of `work`, or `onFailure` if memory runs out: strings and lists throw, while
+/// the operations of this layer report by status.
 template <class Work>
 [[nodiscard]] int GuardMemory(int onFailure, Work&& work) noexcept {
   try {

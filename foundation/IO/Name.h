@@ -6,10 +6,10 @@
 
 namespace IO {
 
-/// One name in the file system: a file's or a folder's, without its place. The text is not
-/// checked here; a location refuses to take a name that can't be one.
+/// One name in the file system: a file's or a folder's, without its path. The text is not checked
+/// here; a location refuses to take a name that can't be one.
 ///
-/// A value like the text that it holds: copying raises `Vx::OutOfMemoryException`.
+/// A value like the text that it holds: copying throws `Vx::OutOfMemoryException`.
 class Name final {
  public:
   Name() noexcept = default;

@@ -15,19 +15,19 @@ inline constexpr Vx::UniChar Separator = u'\\';
 /// Whether `name` can be one name of a path: not empty, `.` or `..`, without separator and U+0000.
 [[nodiscard]] bool IsName(Vx::UniString::View name) noexcept;
 
-/// Appends one name to a path whose first `rootLength` units are its root.
-/// Raises `Vx::OutOfMemoryException`.
+/// Appends one name to a path whose first `rootLength` units are its root. Throws
+/// `Vx::OutOfMemoryException`.
 void AppendName(Vx::UniString& path, unsigned int rootLength, Vx::UniString::View name);
 
 /// Takes the last name away; false if there is none.
 [[nodiscard]] bool RemoveLastName(Vx::UniString& path, unsigned int rootLength);
 
 /// Appends all names of a path text, with `.` and `..` resolved. False if the text leads above the
-/// root or holds U+0000; the path is then of no use. Raises `Vx::OutOfMemoryException`.
+/// root or holds U+0000; the path is then of no use. Throws `Vx::OutOfMemoryException`.
 [[nodiscard]] bool AppendText(Vx::UniString& path, unsigned int rootLength,
                               Vx::UniString::View text);
 
-/// The number of names behind the root.
+/// The number of names below the root.
 [[nodiscard]] unsigned int CountNames(Vx::UniString::View path, unsigned int rootLength) noexcept;
 
 /// Where the last name begins; `rootLength` if there is one name or none.

@@ -6,7 +6,7 @@
 
 namespace IO {
 
-/// A place below some folder: a row of names.
+/// A path below some folder: a row of names.
 ///
 /// A value. The constructor from a text takes U+005C and U+002F as separators, counts repeated
 /// ones as one and drops a trailing one; it drops `.`, and `..` takes the name before it away. The
@@ -32,7 +32,7 @@ class FOUNDATION_API RelativeLocation final {
 
   /// The number of names.
   [[nodiscard]] unsigned int GetLength() const noexcept;
-  /// The name at `index`. Fails behind the last one and leaves `name` as it was.
+  /// The name at `index`. Fails past the last one and leaves `name` as it was.
   [[nodiscard]] int GetName(unsigned int index, Name& name) const noexcept;
 
   /// The names, with U+005C between them. Valid until the object changes.

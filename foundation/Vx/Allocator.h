@@ -6,8 +6,8 @@
 
 namespace Vx {
 
-/// Standard allocator on `NewOperator`, so that a standard container that runs out of memory
-/// raises `OutOfMemoryException` like everything else here.
+/// Standard allocator on `NewOperator`, so that a standard container that runs out of memory throws
+/// `OutOfMemoryException` like everything else here.
 template <class T>
 class Allocator {
  public:

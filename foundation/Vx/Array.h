@@ -9,7 +9,7 @@
 
 namespace Vx {
 
-/// Elements in one piece of memory, for classes that can be copied as bytes. A change of the
+/// Elements in one block of memory, for classes that can be copied as bytes. A change of the
 /// capacity moves the elements, and pointers to them then lead nowhere.
 ///
 /// Where the memory comes from is for the derived class to say; one that overrides that must call
@@ -23,8 +23,8 @@ class Array : public RandomContainer<T> {
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
 
-  /// Sets the room to `n` elements, or to `GetMinCapacity()` if that is more. Elements that no
-  /// longer have a place are dropped. Raises `OutOfMemoryException`; the array is then as it was.
+  /// Sets the room to `n` elements, or to `GetMinCapacity()` if that is more. Elements beyond it
+  /// are dropped. Throws `OutOfMemoryException`; the array is then as it was.
   virtual void SetCapacity(unsigned int n) {
     const unsigned int wanted = std::max(n, GetMinCapacity());
     if (wanted == capacity) return;
@@ -41,12 +41,12 @@ class Array : public RandomContainer<T> {
 
  protected:
   /// Memory for `n` elements, at least one, that does not overlap `current`, the memory in use.
-  /// Raises `OutOfMemoryException`.
+  /// Throws `OutOfMemoryException`.
   [[nodiscard]] virtual T* Allocate(unsigned int n, [[maybe_unused]] const T* current) {
     return NewElements<T>(n);
   }
 
-  /// Takes back what `Allocate` gave. A null pointer is ignored.
+  /// Frees what `Allocate` returned. A null pointer is ignored.
   virtual void Deallocate(T* buffer) noexcept { DeleteArrayOperator(buffer); }
 
   /// Whether `buffer` is from the heap.
@@ -58,9 +58,9 @@ class Array : public RandomContainer<T> {
   virtual ~Array() { Clear(); }
 
   /// Sets the number of elements; new ones are zero or null. Growing beyond the capacity at least
-  /// doubles it, so that growing by one costs constant time on average. A size of a quarter of
-  /// the capacity or less halves the capacity at least. Raises `OutOfMemoryException`; the
-  /// elements are then as they were, save that those above a smaller size are gone.
+  /// doubles it, so that growing by one costs constant time on average. A size of a quarter of the
+  /// capacity or less halves the capacity at least. Throws `OutOfMemoryException`; the elements are
+  /// then as they were, save that those above a smaller size are gone.
   void SetSize(unsigned int n) {
     if (n > capacity) SetCapacity(std::max(n, Twice(size)));
     if (n > size) std::fill_n(elements + size, n - size, T());
@@ -68,7 +68,7 @@ class Array : public RandomContainer<T> {
     if (n <= capacity / 4) SetCapacity(Twice(n));
   }
 
-  /// Gives all memory back. Capacity and size are 0 then, whatever the least capacity is.
+  /// Frees all memory. Capacity and size are 0 then, whatever the least capacity is.
   void Clear() noexcept {
     Deallocate(elements);
     elements = nullptr;

@@ -9,7 +9,7 @@ class AtomicCounter final {
  public:
   explicit AtomicCounter(unsigned int start = 0) noexcept : value(start) {}
 
-  /// Both give the new value.
+  /// Both return the new value.
   unsigned int Increment() noexcept { return AtomicIncrement(value); }
   unsigned int Decrement() noexcept { return AtomicDecrement(value); }
   [[nodiscard]] unsigned int GetValue() const noexcept { return AtomicRead(value); }

@@ -10,10 +10,9 @@
 
 namespace Vx {
 
-/// What the string of bytes and the string of 16-bit units share: a value of up to 2^31 - 1
-/// units. Counts and indexes are in units, and a count of `ToEnd` means to the end. An index
-/// behind the end counts as the end. Growing raises `OutOfMemoryException` and then leaves the
-/// text as it was.
+/// What the string of bytes and the string of 16-bit units share: a value of up to 2^31 - 1 units.
+/// Counts and indexes are in units, and a count of `ToEnd` means to the end. An index past the end
+/// counts as the end. Growing throws `OutOfMemoryException` and then leaves the text as it was.
 template <class Unit>
 class BasicString {
  public:
@@ -27,7 +26,7 @@ class BasicString {
   }
   [[nodiscard]] bool IsEmpty() const noexcept { return units.empty(); }
 
-  /// The units, with a zero unit behind the last. Valid until the text changes.
+  /// The units, with a zero unit after the last. Valid until the text changes.
   [[nodiscard]] const Unit* GetBuffer() const noexcept { return units.c_str(); }
   [[nodiscard]] View GetView() const noexcept { return View(units); }
 
@@ -49,8 +48,8 @@ class BasicString {
   }
   void Append(Unit unit) { Append(View(&unit, 1)); }
 
-  /// Index of the first occurrence at or behind `start`, or `NotFound`. An empty `pattern` is
-  /// found at `start`, or at the end.
+  /// Index of the first occurrence at or after `start`, or `NotFound`. An empty `pattern` is found
+  /// at `start`, or at the end.
   [[nodiscard]] unsigned int FindFirst(View pattern, unsigned int start = 0) const noexcept {
     return ToIndex(GetView().find(pattern, std::min(start, GetLength())));
   }
@@ -98,7 +97,7 @@ class BasicString {
   }
 
  private:
-  // A text beyond the limit could not be allocated in any sensible way: it is lack of memory.
+  // A text beyond the limit could not be allocated in any sensible way: it counts as out of memory.
   static std::size_t CheckedLength(std::size_t added, std::size_t present) {
     if (added > MaxLength || present + added > MaxLength) ThrowOutOfMemory();
     return added;

@@ -9,10 +9,10 @@
 namespace Vx {
 
 /// Reads ahead from the channel beneath, so that small reads cost it few calls. A read of at least
-/// the buffer's size that meets an empty buffer passes it by. Destruction does not close.
+/// the buffer's size bypasses the buffer if it is empty. Destruction does not close.
 class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel, public PeekableInput {
  public:
-  /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and raises
+  /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and throws
   /// `IllegalArgumentException` for an empty reference.
   BufferedIBinaryChannel(const Ref<IBinaryChannel, AtomicCounter>& source, unsigned int bufferSize);
   BufferedIBinaryChannel(IBinaryChannel& source, unsigned int bufferSize);

@@ -7,12 +7,12 @@
 
 namespace Vx {
 
-/// Gathers small writes for the channel beneath. A write of at least the buffer's size that meets
-/// an empty buffer passes it by. Destruction neither writes nor closes: what was not flushed or
-/// closed is dropped.
+/// Gathers small writes for the channel beneath. A write of at least the buffer's size bypasses the
+/// buffer if it is empty. Destruction neither writes nor closes: what was not flushed or closed is
+/// dropped.
 class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel {
  public:
-  /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and raises
+  /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and throws
   /// `IllegalArgumentException` for an empty reference.
   BufferedOBinaryChannel(const Ref<OBinaryChannel, AtomicCounter>& target, unsigned int bufferSize);
   BufferedOBinaryChannel(OBinaryChannel& target, unsigned int bufferSize);

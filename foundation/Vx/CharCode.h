@@ -14,8 +14,8 @@ enum VxCharCode : int {
 
 /// What a conversion to bytes does with a unit that the encoding does not have.
 enum OnConversionError : int {
-  /// Raise `Vx::ConversionErrorException`.
+  /// Throw `Vx::ConversionErrorException`.
   OnConversionErrorFail = 0,
-  /// Put a question mark in its place.
+  /// Put a question mark instead.
   OnConversionErrorReplace = 1,
 };

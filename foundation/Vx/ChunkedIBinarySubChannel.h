@@ -8,7 +8,7 @@
 namespace Vx {
 
 /// Reads the data that a `ChunkedOBinarySubChannel` wrote into another channel. Holds no data and
-/// takes no memory, whatever lengths the frames claim. Input that stops within the framing raises
+/// takes no memory, whatever lengths the frames claim. Input that stops within the framing throws
 /// `EndOfInputException`, "End of input reached."; it is never taken for the end of the data.
 class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, public PeekableInput {
  public:
@@ -16,13 +16,13 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
   ~ChunkedIBinarySubChannel() override;
 
   using IBinaryChannel::Read;
-  /// Never gives bytes of two frames at once.
+  /// Never returns bytes of two frames at once.
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
                                   ReadSomeModeSelector mode) override;
   /// What is left of the present frame, as far as it is available beneath. Between two frames it
   /// reads the next length; 0 at the end.
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
-  /// Reads on to behind the ending frame and leaves the other channel open there.
+  /// Reads on past the terminator and leaves the other channel open there.
   void Close() override;
 
   [[nodiscard]] unsigned int GetPeekSize() const noexcept override {

@@ -16,15 +16,15 @@ namespace Vx {
 /// destruction, which writes nothing.
 class FOUNDATION_API ChunkedOBinarySubChannel final : public OBinaryChannel {
  public:
-  /// Takes `chunkSize` bytes of memory. Raises `IllegalArgumentException` for a chunk size of 0
-  /// and `OutOfMemoryException`.
+  /// Takes `chunkSize` bytes of memory. Throws `IllegalArgumentException` for a chunk size of 0 and
+  /// `OutOfMemoryException`.
   ChunkedOBinarySubChannel(OBinaryChannel& target, const OProtocolX& form, unsigned int chunkSize);
   ~ChunkedOBinarySubChannel() override;
 
   void Write(const char* data, unsigned int size) override;
   /// Sends what is gathered as a frame of its own, and flushes the other channel.
   void Flush() override;
-  /// Sends what is gathered and the ending frame.
+  /// Sends what is gathered and the terminator.
   void Close() override;
 
  private:

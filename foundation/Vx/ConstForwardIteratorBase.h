@@ -6,7 +6,7 @@
 namespace Vx {
 
 /// Forward iterator over the pairs of a `Table`, in the order of their indexes. `State` knows the
-/// place and how to reach the pair there, `Assoc` is the pair of references handed out; the two
+/// position and how to reach the pair there, `Assoc` is the pair of references handed out; the two
 /// decide whether values can be changed through it. It shows what stands at its index when it is
 /// dereferenced, and costs no memory to copy.
 template <class Table, class State, class Assoc>

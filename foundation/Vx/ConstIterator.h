@@ -20,10 +20,10 @@ class IteratorBase {
   ~IteratorBase() = default;
 };
 
-/// An iterator over `T` that does not show what it runs over. It is a value: copying it copies
-/// the implementation behind it, on the heap, and raises `OutOfMemoryException`. The iterators
-/// of the containers derive from it, are their own implementation, and are copied without memory
-/// as long as they go under their own class.
+/// An iterator over `T` that does not show what it runs over. It is a value: copying it copies the
+/// implementation behind it, on the heap, and throws `OutOfMemoryException`. The iterators of the
+/// containers derive from it, are their own implementation, and are copied without memory as long
+/// as they go under their own class.
 ///
 /// It runs by `!it.IsAtEnd()` and `++it`, or stands in a range-based `for`. Its target is assigned
 /// under the class that it was made as: never a container's iterator through its base.
@@ -34,7 +34,7 @@ class ConstForwardIterator : public IteratorBase<T> {
 
   ConstForwardIterator(const ConstForwardIterator& source)
       : IteratorBase<T>(), implementation(source.implementation->Clone()) {}
-  /// Raises `OutOfMemoryException`, and the iterator is then where it was.
+  /// Throws `OutOfMemoryException`, and the iterator is then where it was.
   ConstForwardIterator& operator=(const ConstForwardIterator& source) {
     IConstForwardIterator<T>* const copy = source.implementation->Clone();
     delete implementation;
@@ -64,7 +64,7 @@ class ConstForwardIterator : public IteratorBase<T> {
   }
 
  protected:
-  /// Takes over `target`. A derived class that is its own implementation gives its interface part,
+  /// Takes over `target`. A derived class that is its own implementation passes its interface part,
   /// and calls `Abandon` in its destructor.
   explicit ConstForwardIterator(IConstForwardIterator<T>* target) noexcept
       : implementation(target) {}
@@ -134,7 +134,7 @@ class ConstRandomIterator : public ConstBidirectionalIterator<T> {
     Get().GoBack(count);
     return *this;
   }
-  /// The element `offset` places from here.
+  /// The element `offset` positions from here.
   [[nodiscard]] Reference operator[](Distance offset) const { return Get().GetAt(offset); }
 
   [[nodiscard]] ConstRandomIterator begin() const { return *this; }

@@ -3,8 +3,8 @@
 namespace Vx {
 
 /// Base of what holds elements of one class. Sizes, indexes and capacities of all containers are
-/// 32-bit unsigned numbers of elements; growing beyond them is lack of memory. No container has
-/// a lock: one thread at a time, while anybody changes it.
+/// 32-bit unsigned numbers of elements; growing beyond them counts as out of memory. No container
+/// has a lock: one thread at a time, while anybody changes it.
 template <class T>
 class Container {
  public:

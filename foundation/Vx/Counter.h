@@ -7,7 +7,7 @@ class Counter final {
  public:
   explicit Counter(unsigned int start = 0) noexcept : value(start) {}
 
-  /// Both give the new value.
+  /// Both return the new value.
   unsigned int Increment() noexcept { return ++value; }
   unsigned int Decrement() noexcept { return --value; }
   [[nodiscard]] unsigned int GetValue() const noexcept { return value; }

@@ -11,11 +11,11 @@ namespace Vx {
 /// must not throw.
 using DebugSink = void (*)(const char* bytes, std::size_t size);
 
-/// Puts `sink` in the place of standard error, or standard error back for null. Gives the sink
-/// before, null for standard error.
+/// Sends debug output to `sink`, or to standard error again for null. Returns the sink before, null
+/// for standard error.
 FOUNDATION_API DebugSink SetDebugSink(DebugSink sink) noexcept;
 
-/// Sends formatted text to the debug output in one piece. Text of 16-bit units goes out in UTF-8,
+/// Sends formatted text to the debug output in one call. Text of 16-bit units goes out in UTF-8,
 /// bytes go out as they are.
 FOUNDATION_API void WriteDebugOutput(const char* format, const FormatArgument* arguments,
                                      std::size_t count);

@@ -7,7 +7,7 @@
 namespace Vx {
 
 /// Memory for `count` elements, none of which is constructed yet. Goes back through
-/// `DeleteArrayOperator`. Raises `OutOfMemoryException`.
+/// `DeleteArrayOperator`. Throws `OutOfMemoryException`.
 template <class T>
 [[nodiscard]] T* NewElements(std::size_t count) {
   static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);

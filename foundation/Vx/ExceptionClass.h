@@ -22,8 +22,8 @@ namespace Vx {
 template <class Class, class Base, int Identifier>
 class ExceptionClass : public Base {
  public:
-  /// Message, source place and cause. A message of bytes is ISO 8859-1, null for none; the name of
-  /// the source file is not copied and must live as long as the program; the cause is copied.
+  /// Message, source position and cause. A message of bytes is ISO 8859-1, null for none; the name
+  /// of the source file is not copied and must live as long as the program; the cause is copied.
   explicit ExceptionClass(const char* text = nullptr, const char* sourceFile = nullptr,
                           unsigned int line = 0, const VxException& reason = NoCauseException()) {
     this->Initialize(text, sourceFile, line, reason, Identifier);

@@ -24,7 +24,7 @@ struct Directive {
   unsigned int width = 0;
   unsigned int precision = ToEnd;
   char conversion = 0;
-  std::size_t length = 0;  // of the directive's text; 0 if this is no directive
+  std::size_t length = 0;  // of the directive's text; 0 if this is not a directive
 
   [[nodiscard]] bool HasPrecision() const noexcept { return precision != ToEnd; }
 };
@@ -82,7 +82,7 @@ Directive ParseDirective(std::string_view format) noexcept {
 }
 
 struct Number {
-  Text sign;  // or prefix: what zero filling goes behind
+  Text sign;  // or prefix: what zero filling follows
   Text digits;
 };
 

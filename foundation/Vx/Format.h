@@ -58,7 +58,7 @@ class FormatArgument {
   std::u16string_view units;
 };
 
-/// Where formatted text goes, piece by piece.
+/// Where formatted text goes, chunk by chunk.
 class FOUNDATION_API FormatSink {
  public:
   virtual void AppendBytes(std::string_view bytes) = 0;

@@ -7,7 +7,7 @@ namespace Vx {
 /// The bucket counts of a hash table: a rising sequence of primes, each about twice the one
 /// before it. Both run in constant time.
 
-/// The first count above `capacity`. Raises `OutOfMemoryException` where 32 bits hold no such
+/// The first count above `capacity`. Throws `OutOfMemoryException` where 32 bits hold no such
 /// count.
 [[nodiscard]] FOUNDATION_API unsigned int GetNextHashCapacity(unsigned int capacity);
 

@@ -24,7 +24,7 @@ namespace Vx {
 template <class K, class V>
 class HashTable {
  public:
-  /// A pair in its place. Whoever changes the key or the link breaks the table.
+  /// A pair where it is stored. Whoever changes the key or the link breaks the table.
   struct HashEntry {
     HashEntry(const K& entryKey, const V& entryValue, HashEntry* following)
         : key(entryKey), value(entryValue), next(following) {}
@@ -128,9 +128,9 @@ class HashTable {
     return true;
   }
 
-  /// Appends the pair and gives true; gives false, and changes nothing, if the key is there. Key
-  /// and value may be parts of this table. Raises `OutOfMemoryException` or what copying raises;
-  /// the pairs are then as they were.
+  /// Appends the pair and returns true; returns false, and changes nothing, if the key is there.
+  /// Key and value may be parts of this table. Throws `OutOfMemoryException` or what copying
+  /// throws; the pairs are then as they were.
   bool Add(const K& key, const V& value) {
     const unsigned int hash = key.GenerateHashValue();
     if (FindHashed(key, hash) != nullptr) return false;
@@ -138,7 +138,8 @@ class HashTable {
     return true;
   }
 
-  /// Gives `key` the value: in the pair's place if the key is there, else as `Add`.
+  /// Sets the value of `key`, or adds the pair as `Add` does. A pair that is there keeps its
+  /// position.
   void Put(const K& key, const V& value) {
     const unsigned int hash = key.GenerateHashValue();
     if (const HashEntry* const entry = FindHashed(key, hash); entry != nullptr) {
@@ -148,9 +149,9 @@ class HashTable {
     }
   }
 
-  /// Removes the pair of `key`, moves the last pair into its place, and gives true; gives false if
-  /// there is no such pair. Raises `OutOfMemoryException` if giving memory back needs some and
-  /// there is none: the pair is gone all the same. What copying a value that can't be moved raises
+  /// Removes the pair of `key`, moves the last pair into its position, and returns true; returns
+  /// false if there is no such pair. Throws `OutOfMemoryException` if freeing memory needs some and
+  /// there is none: the pair is gone all the same. What copying a value that can't be moved throws
   /// leaves the pair where it was.
   bool Delete(const K& key) {
     if (entries.IsEmpty()) return false;
@@ -169,7 +170,7 @@ class HashTable {
     return true;
   }
 
-  /// Removes all pairs and gives all memory back; the limits stay.
+  /// Removes all pairs and frees all memory; the limits stay.
   void Clear() noexcept {
     buckets.Clear();
     entries.Clear();
@@ -211,8 +212,8 @@ class HashTable {
   void Insert(const K& key, const V& value, unsigned int hash) {
     if (buckets.IsEmpty()) buckets.SetSize(GetNextHashCapacity(0));
     unsigned int cost = GetChainLength(GetHead(hash)) + 1;
-    // Growing comes first, so that a failure leaves no pair behind. The chains come out as if it
-    // came last: a rehash puts the last entry first in its chain.
+    // Growing comes first, so that a failure leaves no half-added pair. The chains come out as if
+    // it came last: a rehash puts the last entry first in its chain.
     if (IsOverfull(entries.GetSize() + 1, searchCost + cost)) {
       Rehash(GetNextHashCapacity(buckets.GetSize()));
       cost = GetChainLength(GetHead(hash)) + 1;
@@ -258,7 +259,7 @@ class HashTable {
     }
   }
 
-  // Runs before anything is unlinked, and the key comes last: whatever copying raises, each entry
+  // Runs before anything is unlinked, and the key comes last: whatever copying throws, each entry
   // is still on the chain of its key.
   static void MovePair(HashEntry& target, HashEntry& source) {
     if constexpr (std::is_nothrow_move_assignable_v<K> && std::is_nothrow_move_assignable_v<V>) {
@@ -269,7 +270,7 @@ class HashTable {
     target.key = std::move(source.key);
   }
 
-  // Puts `slot`, which has the key already, into the chain in the place of `last`.
+  // Puts `slot`, which has the key already, into the chain instead of `last`.
   void Relink(HashEntry& last, HashEntry& slot) {
     slot.next = last.next;
     HashEntry** link = &GetHead(slot.key.GenerateHashValue());

@@ -8,7 +8,7 @@ namespace Vx {
 /// A source of bytes. Sizes are in bytes; failures are `IOException` or below.
 class FOUNDATION_API IBinaryChannel {
  public:
-  /// Selects the form of `Read` that may give fewer bytes than asked.
+  /// Selects the form of `Read` that may return fewer bytes than asked.
   enum ReadSomeModeSelector : int { ReadSome = 0 };
   /// Selects the form of `Read` that falls short only at the end of input.
   enum ReadAllModeSelector : int { ReadAll = 0 };
@@ -16,11 +16,11 @@ class FOUNDATION_API IBinaryChannel {
   IBinaryChannel(const IBinaryChannel&) = delete;
   IBinaryChannel& operator=(const IBinaryChannel&) = delete;
 
-  /// Reads at least one byte and at most `size`; gives the number, 0 at the end of input.
+  /// Reads at least one byte and at most `size`; returns the number, 0 at the end of input.
   [[nodiscard]] virtual unsigned int Read(char* buffer, unsigned int size,
                                           ReadSomeModeSelector mode) = 0;
 
-  /// Reads until `size` bytes are there or the input ends; gives the number. Built on the form
+  /// Reads until `size` bytes are there or the input ends; returns the number. Built on the form
   /// above, which it does not call for a size of 0.
   [[nodiscard]] virtual unsigned int Read(char* buffer, unsigned int size,
                                           ReadAllModeSelector mode);

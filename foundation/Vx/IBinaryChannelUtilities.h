@@ -10,7 +10,7 @@ class FOUNDATION_API IBinaryChannelUtilities final {
  public:
   IBinaryChannelUtilities() = delete;
 
-  /// Reads `size` bytes; gives their number, which is smaller only at the end of input.
+  /// Reads `size` bytes; returns their number, which is smaller only at the end of input.
   [[nodiscard]] static unsigned int ReadFully(IBinaryChannel& channel, char* buffer,
                                               unsigned int size) {
     return channel.Read(buffer, size, IBinaryChannel::ReadAll);

@@ -16,7 +16,7 @@ class FOUNDATION_API IChannel {
   IChannel& operator=(const IChannel&) = delete;
   virtual ~IChannel();
 
-  /// Reads `count` bytes. Gives 0 if all came, `StatusEndOfInput` if the input ended before that,
+  /// Reads `count` bytes. Returns 0 if all came, `StatusEndOfInput` if the input ended before that,
   /// or another status; `delivered`, which may be null, tells how many came in every case.
   [[nodiscard]] virtual int ReadBin(char* target, unsigned int count, unsigned int* delivered) = 0;
 

@@ -6,9 +6,9 @@
 
 namespace Vx {
 
-/// Reads values from a binary channel in the form that a protocol gives them. Reads nothing
-/// ahead, and leaves the channel open when it is destroyed. Failures are those of the channel and
-/// the protocol.
+/// Reads values from a binary channel in the form that a protocol defines. Reads nothing ahead, and
+/// leaves the channel open when it is destroyed. Failures are those of the channel and the
+/// protocol.
 class FOUNDATION_API IChannelX final {
  public:
   IChannelX(IBinaryChannel& source, const IProtocolX& form) noexcept
@@ -27,7 +27,7 @@ class FOUNDATION_API IChannelX final {
     return channel.Read(buffer, size, IBinaryChannel::ReadAll);
   }
 
-  /// Reads and drops `size` bytes; gives their number, which is smaller only at the end of input.
+  /// Reads and drops `size` bytes; returns their number, which is smaller only at the end of input.
   unsigned __int64 Skip(unsigned __int64 size);
 
  private:

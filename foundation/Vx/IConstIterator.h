@@ -17,17 +17,17 @@ requires T::IsReference struct IteratorReference<T> {
   using Type = T;
 };
 
-/// A distance between two places of a container, in elements.
+/// A distance between two positions of a container, in elements.
 using IteratorDistance = __int64;
 
 /// How an iterator over `T` does its work; `ConstForwardIterator` and its like are built on it. An
-/// iterator checks nothing: it sees whatever stands at its place when it is dereferenced, and it
+/// iterator checks nothing: it sees whatever stands at its position when it is dereferenced, and it
 /// must not be dereferenced at the end. Where two iterators meet, both are of the same class.
 template <class T>
 class IConstForwardIterator {
  public:
-  /// A copy on the heap; the caller owns it and ends it with `delete`.
-  /// Raises `OutOfMemoryException`.
+  /// A copy on the heap; the caller owns it and ends it with `delete`. Throws
+  /// `OutOfMemoryException`.
   [[nodiscard]] virtual IConstForwardIterator* Clone() const = 0;
   virtual ~IConstForwardIterator() = default;
 
@@ -51,7 +51,7 @@ class IConstBidirectionalIterator : public IConstForwardIterator<T> {
 template <class T>
 class IConstRandomIterator : public IConstBidirectionalIterator<T> {
  public:
-  /// The element `offset` places from here.
+  /// The element `offset` positions from here.
   [[nodiscard]] virtual typename IteratorReference<T>::Type GetAt(
       IteratorDistance offset) const = 0;
   virtual void Advance(IteratorDistance count) noexcept = 0;

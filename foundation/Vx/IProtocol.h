@@ -10,7 +10,7 @@ class IChannel;
 class Object;
 
 /// How values look as bytes, on reading through a channel that reports by status. Every operation
-/// gives the status, 0 for success; with any other the value is not to be used.
+/// returns the status, 0 for success; with any other the value is not to be used.
 class FOUNDATION_API IProtocol {
  public:
   virtual ~IProtocol();

@@ -18,7 +18,7 @@ void IProtocolX::Read(IBinaryChannel& channel, Guid& value) const {
 void IProtocolX::Read(IBinaryChannel& channel, UniString& value) const {
   unsigned int count = 0;
   Read(channel, count);
-  // The text grows with the units that really come: the count alone buys nothing.
+  // Don't allocate from an untrusted count: the text grows with the units that really come.
   UniString text;
   for (unsigned int index = 0; index < count; ++index) {
     unsigned short unit = 0;

@@ -7,7 +7,7 @@
 
 namespace Vx {
 
-/// How values look as bytes, on reading. Every operation reads one value from `channel`, or raises
+/// How values look as bytes, on reading. Every operation reads one value from `channel`, or throws
 /// `EndOfInputException` if the input ends within it.
 class FOUNDATION_API IProtocolX {
  public:

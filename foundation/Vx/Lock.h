@@ -11,11 +11,11 @@ class FOUNDATION_API Lock {
   Lock& operator=(const Lock&) = delete;
   virtual ~Lock();
 
-  /// Takes the lock. With `wait` false it gives up at once where somebody else holds it. Gives
+  /// Takes the lock. With `wait` false it returns at once where somebody else holds it. Returns
   /// whether it holds the lock now. Not recursive.
   virtual bool Acquire(bool wait) noexcept = 0;
 
-  /// Gives up the lock, which the caller must hold.
+  /// Releases the lock, which the caller must hold.
   virtual void Release() noexcept = 0;
 
  protected:

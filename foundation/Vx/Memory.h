@@ -14,21 +14,21 @@ namespace Vx {
 /// `DeleteOperator`, or, once an object lives in it, through a plain `delete`.
 [[nodiscard]] FOUNDATION_API void* NewOperator(std::size_t size) noexcept;
 
-/// Gives back what `NewOperator` gave. A null pointer is ignored.
+/// Frees what `NewOperator` returned. A null pointer is ignored.
 FOUNDATION_API void DeleteOperator(void* memory) noexcept;
 
 /// Memory for an array of bytes or trivial elements. Null if there is none; never throws.
 [[nodiscard]] FOUNDATION_API void* NewArrayOperator(std::size_t size) noexcept;
 
-/// Gives back what `NewArrayOperator` gave. A null pointer is ignored.
+/// Frees what `NewArrayOperator` returned. A null pointer is ignored.
 FOUNDATION_API void DeleteArrayOperator(void* memory) noexcept;
 
-/// Raises `OutOfMemoryException` without message and place.
+/// Throws `OutOfMemoryException` without message and position.
 [[noreturn]] FOUNDATION_API void ThrowOutOfMemory();
 
 /// Makes a `T` in memory from `NewOperator`, or from the class's own `operator new` where it has
-/// one. The caller owns the object and ends it with `delete`.
-/// Raises `OutOfMemoryException`, or what the constructor raises; nothing is leaked.
+/// one. The caller owns the object and ends it with `delete`. Throws `OutOfMemoryException`, or
+/// what the constructor throws; nothing is leaked.
 template <class T, class... Arguments>
 [[nodiscard]] T* New(Arguments&&... arguments) {
   if constexpr (requires { T::operator new(sizeof(T)); }) {
@@ -54,7 +54,7 @@ struct ArrayDelete {
 /// Owner of bytes from `NewArrayOperator`.
 using ByteArray = std::unique_ptr<char[], ArrayDelete>;
 
-/// `size` bytes, not cleared. Raises `OutOfMemoryException`.
+/// `size` bytes, not cleared. Throws `OutOfMemoryException`.
 [[nodiscard]] FOUNDATION_API ByteArray NewByteArray(std::size_t size);
 
 }  // namespace Vx

@@ -6,7 +6,7 @@
 
 namespace Vx {
 
-/// Collects what is written in memory, up to 2^31 - 1 bytes; more raises `OutOfMemoryException`.
+/// Collects what is written in memory, up to 2^31 - 1 bytes; more throws `OutOfMemoryException`.
 /// The content stays readable after `Close`.
 class FOUNDATION_API MemoryOBinaryChannel final : public OBinaryChannel {
  public:

@@ -16,7 +16,7 @@ class FOUNDATION_API OChannel {
   OChannel& operator=(const OChannel&) = delete;
   virtual ~OChannel();
 
-  /// Writes `count` bytes and gives the status. `written`, which may be null, tells how many were
+  /// Writes `count` bytes and returns the status. `written`, which may be null, tells how many were
   /// taken.
   [[nodiscard]] virtual int WriteBin(const char* source, unsigned int count,
                                      unsigned int* written) = 0;

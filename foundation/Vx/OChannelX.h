@@ -7,8 +7,8 @@
 
 namespace Vx {
 
-/// Writes values to a binary channel in the form that a protocol gives them. Holds nothing back,
-/// and leaves the channel open when it is destroyed. Failures are those of the channel and the
+/// Writes values to a binary channel in the form that a protocol defines. Holds nothing back, and
+/// leaves the channel open when it is destroyed. Failures are those of the channel and the
 /// protocol.
 class FOUNDATION_API OChannelX final {
  public:

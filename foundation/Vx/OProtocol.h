@@ -10,7 +10,7 @@ class OChannel;
 class Object;
 
 /// How values look as bytes, on writing through a channel that reports by status. Every operation
-/// gives the status, 0 for success.
+/// returns the status, 0 for success.
 class FOUNDATION_API OProtocol {
  public:
   virtual ~OProtocol();

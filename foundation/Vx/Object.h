@@ -12,11 +12,11 @@ class FOUNDATION_API Object {
  public:
   virtual ~Object();
 
-  /// Reads this object from `channel`; gives the channel's status, 0 for success. With any other
+  /// Reads this object from `channel`; returns the channel's status, 0 for success. With any other
   /// status the object is as it was.
   [[nodiscard]] virtual int ReadFrom(IChannel& channel) = 0;
 
-  /// Writes this object to `channel`; gives the channel's status, 0 for success.
+  /// Writes this object to `channel`; returns the channel's status, 0 for success.
   [[nodiscard]] virtual int WriteTo(OChannel& channel) const = 0;
 
  protected:

@@ -5,7 +5,7 @@
 
 namespace Vx {
 
-/// Memory could not be had. Usually without message and place.
+/// Memory could not be had. Usually without message and position.
 class FOUNDATION_API OutOfMemoryException
     : public ExceptionClass<OutOfMemoryException, RunTimeErrorException, -7009> {
  public:

@@ -31,11 +31,11 @@ class PagedArray : public RandomContainer<T> {
   ~PagedArray() { Clear(); }
 
   /// Appends a copy of `element`, which may be one of this array. Constant time, but for the
-  /// memory. Raises `OutOfMemoryException` or what the copying raises; the elements are then as
+  /// memory. Throws `OutOfMemoryException` or what the copying throws; the elements are then as
   /// they were.
   void Push(const T& element) { Emplace(element); }
 
-  /// Appends an element made from `arguments`; gives it. Otherwise as `Push`.
+  /// Appends an element made from `arguments`; returns it. Otherwise as `Push`.
   template <class... Arguments>
   T& Emplace(Arguments&&... arguments) {
     Reserve(size + 1);
@@ -45,18 +45,18 @@ class PagedArray : public RandomContainer<T> {
     return *element;
   }
 
-  /// Removes the last element; there must be one. Raises `OutOfMemoryException` if giving pages
-  /// back needs a smaller page table and there is no memory for that: the element is gone all the
-  /// same, and the next removal tries again.
+  /// Removes the last element; there must be one. Throws `OutOfMemoryException` if freeing pages
+  /// needs a smaller page table and there is no memory for that: the element is gone all the same,
+  /// and the next removal tries again.
   void Pop() {
     std::destroy_at(&(*this)[size - 1]);
     --size;
     if (size <= shrinkMark) Shrink(size);
   }
 
-  /// Removes the element at `index`; each later one moves one place down. Linear in the number of
-  /// those. Raises as `Pop` does, or what assigning an element raises, and then all elements are
-  /// there, each as far as it has got.
+  /// Removes the element at `index`; each later one moves one position down. Linear in the number
+  /// of those. Throws as `Pop` does, or what assigning an element throws: all elements are valid
+  /// then, but some may already have moved.
   void Delete(unsigned int index) {
     for (unsigned int i = index; i + 1 < size; ++i) {
       if constexpr (std::is_nothrow_move_assignable_v<T>) {
@@ -68,7 +68,7 @@ class PagedArray : public RandomContainer<T> {
     Pop();
   }
 
-  /// Removes all elements, in the order of their indexes, and gives all memory back.
+  /// Removes all elements, in the order of their indexes, and frees all memory.
   void Clear() noexcept {
     for (unsigned int i = 0; i < size; ++i) std::destroy_at(&(*this)[i]);
     FreeBlocks(pageTable, GetShape(), 0);
@@ -77,7 +77,7 @@ class PagedArray : public RandomContainer<T> {
     size = 0;
   }
 
-  /// Makes room for `n` elements in all, by whole blocks. Raises `OutOfMemoryException`; the
+  /// Makes room for `n` elements in all, by whole blocks. Throws `OutOfMemoryException`; the
   /// capacity is then as it was.
   void Reserve(unsigned int n) {
     if (n <= capacity) return;
@@ -90,9 +90,9 @@ class PagedArray : public RandomContainer<T> {
     SetShape(grown);
   }
 
-  /// Gives back every block that `n` elements, not fewer than there are, leave empty, provided
-  /// that the last two blocks are among them. Raises `OutOfMemoryException` if that needs a
-  /// smaller page table and there is no memory for it; nothing has changed then.
+  /// Frees every block that `n` elements, not fewer than there are, leave empty, provided that the
+  /// last two blocks are among them. Throws `OutOfMemoryException` if that needs a smaller page
+  /// table and there is no memory for it; nothing has changed then.
   void Shrink(unsigned int n) {
     if (n > shrinkMark) return;
     const Shape present = GetShape();
@@ -145,8 +145,9 @@ class PagedArray : public RandomContainer<T> {
     return pages == 0 ? 0 : std::bit_ceil(pages);
   }
 
-  // The size of the last block is not stored: above the second block the mark lies two blocks, an
-  // odd number of pages, below the capacity.
+  // The size of the last block is not stored: the last two blocks, n and n - 1 pages, lie between
+  // the mark and the capacity. With blocks of 1, 2 and 3 pages the capacity is 48 and the mark 8:
+  // (48 - 8) / 8 = 5 pages, and (5 + 1) / 2 = 3 are in the last.
   Shape GetShape() const noexcept {
     return Shape{capacity / PageSize, ((capacity - shrinkMark) / PageSize + 1) / 2};
   }

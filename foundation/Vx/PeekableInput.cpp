@@ -3,8 +3,8 @@
 namespace Vx {
 
 PeekableInput* PeekableInput::Find(IBinaryChannel& channel) noexcept {
-  auto* const face = dynamic_cast<PeekableInput*>(&channel);
-  return face != nullptr && face->GetPeekSize() != 0 ? face : nullptr;
+  auto* const input = dynamic_cast<PeekableInput*>(&channel);
+  return input != nullptr && input->GetPeekSize() != 0 ? input : nullptr;
 }
 
 }  // namespace Vx

@@ -8,7 +8,7 @@
 namespace Vx {
 
 /// The primitive types that protocols have an operation for. Nothing else converts to them on a
-/// channel: a pointer is no `bool`, and a `char16_t` is no `int`.
+/// channel: a pointer is not a `bool`, and a `char16_t` is not an `int`.
 template <class T>
 concept PrimitiveValue =
     std::same_as<T, char> || std::same_as<T, unsigned char> || std::same_as<T, bool> ||

@@ -10,10 +10,10 @@
 
 namespace Vx {
 
-/// Counted reference to a `T` on the heap; the last one deletes the object and swallows any
-/// failure of that. `C` is the class of the count: `Counter` for one thread, `AtomicCounter` for
-/// references on several, or any class with a constructor from the first value, and with
-/// `Increment` and `Decrement` that give the new value.
+/// Counted reference to a `T` on the heap; the last one deletes the object and swallows any failure
+/// of that. `C` is the class of the count: `Counter` for one thread, `AtomicCounter` for references
+/// on several, or any class with a constructor from the first value, and with `Increment` and
+/// `Decrement` that return the new value.
 ///
 /// Copying costs one step of the count and never fails. A `Ref` of a derived class converts to
 /// one of its base, which must have a virtual destructor.
@@ -22,7 +22,7 @@ class Ref {
  public:
   Ref() noexcept = default;
 
-  /// Takes over `target`, which may be null. Raises `OutOfMemoryException` if there is no memory
+  /// Takes over `target`, which may be null. Throws `OutOfMemoryException` if there is no memory
   /// for the count, and has then deleted `target`.
   explicit Ref(T* target) : object(target) {
     if (object == nullptr) return;
@@ -68,7 +68,7 @@ class Ref {
   /// The object, or null. The reference keeps its share.
   [[nodiscard]] T* Get() const noexcept { return object; }
 
-  /// Raises `NullReferenceException` if the reference is empty.
+  /// Throws `NullReferenceException` if the reference is empty.
   T& operator*() const { return Checked(); }
   T* operator->() const { return &Checked(); }
 

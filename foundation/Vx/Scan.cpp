@@ -16,7 +16,7 @@ void SkipBlanks(std::u16string_view& text) noexcept {
   while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
 }
 
-// 0 to 15, or 16 for anything that is no digit.
+// 0 to 15, or 16 for anything that is not a digit.
 unsigned int GetDigit(char16_t unit) noexcept {
   if (unit >= u'0' && unit <= u'9') return unit - u'0';
   if (unit >= u'a' && unit <= u'f') return 10U + (unit - u'a');

@@ -25,12 +25,12 @@ class ScanTarget {
   bool isText = false;
 };
 
-/// Reads values from `text` by `format` and gives the number of fields converted.
+/// Reads values from `text` by `format` and returns the number of fields converted.
 ///
 /// Directives are those of C's `scanf`: `d i u` for decimal and `x` for hexadecimal integers, `s`
 /// for a word, and `%%`. Length modifiers are read over: the target's type decides. Integers skip
-/// leading blanks, take a sign (unsigned types only `+`) and end at the first character that is
-/// no digit; one that does not fit its type is not converted. A blank in `format` matches any
+/// leading blanks, take a sign (unsigned types only `+`) and end at the first character that is not
+/// a digit; one that does not fit its type is not converted. A blank in `format` matches any
 /// blanks, any other character itself. The scan ends at the first thing that does not match.
 [[nodiscard]] FOUNDATION_API unsigned int ScanText(std::u16string_view text, const char* format,
                                                    const ScanTarget* targets, std::size_t count);

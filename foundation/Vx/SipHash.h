@@ -36,7 +36,7 @@ class SipHash {
         v2(key.first ^ 0x6C7967656E657261ULL),
         v3(key.second ^ 0x7465646279746573ULL) {}
 
-  // Little-endian, as SipHash is defined: the last bytes must not take the place of the length.
+  // Little-endian, as SipHash is defined: the last bytes must not overlap the length.
   static std::uint64_t Load(const unsigned char* bytes, std::size_t count) noexcept {
     std::uint64_t word = 0;
     std::memcpy(&word, bytes, count);

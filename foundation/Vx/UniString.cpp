@@ -22,7 +22,7 @@ SipHash::Key DrawHashKey() noexcept {
     };
     key = {draw(), draw()};
   } catch (...) {
-    // Without a source of chance the place of this variable still differs from run to run.
+    // Without a random source the address of this variable still differs from run to run.
     key = {reinterpret_cast<std::uintptr_t>(&key), reinterpret_cast<std::uintptr_t>(&DrawHashKey)};
   }
   return key;
@@ -106,7 +106,7 @@ unsigned int UniString::GenerateHashValue() const noexcept {
 int UniString::ReadFrom(IChannel& channel) {
   unsigned int count = 0;
   if (const int status = channel.Read(count); status != 0) return status;
-  // The text grows with the units that really come: the count alone buys nothing.
+  // Don't allocate from an untrusted count: the text grows with the units that really come.
   UniString text;
   for (unsigned int index = 0; index < count; ++index) {
     unsigned short unit = 0;

@@ -24,8 +24,8 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
   UniString(View text);
   /// Null counts as empty.
   UniString(const UniChar* text);
-  /// Decodes a zero-terminated byte text; null counts as empty.
-  /// Raises `ConversionErrorException` for bytes that are malformed in `code`.
+  /// Decodes a zero-terminated byte text; null counts as empty. Throws `ConversionErrorException`
+  /// for bytes that are malformed in `code`.
   UniString(const char* text, VxCharCode code);
   UniString(const UniString& source);
   UniString(UniString&& source) noexcept;
@@ -39,7 +39,7 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
   using BasicString::Append;
   using BasicString::Assign;
 
-  /// Decodes bytes in `code`. Raises `ConversionErrorException` for malformed bytes,
+  /// Decodes bytes in `code`. Throws `ConversionErrorException` for malformed bytes,
   /// `IllegalArgumentException` for a code that does not exist; the text is then as it was.
   void Assign(std::string_view bytes, VxCharCode code);
   void Append(std::string_view bytes, VxCharCode code);
@@ -49,9 +49,8 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
     return UniString(SubView(start, count));
   }
 
-  /// The units from `start` on, at most `count`, as bytes in `code`.
-  /// Raises `ConversionErrorException` for a unit that `code` does not have, where `onError` says
-  /// so.
+  /// The units from `start` on, at most `count`, as bytes in `code`. Throws
+  /// `ConversionErrorException` for a unit that `code` does not have, where `onError` says so.
   [[nodiscard]] String ToBytes(unsigned int start, unsigned int count, VxCharCode code,
                                OnConversionError onError) const;
 
@@ -59,13 +58,13 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
   [[nodiscard]] ByteArray ToCStr(unsigned int start, unsigned int count, VxCharCode code,
                                  OnConversionError onError) const;
 
-  /// From and to UTF-8 (RFC 3629). Decoding raises `ConversionErrorException` for malformed bytes;
+  /// From and to UTF-8 (RFC 3629). Decoding throws `ConversionErrorException` for malformed bytes;
   /// encoding shows a lone surrogate as U+FFFD.
   [[nodiscard]] static UniString FromUTF8(std::string_view bytes);
   [[nodiscard]] std::string ToUTF8() const;
 
   /// A hash of the units, keyed with a value drawn once per process: it differs from run to run,
-  /// and nobody who chooses the texts can choose the hashes. Nothing may be stored by it.
+  /// and is resistant to hash flooding. Never persist it.
   [[nodiscard]] unsigned int GenerateHashValue() const noexcept;
 
   /// What the directive `%T` of `Printf` takes.
@@ -91,7 +90,7 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
     }
   }
 
-  /// Reads values from the text by `format` and gives the number of fields converted; see
+  /// Reads values from the text by `format` and returns the number of fields converted; see
   /// `ScanText` for the directives. A field that is not converted leaves its value untouched.
   template <class... Values>
   [[nodiscard]] unsigned int Scanf(const char* format, Values*... values) const {

@@ -20,7 +20,7 @@ struct Sequence {
 /// Decodes the sequence at the head of `bytes`, which must not be empty.
 [[nodiscard]] Sequence Decode(std::string_view bytes, Form form) noexcept;
 
-/// Encodes one character, or one surrogate unit, into `target`; gives the bytes used, 1 to 4.
+/// Encodes one character, or one surrogate unit, into `target`; returns the bytes used, 1 to 4.
 [[nodiscard]] std::size_t Encode(char32_t character, char (&target)[4]) noexcept;
 
 }  // namespace Vx::Utf8

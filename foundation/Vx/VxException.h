@@ -7,7 +7,7 @@
 #include "foundation/Vx/FailureDetail.h"
 #include "foundation/Vx/UniString.h"
 
-/// Base of all failures: a message, the source place that reported it, an identifier and the
+/// Base of all failures: a message, the source position that reported it, an identifier and the
 /// failure that caused it. Also a `std::exception`, so that a host that knows nothing of these
 /// classes gets a readable text from `what()`.
 ///
@@ -20,17 +20,17 @@ class FOUNDATION_API VxException : public std::exception {
   [[nodiscard]] virtual const char* GetName() const noexcept = 0;
   [[nodiscard]] virtual int GetID() const noexcept;
   [[nodiscard]] virtual const Vx::UniString& GetMessage() const noexcept;
-  /// Null if no place was given.
+  /// Null if no position was given.
   [[nodiscard]] virtual const char* GetFileName() const noexcept;
   [[nodiscard]] virtual unsigned int GetLineNumber() const noexcept;
 
-  /// A copy on the heap with the same class; the caller owns it and ends it with `delete`.
-  /// Raises `Vx::OutOfMemoryException`.
+  /// A copy on the heap with the same class; the caller owns it and ends it with `delete`. Throws
+  /// `Vx::OutOfMemoryException`.
   [[nodiscard]] virtual VxException* Clone() const = 0;
 
   /// Writes name and message, on one line. A status other than 0 ends it early.
   virtual void Print(Vx::OChannel& channel) const;
-  /// Writes name, message and place of this exception and of its causes, a line each.
+  /// Writes name, message and position of this exception and of its causes, a line each.
   virtual void Dump(Vx::OChannel& channel) const;
 
   /// The cause, owned by this exception; null at the end of the chain.

@@ -16,7 +16,7 @@ class WrappedChannel final {
   /// The caller keeps `target` alive.
   explicit WrappedChannel(Channel& target) noexcept : channel(target) {}
 
-  /// Raises `IllegalArgumentException` with the message and place given if `target` is empty.
+  /// Throws `IllegalArgumentException` with the message and position given if `target` is empty.
   WrappedChannel(const Reference& target, const char* message, const char* fileName,
                  unsigned int lineNumber)
       : reference(target), channel(Checked(target, message, fileName, lineNumber)) {}

@@ -6,7 +6,7 @@
 #include "foundation/Vx/String.h"
 #include "foundation/Vx/Types.h"
 
-/// Open files as the system knows them. Every function gives a value of `errno`, 0 for success,
+/// Open files as the system knows them. Every function returns a value of `errno`, 0 for success,
 /// and carries interrupted and partial calls on.
 namespace IO::Posix {
 
@@ -33,9 +33,8 @@ enum class Access {
 [[nodiscard]] int Seek(int descriptor, SeekOrigin origin, __int64 offset,
                        __int64* position) noexcept;
 
-/// The data, or also everything else about the file or folder, onto the disk. 0 for what can't be
-/// put on a disk. Never to be repeated after a failure: the system counts what it could not write
-/// as written.
+/// Syncs the data, or also the metadata, of the file or folder. 0 for what can't be synced. Never
+/// to be repeated after a failure: the system counts what it could not write as written.
 [[nodiscard]] int SyncData(int descriptor) noexcept;
 [[nodiscard]] int SyncAll(int descriptor) noexcept;
 

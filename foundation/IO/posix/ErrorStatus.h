@@ -20,7 +20,7 @@ namespace IO::Posix {
 /// Of a failed write: output full, pipe closed, or `StatusWriteError`.
 [[nodiscard]] int WriteStatus(int error) noexcept;
 
-/// Whether `error` says that nothing is at a place: the item or a folder above it is missing.
+/// Whether `error` says that nothing is at a path: the item or a folder above it is missing.
 [[nodiscard]] bool IsMissing(int error) noexcept;
 
 /// The last value of `errno` that one of the functions above turned into `status` on this thread,

@@ -110,7 +110,7 @@ int MakeFolder(const Vx::String& path) noexcept {
   if (::mkdir(path.GetBuffer(), everybody) == 0) return 0;
   const int error = errno;
   struct stat facts {};
-  // Systems differ in the reason that they give for a folder that is there already.
+  // Systems differ in the error that they report for a folder that is there already.
   if (::stat(path.GetBuffer(), &facts) == 0 && S_ISDIR(facts.st_mode)) return 0;
   return error == EEXIST ? ENOTDIR : error;
 }
@@ -129,7 +129,7 @@ int GetWorkingFolder(Vx::String& path) {
     const Vx::ByteArray buffer = Vx::NewByteArray(size);
     if (::getcwd(buffer.get(), size) != nullptr) {
       path = Vx::String(buffer.get());
-      // A folder outside the process's root has a text that is no path.
+      // A folder outside the process's root has a text that is not a path.
       return path[0] == '/' ? 0 : ENOENT;
     }
     if (errno != ERANGE) return errno;

@@ -3,14 +3,14 @@
 #include "foundation/IO/Folder.h"
 #include "foundation/Vx/String.h"
 
-/// Single steps on the names of a folder that is held open, and on paths. Every function gives a
+/// Single steps on the names of a folder that is held open, and on paths. Every function returns a
 /// value of `errno`, 0 for success.
 namespace IO::Posix {
 
 /// Whether `error`, from `SwapNames` or `MoveName`, says that the file system has no such step.
 [[nodiscard]] bool IsUnsupported(int error) noexcept;
 
-/// Two names change places in one step.
+/// Swaps two names in one step.
 [[nodiscard]] int SwapNames(int folder, const Vx::String& first, const Vx::String& second) noexcept;
 /// The item gets another name; EEXIST if that is taken.
 [[nodiscard]] int MoveName(int folder, const Vx::String& from, const Vx::String& to) noexcept;
@@ -24,10 +24,10 @@ namespace IO::Posix {
 [[nodiscard]] bool AreOneItem(int folder, const Vx::String& first,
                               const Vx::String& second) noexcept;
 
-/// Puts one file of the folder on the disk.
+/// Syncs one file of the folder.
 [[nodiscard]] int SyncFile(int folder, const Vx::String& name) noexcept;
 
-/// Adds the names of all items but `.` and `..`. Raises `Vx::OutOfMemoryException`.
+/// Adds the names of all items but `.` and `..`. Throws `Vx::OutOfMemoryException`.
 [[nodiscard]] int ListNames(int folder, Folder::Names& names);
 
 /// The path of the item without symbolic links.
@@ -37,7 +37,7 @@ namespace IO::Posix {
 [[nodiscard]] int RemoveItem(const Vx::String& path) noexcept;
 /// 0 for a folder that is there; ENOTDIR if something else is.
 [[nodiscard]] int MakeFolder(const Vx::String& path) noexcept;
-/// The path of the current folder. Raises `Vx::OutOfMemoryException`.
+/// The path of the current folder. Throws `Vx::OutOfMemoryException`.
 [[nodiscard]] int GetWorkingFolder(Vx::String& path);
 
 }  // namespace IO::Posix

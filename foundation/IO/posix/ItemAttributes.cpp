@@ -64,7 +64,7 @@ int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexce
   Attributes present;
   const int error = ReadAttributes(path, false, &present);
   if (error != 0) return error;
-  // The flag holds even if somebody puts a link in the item's place between the two calls.
+  // The flag holds even if somebody replaces the item by a link between the two calls.
   const bool hasMode = present.type != EntryType::SymbolicLink;
   if (hasMode && ::fchmodat(AT_FDCWD, path.GetBuffer(), attributes.mode & PermissionBits,
                             AT_SYMLINK_NOFOLLOW) != 0) {

@@ -3,7 +3,7 @@
 #include "foundation/IO/Attributes.h"
 #include "foundation/Vx/String.h"
 
-/// Facts about items, by path and by descriptor. Every function gives a value of `errno`.
+/// Metadata of items, by path and by descriptor. Every function returns a value of `errno`.
 namespace IO::Posix {
 
 [[nodiscard]] int ReadAttributes(const Vx::String& path, bool followLinks,

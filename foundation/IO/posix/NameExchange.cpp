@@ -9,9 +9,9 @@
 namespace IO::Posix {
 namespace {
 
-// Gives `name` a second, new name beside it.
+// Links a second, new name beside `name`.
 int LinkSpare(int folder, const Vx::String& name, Vx::String& spare) noexcept {
-  constexpr unsigned int attempts = 100;  // a kill leaves a spare name behind, hardly ever many
+  constexpr unsigned int attempts = 100;  // a kill leaves one spare name, hardly ever many
   return GuardMemory(ENOMEM, [&] {
     int error = EEXIST;
     for (unsigned int attempt = 0; error == EEXIST && attempt < attempts; ++attempt) {
@@ -41,7 +41,7 @@ int SwapBySteps(int folder, const Vx::String& first, const Vx::String& second) n
   error = ReplaceName(folder, second, first);
   if (error == 0) {
     error = ReplaceName(folder, spare, second);
-    // The same steps backwards: the new file gets its name back before the old one takes `first`.
+    // The inverse steps: the new file gets its name back before the old one takes `first`.
     const bool undone = error != 0 && LinkName(folder, first, second) == 0 &&
                         ReplaceName(folder, spare, first) == 0;
     if (error != 0 && !undone) return error;  // the old content stays reachable as the spare
@@ -73,9 +73,9 @@ int MoveBySteps(int folder, const Vx::String& from, const Vx::String& to) noexce
 
 int ExchangeNames(int folder, const Vx::String& first, const Vx::String& second) noexcept {
   if (first == second) return EINVAL;
-  // The content goes first: a name can reach the disk before the data that it leads to, and after
-  // a power cut in between the good name would lead to an empty file. Writers of a file that is
-  // replaced are often spared this by the file system; those that swap names are not.
+  // The content is synced first: a name can become durable before the data that it leads to, and
+  // after a power cut in between the good name would lead to an empty file. Writers of a file that
+  // is replaced are often spared this by the file system; those that swap names are not.
   int error = SyncFile(folder, first);
   if (error == 0) error = SyncFile(folder, second);
   if (error == 0) error = Swap(folder, first, second);

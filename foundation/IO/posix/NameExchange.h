@@ -2,7 +2,7 @@
 
 #include "foundation/Vx/String.h"
 
-/// Changes of names that survive a kill or a power cut at any point. Every function gives a value
+/// Changes of names that survive a kill or a power cut at any point. Every function returns a value
 /// of `errno`, 0 for success, and leaves everything as it was otherwise.
 namespace IO::Posix {
 
@@ -10,7 +10,7 @@ namespace IO::Posix {
 [[nodiscard]] int ExchangeNames(int folder, const Vx::String& first,
                                 const Vx::String& second) noexcept;
 
-/// Gives an item another name in its folder, and never replaces. A failure leaves its old name.
+/// Renames an item within its folder, and never replaces. A failure leaves its old name.
 [[nodiscard]] int MoveItem(int folder, const Vx::String& from, const Vx::String& to) noexcept;
 
 /// The item gets the name `to`, which must be free: EEXIST if it is not.
