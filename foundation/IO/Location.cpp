@@ -129,16 +129,12 @@ int Location::Split(Location& folder, Name& name) const noexcept {
 }
 
 Location Location::GetSibling(View suffix) const noexcept {
-  Location sibling;
-  Name name;
-  int outcome = Split(sibling, name);
-  if (outcome == StatusSuccess) {
-    outcome = GuardMemory(StatusOutOfMemory, [&] {
-      name.GetText().Append(suffix);
-      return sibling.AppendToLocal(name);
-    });
-  }
-  sibling.Fail(outcome);
+  Location sibling(*this);
+  sibling.Fail(GuardMemory(StatusOutOfMemory, [&] {
+    if (GetLocalLength() == 0 || !PathNames::IsName(suffix)) return StatusInvalidLocation;
+    sibling.path.Append(suffix);
+    return sibling.status;
+  }));
   return sibling;
 }
 

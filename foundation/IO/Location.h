@@ -63,7 +63,7 @@ class FOUNDATION_API Location final {
   /// leaves both as they were.
   [[nodiscard]] int Split(Location& folder, Name& name) const noexcept;
   /// The location beside this one that has `suffix` appended to its last name. Invalid where there
-  /// is no name, or the suffix doesn't make another one.
+  /// is no name, or the suffix could not be a name itself.
   [[nodiscard]] Location GetSibling(Vx::UniString::View suffix) const noexcept;
 
   /// Goes down by one name. Fails, and changes nothing, for a name that is empty, `.` or `..`, or

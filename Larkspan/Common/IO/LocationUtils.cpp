@@ -14,7 +14,7 @@ constexpr Vx::UniChar UrlSeparator = u'/';
 constexpr std::u16string_view UrlPrefix = u"file://";
 constexpr std::u16string_view IllegalNameChars = u"\\/:*?\"<>|";
 
-void CheckPath(const Vx::UniString& path, unsigned int line) {
+void CheckPath(const Vx::UniString& path, unsigned int line = __builtin_LINE()) {
   if (path.IsEmpty()) {
     throw Vx::IllegalArgumentException("Invalid path: path is empty.", __FILE__, line);
   }
@@ -41,7 +41,7 @@ Vx::UniString NormalizeName(const Vx::UniString& name, const Vx::UniChar& replac
 }
 
 bool IsAbsolutePath(const Vx::UniString& path) {
-  CheckPath(path, __LINE__);
+  CheckPath(path);
   ::IO::Location location;
   location.Set(path);
   return location.IsValid() && !location.IsEmpty();
@@ -80,7 +80,7 @@ Vx::UniString LocationToPath(const ::IO::RelativeLocation& location) {
 }
 
 ::IO::Location LocationFromPath(const Vx::UniString& path) {
-  CheckPath(path, __LINE__);
+  CheckPath(path);
   if (!IsAbsolutePath(path)) {
     throw Vx::IOException(
         "Failed to create location from path: the specified path is not absolute.", __FILE__,
@@ -96,7 +96,7 @@ Vx::UniString LocationToPath(const ::IO::RelativeLocation& location) {
 
 ::IO::Location LocationFromRelativePath(const ::IO::Location& base, const Vx::UniString& path) {
   CheckLocation(base);
-  CheckPath(path, __LINE__);
+  CheckPath(path);
   if (IsAbsolutePath(path)) {
     throw Vx::IOException(
         "Failed to create location from relative path: the specified path is not relative.",
