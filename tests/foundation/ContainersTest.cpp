@@ -204,6 +204,29 @@ TEST(HashTableTest, CopiesTakeTheLimitsAndAssignmentsLeaveThem) {
   EXPECT_EQ(Table(patient).GetBucketCount(), patient.GetBucketCount());
 }
 
+TEST(HashTableTest, PairsCompareInAnyOrderAndMissingValuesAreEmpty) {
+  IntTable table;
+  table.Put(1, 10);
+  table.Put(2, 20);
+  IntTable turned;
+  turned.Put(2, 20);
+  EXPECT_FALSE(table.HasEqualPairs(turned));
+  turned.Put(1, 10);
+  EXPECT_TRUE(table.HasEqualPairs(turned));
+  turned.Put(1, 11);
+  EXPECT_FALSE(table.HasEqualPairs(turned));
+  turned.Delete(1);
+  turned.Put(3, 10);
+  EXPECT_FALSE(table.HasEqualPairs(turned));
+  int value = 5;
+  EXPECT_FALSE(table.FindValue(3, value));
+  EXPECT_EQ(value, 5);
+  EXPECT_TRUE(table.FindValue(2, value));
+  EXPECT_EQ(value, 20);
+  EXPECT_EQ(table.GetValue(1), 10);
+  EXPECT_EQ(table.GetValue(3), 0);
+}
+
 // An iterator whose class is forgotten owns a copy of its own, before and after assignments.
 TEST(IteratorsTest, PairIteratorsRunOnTheirOwnAndChangeValues) {
   Table table = MakeTable(3);
