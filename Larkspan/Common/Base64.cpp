@@ -53,7 +53,7 @@ void Base64::Decode(const char* source, unsigned int sourceSize, char** target,
                     unsigned int* targetSize) {
   CheckArguments(source, sourceSize, target, targetSize);
   const unsigned int textSize = CheckTextSize((sourceSize + 3ULL) / 4 * 4);
-  Vx::ByteArray bytes = Vx::NewByteArray(textSize / 4 * 3);
+  Vx::ByteArray bytes = Vx::NewByteArray(std::size_t{textSize} / 4 * 3);
   const std::size_t size = DecodeBase64(GetBase64Kernel(), source, sourceSize, bytes.get());
   if (target != nullptr) *target = bytes.release();
   if (targetSize != nullptr) *targetSize = static_cast<unsigned int>(size);

@@ -18,8 +18,8 @@ constexpr unsigned char Foreign = 0xFF;
 constexpr std::array<unsigned char, 128> Values = [] {
   std::array<unsigned char, 128> values{};
   values.fill(Foreign);
-  for (unsigned char value = 0; value < Alphabet.size(); ++value) {
-    values[static_cast<unsigned char>(Alphabet[value])] = value;
+  for (std::size_t value = 0; value < Alphabet.size(); ++value) {
+    values[static_cast<unsigned char>(Alphabet[value])] = static_cast<unsigned char>(value);
   }
   return values;
 }();

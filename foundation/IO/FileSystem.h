@@ -32,6 +32,7 @@ class FOUNDATION_API FileSystem final {
   [[nodiscard]] int CreateFolderTree(const Location& location) const noexcept;
 
   /// Removes a file, a symbolic link itself, or an empty folder.
+  // NOLINTNEXTLINE(modernize-use-nodiscard): who tidies up goes on whether it is gone or not.
   int Delete(const Location& location, DataSafety safety,
              AccessDeniedTreatment treatment) const noexcept;
 

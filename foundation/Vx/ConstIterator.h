@@ -35,6 +35,7 @@ class ConstForwardIterator : public IteratorBase<T> {
   ConstForwardIterator(const ConstForwardIterator& source)
       : IteratorBase<T>(), implementation(source.implementation->Clone()) {}
   /// Throws `OutOfMemoryException`, and the iterator is then where it was.
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copies before it deletes.
   ConstForwardIterator& operator=(const ConstForwardIterator& source) {
     IConstForwardIterator<T>* const copy = source.implementation->Clone();
     delete implementation;

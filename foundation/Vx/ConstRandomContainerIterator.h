@@ -23,6 +23,7 @@ class ConstRandomContainerIterator final
         IConstRandomIterator<ElementType>(source),
         container(source.container),
         index(source.index) {}
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): owns nothing.
   ConstRandomContainerIterator& operator=(const ConstRandomContainerIterator& source) noexcept {
     container = source.container;
     index = source.index;

@@ -233,8 +233,7 @@ void PutArgument(FormatSink& sink, const FormatArgument& argument, const Directi
 
 }  // namespace
 
-FormatArgument::FormatArgument(const String& text) noexcept
-    : kind(Kind::Bytes), bytes(text.GetView()) {}
+FormatArgument::FormatArgument(const String& text) noexcept : bytes(text.GetView()) {}
 
 FormatArgument::FormatArgument(const UniString& text) noexcept
     : kind(Kind::Units), units(text.GetView()) {}

@@ -41,9 +41,8 @@ class FormatArgument {
     }
   }
   /// Bytes, taken as they are. Null shows nothing.
-  FormatArgument(const char* text) noexcept
-      : kind(Kind::Bytes), bytes(text == nullptr ? std::string_view() : text) {}
-  FormatArgument(std::string_view text) noexcept : kind(Kind::Bytes), bytes(text) {}
+  FormatArgument(const char* text) noexcept : bytes(text == nullptr ? std::string_view() : text) {}
+  FormatArgument(std::string_view text) noexcept : bytes(text) {}
   FOUNDATION_API FormatArgument(const String& text) noexcept;
   FormatArgument(const UniChar* text) noexcept
       : kind(Kind::Units), units(text == nullptr ? std::u16string_view() : text) {}

@@ -201,7 +201,7 @@ class HashTable {
   // Where the chain of the keys with `hash` begins. There must be buckets.
   HashEntry*& GetHead(unsigned int hash) noexcept { return buckets[hash % buckets.GetSize()]; }
 
-  const HashEntry* FindHashed(const K& key, unsigned int hash) const {
+  [[nodiscard]] const HashEntry* FindHashed(const K& key, unsigned int hash) const {
     if (buckets.IsEmpty()) return nullptr;
     const HashEntry* entry = buckets[hash % buckets.GetSize()];
     while (entry != nullptr && !(entry->key == key)) entry = entry->next;
@@ -229,17 +229,17 @@ class HashTable {
     return length;
   }
 
-  double GetLoad(unsigned int size) const noexcept {
+  [[nodiscard]] double GetLoad(unsigned int size) const noexcept {
     return buckets.IsEmpty() ? 0.0 : static_cast<double>(size) / buckets.GetSize();
   }
 
   // With `size` pairs, at least one, and `cost` as search cost.
-  bool IsOverfull(unsigned int size, unsigned int cost) const noexcept {
+  [[nodiscard]] bool IsOverfull(unsigned int size, unsigned int cost) const noexcept {
     if (static_cast<double>(fillLimit) > GetLoad(size)) return false;
     return static_cast<double>(searchLimit) < static_cast<double>(cost) / size;
   }
 
-  bool IsSparse() const noexcept {
+  [[nodiscard]] bool IsSparse() const noexcept {
     return static_cast<double>(fillLimit * 0.25F) >= GetLoad(entries.GetSize());
   }
 

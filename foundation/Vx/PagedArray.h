@@ -148,7 +148,7 @@ class PagedArray : public RandomContainer<T> {
   // The size of the last block is not stored: the last two blocks, n and n - 1 pages, lie between
   // the mark and the capacity. With blocks of 1, 2 and 3 pages the capacity is 48 and the mark 8:
   // (48 - 8) / 8 = 5 pages, and (5 + 1) / 2 = 3 are in the last.
-  Shape GetShape() const noexcept {
+  [[nodiscard]] Shape GetShape() const noexcept {
     return Shape{capacity / PageSize, ((capacity - shrinkMark) / PageSize + 1) / 2};
   }
 

@@ -48,6 +48,7 @@ class Ref {
 
   ~Ref() { Release(); }
 
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): swaps with a copy.
   Ref& operator=(const Ref& source) noexcept {
     Ref copy(source);
     Swap(copy);
@@ -86,7 +87,7 @@ class Ref {
   template <class U, class D>
   friend class Ref;
 
-  T& Checked() const {
+  [[nodiscard]] T& Checked() const {
     if (object == nullptr) throw NullReferenceException("Null reference.", __FILE__, __LINE__);
     return *object;
   }
@@ -94,6 +95,7 @@ class Ref {
     if (counter != nullptr) counter->Increment();
   }
   void Release() noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): it can't know what other references count.
     if (counter == nullptr || counter->Decrement() != 0) return;
     delete counter;
     DeleteObject();

@@ -3,6 +3,7 @@
 // The 64-bit integers are spelled `__int64` and `unsigned __int64` throughout; where the compiler
 // has no such type, the name is a macro for the one that it has.
 #if !defined(_MSC_VER) && !defined(__int64)
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is part of the interface.
 #define __int64 long long
 #endif
 

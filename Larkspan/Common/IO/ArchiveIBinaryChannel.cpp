@@ -204,9 +204,8 @@ ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::StartEntry() {
     throw ArchiveException("Failed to read archive entry: invalid entry method.", __FILE__,
                            __LINE__);
   }
-  ArchiveEntryImpl* const newEntry =
-      Vx::New<ArchiveEntryImpl>(name, static_cast<ArchiveEntry::Method>(method));
-  const EntryRef entry(newEntry);
+  auto* const newEntry = Vx::New<ArchiveEntryImpl>(name, static_cast<ArchiveEntry::Method>(method));
+  EntryRef entry(newEntry);
   ReadHeaders(channel, [newEntry](const Vx::UniString& headerName, const Vx::UniString& value) {
     newEntry->PutHeader(headerName, value);
   });

@@ -57,7 +57,7 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   using ChannelRef = Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>;
 
   void CheckOpened(const char* file, unsigned int line) const;
-  Vx::IBinaryChannel& GetInputChannel() noexcept { return source.Get(); }
+  [[nodiscard]] Vx::IBinaryChannel& GetInputChannel() noexcept { return source.Get(); }
   const Vx::IBinaryChannel& GetInputChannel() const noexcept { return source.Get(); }
   void ReadArchiveHeader();
   // Fills the cache of headers on behalf of the const queries.

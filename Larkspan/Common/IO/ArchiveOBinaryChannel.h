@@ -72,7 +72,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   void CheckOpened(const char* file, unsigned int line) const;
   void CheckHeaderUpdatable(const char* file, unsigned int line) const;
   void CheckEntryStarted(const char* file, unsigned int line);
-  Vx::OBinaryChannel& GetOutputChannel() noexcept { return target.Get(); }
+  [[nodiscard]] Vx::OBinaryChannel& GetOutputChannel() noexcept { return target.Get(); }
   const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return target.Get(); }
   void WriteArchiveHeader();
   void WriteEntryHeader(const EntryRef& entry);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <concepts>
 #include <cstdint>
 #include <limits>
@@ -60,10 +61,10 @@ template <class T>
     // take it that this can't be, so there is no promise.
     return static_cast<Pattern>(std::bit_cast<unsigned char>(value) != 0 ? 1 : 0);
   } else if constexpr (std::is_same_v<T, float>) {
-    return value != value ? Pattern{0x7FC00000U} : std::bit_cast<Pattern>(value);
+    return std::isnan(value) ? Pattern{0x7FC00000U} : std::bit_cast<Pattern>(value);
   } else if constexpr (std::is_floating_point_v<T>) {
     const auto number = static_cast<double>(value);
-    return number != number ? Pattern{0x7FF8000000000000U} : std::bit_cast<Pattern>(number);
+    return std::isnan(number) ? Pattern{0x7FF8000000000000U} : std::bit_cast<Pattern>(number);
   } else {
     return static_cast<Pattern>(value);
   }

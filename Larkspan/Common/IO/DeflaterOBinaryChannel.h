@@ -49,7 +49,7 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
   void Destroy() noexcept;
   void EnsureOpened(const char* file, unsigned int line) const;
   void FlushBuffer(int flush);
-  Vx::OBinaryChannel& GetBaseChannel() noexcept { return wrapped.Get(); }
+  [[nodiscard]] Vx::OBinaryChannel& GetBaseChannel() noexcept { return wrapped.Get(); }
   const Vx::OBinaryChannel& GetBaseChannel() const noexcept { return wrapped.Get(); }
 
   Vx::WrappedChannel<Vx::OBinaryChannel> wrapped;

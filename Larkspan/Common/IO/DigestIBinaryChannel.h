@@ -46,8 +46,8 @@ class DigestIBinaryChannel : public Vx::IBinaryChannel, public Vx::PeekableInput
   void ResetDigest() noexcept { digest.Reset(); }
 
  private:
-  Vx::IBinaryChannel& GetInputChannel() noexcept { return wrapped.Get(); }
-  const Vx::IBinaryChannel& GetInputChannel() const noexcept { return wrapped.Get(); }
+  [[nodiscard]] Vx::IBinaryChannel& GetInputChannel() noexcept { return wrapped.Get(); }
+  [[nodiscard]] const Vx::IBinaryChannel& GetInputChannel() const noexcept { return wrapped.Get(); }
 
   Vx::WrappedChannel<Vx::IBinaryChannel> wrapped;
   Digest digest;

@@ -29,8 +29,10 @@ class DigestOBinaryChannel : public Vx::OBinaryChannel {
   void ResetDigest() noexcept { digest.Reset(); }
 
  private:
-  Vx::OBinaryChannel& GetOutputChannel() noexcept { return wrapped.Get(); }
-  const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return wrapped.Get(); }
+  [[nodiscard]] Vx::OBinaryChannel& GetOutputChannel() noexcept { return wrapped.Get(); }
+  [[nodiscard]] const Vx::OBinaryChannel& GetOutputChannel() const noexcept {
+    return wrapped.Get();
+  }
 
   Vx::WrappedChannel<Vx::OBinaryChannel> wrapped;
   Digest digest;

@@ -6,6 +6,7 @@ FileTransaction::FileTransaction() noexcept = default;
 FileTransaction::FileTransaction(const FileTransaction&) noexcept = default;
 FileTransaction::~FileTransaction() = default;
 
+// NOLINTNEXTLINE(misc-unconventional-assign-operator,modernize-use-equals-default): as declared.
 const FileTransaction& FileTransaction::operator=(const FileTransaction&) noexcept {
   return *this;
 }

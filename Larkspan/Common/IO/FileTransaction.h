@@ -33,6 +33,7 @@ class LARKSPAN_API FileTransaction {
  protected:
   FileTransaction() noexcept;
   FileTransaction(const FileTransaction& source) noexcept;
+  // NOLINTNEXTLINE(misc-unconventional-assign-operator): the result type is part of the interface.
   const FileTransaction& operator=(const FileTransaction& source) noexcept;
 };
 

@@ -30,7 +30,7 @@ int JavaDataInputProtocol::Read(Vx::IChannel& channel, char* value) {
   const int status = ReadUTF(channel, text);
   if (status != Vx::StatusSuccess) return status;
   const Vx::ByteArray bytes = text.ToCStr(0, Vx::ToEnd, VxCharCodePlain, OnConversionErrorFail);
-  std::strcpy(value, bytes.get());
+  std::memcpy(value, bytes.get(), std::strlen(bytes.get()) + 1);
   return Vx::StatusSuccess;
 }
 

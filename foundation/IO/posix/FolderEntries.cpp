@@ -89,6 +89,7 @@ int ListNames(int folder, Folder::Names& names) {
   if (!stream) return errno;
   while (true) {
     errno = 0;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread has this stream.
     const dirent* const entry = ::readdir(stream.get());
     if (entry == nullptr) return errno;
     const std::string_view name(entry->d_name);
