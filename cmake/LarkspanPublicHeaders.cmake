@@ -7,11 +7,13 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Common/Export.h
     Larkspan/Common/ExceptionReport.h
     Larkspan/Common/HalfAlignedAtomic.h
+    Larkspan/Common/IO/ArchiveEnd.h
     Larkspan/Common/IO/ArchiveEntry.h
     Larkspan/Common/IO/ArchiveException.h
     Larkspan/Common/IO/ArchiveFile.h
     Larkspan/Common/IO/ArchiveIBinaryChannel.h
     Larkspan/Common/IO/ArchiveOBinaryChannel.h
+    Larkspan/Common/IO/ArchiveSeal.h
     Larkspan/Common/IO/ByteCount.h
     Larkspan/Common/IO/CRC32.h
     Larkspan/Common/IO/CRC32IBinaryChannel.h
@@ -129,6 +131,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     foundation/Vx/Ref.h
     foundation/Vx/RunTimeErrorException.h
     foundation/Vx/Scan.h
+    foundation/Vx/SkippableInput.h
     foundation/Vx/SpinLock.h
     foundation/Vx/StatusCode.h
     foundation/Vx/String.h

@@ -47,6 +47,8 @@ class FOUNDATION_API File final {
   [[nodiscard]] const Vx::String& GetNativePath() const noexcept { return nativePath; }
 
   [[nodiscard]] bool IsOpen() const noexcept { return descriptor >= 0; }
+  /// Whether what is open is a file with a size and a position, and no pipe or device.
+  [[nodiscard]] bool IsRegular() const noexcept { return isRegular; }
   /// The file is closed afterwards in any case; a failure means that the system could not keep
   /// something that was written. Returns 0 for a closed file.
   int Close() noexcept;

@@ -29,6 +29,7 @@ std::string_view ChunkedIBinarySubChannel::Peek() {
 void ChunkedIBinarySubChannel::Advance(unsigned int size) {
   peekable->Advance(size);
   left -= size;
+  passed += size;
 }
 
 unsigned __int64 ChunkedIBinarySubChannel::GetAvailable() const {
@@ -56,7 +57,9 @@ bool ChunkedIBinarySubChannel::EnterFrame() const {
   if (ended) return false;
   if (left == 0) {
     unsigned int length = 0;
+    lost = true;
     protocol.Read(channel, length);
+    lost = false;
     left = length;
     ended = length == 0;
   }
@@ -65,10 +68,38 @@ bool ChunkedIBinarySubChannel::EnterFrame() const {
 
 unsigned int ChunkedIBinarySubChannel::ReadFrame(char* buffer, unsigned int size) {
   if (size == 0 || !EnterFrame()) return 0;
+  lost = true;
   const unsigned int count = channel.Read(buffer, std::min(size, left), ReadSome);
+  lost = false;
   if (count == 0) throw EndOfInputException("End of input reached.", __FILE__, __LINE__);
   left -= count;
+  passed += count;
   return count;
+}
+
+bool ChunkedIBinarySubChannel::SkipRest() {
+  if (lost) return false;
+  try {
+    while (EnterFrame()) {
+      if (!SkipFrame()) return false;
+    }
+  } catch (const EndOfInputException&) {
+    return false;
+  }
+  return true;
+}
+
+// Passes over the rest of the frame, or a piece of it; false at the end of the input.
+bool ChunkedIBinarySubChannel::SkipFrame() {
+  char dropped[4096];
+  SkippableInput* const skippable = SkippableInput::Find(channel);
+  if (skippable == nullptr) return ReadFrame(dropped, sizeof(dropped)) != 0;
+  lost = true;
+  const auto count = static_cast<unsigned int>(skippable->Skip(left));
+  lost = false;
+  left -= count;
+  passed += count;
+  return left == 0;
 }
 
 }  // namespace Vx

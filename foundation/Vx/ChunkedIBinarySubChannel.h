@@ -4,6 +4,7 @@
 #include "foundation/Vx/IBinaryChannel.h"
 #include "foundation/Vx/IProtocolX.h"
 #include "foundation/Vx/PeekableInput.h"
+#include "foundation/Vx/SkippableInput.h"
 
 namespace Vx {
 
@@ -31,10 +32,19 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
   [[nodiscard]] std::string_view Peek() override;
   void Advance(unsigned int size) override;
 
+  /// Goes on to behind the ending frame without looking at what is left of the data, by the lengths
+  /// of the frames, also after `Read` has failed. False if the end of the data can't be found: the
+  /// input ends before it, or a read that failed has left the place in the framing unknown. Raises
+  /// other failures of the other channel. Linear in the number of frames if that can skip.
+  [[nodiscard]] bool SkipRest();
+  /// Bytes of data, without the framing, that were read or passed over.
+  [[nodiscard]] unsigned __int64 GetPassedSize() const noexcept { return passed; }
+
  private:
   void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   bool EnterFrame() const;
   unsigned int ReadFrame(char* buffer, unsigned int size);
+  bool SkipFrame();
 
   IBinaryChannel& channel;
   const IProtocolX& protocol;
@@ -43,6 +53,9 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
   // may fill.
   mutable unsigned int left = 0;
   mutable bool ended = false;
+  // Set while the other channel is read, and so for good if that fails.
+  mutable bool lost = false;
+  unsigned __int64 passed = 0;
   bool closed = false;
 };
 

@@ -31,6 +31,13 @@ void MemoryIBinaryChannel::Advance(unsigned int size) {
   left -= size;
 }
 
+unsigned __int64 MemoryIBinaryChannel::Skip(unsigned __int64 size) {
+  CheckOpened();
+  const auto count = static_cast<unsigned int>(std::min<unsigned __int64>(size, left));
+  Advance(count);
+  return count;
+}
+
 unsigned __int64 MemoryIBinaryChannel::GetAvailable() const {
   CheckOpened();
   return left;

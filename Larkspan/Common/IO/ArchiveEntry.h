@@ -20,8 +20,8 @@ using ArchiveHeaderIterator =
 /// reference, which keeps it alive after them; it belongs to one thread at a time.
 ///
 /// While an entry's data is being written or read, the entry is open and its sizes and CRC are 0.
-/// They are there, verified in the case of reading, once it is closed, and do not change after
-/// that.
+/// They are there once it is closed, and do not change after that. They were counted while the data
+/// was written, or verified while it was read, unless the entry was left without reading it.
 class LARKSPAN_API ArchiveEntry {
  public:
   enum Method : unsigned int {
@@ -57,6 +57,10 @@ class LARKSPAN_API ArchiveEntry {
   /// Whether name, headers (in any order) and method are equal, and, if both entries are closed,
   /// sizes and CRC too. Linear in the number of headers.
   [[nodiscard]] virtual bool Equals(const ArchiveEntry& other) const = 0;
+
+  /// Whether sizes and CRC are known to be those of the data. False while the entry is open, and if
+  /// it was left: then they are what its footer claims.
+  [[nodiscard]] virtual bool IsVerified() const noexcept = 0;
 
  protected:
   ArchiveEntry() noexcept;

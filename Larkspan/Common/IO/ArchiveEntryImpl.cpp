@@ -48,11 +48,12 @@ void ArchiveEntryImpl::PutHeader(const Vx::UniString& headerName, const Vx::UniS
 }
 
 void ArchiveEntryImpl::Close(unsigned __int64 newArchivedSize, unsigned __int64 newSize,
-                             unsigned int newCRC) noexcept {
+                             unsigned int newCRC, bool newVerified) noexcept {
   archivedSize = newArchivedSize;
   size = newSize;
   crc = newCRC;
   closed = true;
+  verified = newVerified;
 }
 
 bool ArchiveEntryImpl::Equals(const ArchiveEntry& other) const {

@@ -26,19 +26,21 @@ class ArchiveEntryImpl final : public ArchiveEntry {
   [[nodiscard]] unsigned __int64 GetSize() const noexcept override { return size; }
   [[nodiscard]] unsigned int GetCRC() const noexcept override { return crc; }
   [[nodiscard]] bool Equals(const ArchiveEntry& other) const override;
+  [[nodiscard]] bool IsVerified() const noexcept override { return verified; }
 
   /// Replaces the value of a header that is there, else adds one.
   void PutHeader(const Vx::UniString& headerName, const Vx::UniString& value);
 
-  /// Sets the values of the footer and closes the entry.
-  void Close(unsigned __int64 newArchivedSize, unsigned __int64 newSize,
-             unsigned int newCRC) noexcept;
+  /// Sets the values of the footer, which fit the data or are mere claims, and closes the entry.
+  void Close(unsigned __int64 newArchivedSize, unsigned __int64 newSize, unsigned int newCRC,
+             bool newVerified = true) noexcept;
 
  private:
   const Vx::UniString name;
   ArchiveHeaders headers;
   const Method method;
   bool closed = false;
+  bool verified = false;
   unsigned __int64 archivedSize = 0;
   unsigned __int64 size = 0;
   unsigned int crc = 0;

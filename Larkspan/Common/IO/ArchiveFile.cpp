@@ -147,6 +147,12 @@ ArchiveFile::EntryRef ArchiveFile::GetEntry(const Vx::UniString& name) const {
   return found == nullptr ? EntryRef() : found->value;
 }
 
+ArchiveEnd ArchiveFile::GetEnd() const {
+  CheckOpened(__FILE__, __LINE__);
+  const_cast<ArchiveFile*>(this)->ReadEnd();
+  return end;
+}
+
 ArchiveFile::ChannelRef ArchiveFile::GetInputChannel(const EntryRef& entry) const {
   if (entry.IsEmpty()) {
     throw Vx::IllegalArgumentException("Invalid archive entry: entry is null.", __FILE__, __LINE__);
@@ -168,6 +174,7 @@ void ArchiveFile::ExtractTo(const ::IO::Location& folder) const {
 void ArchiveFile::Update() {
   CheckOpened(__FILE__, __LINE__);
   if (!IsUpdated()) return;
+  endRead = false;
   // The file may have another reserved size now; a later update must know it.
   reservedHeaderSize = UpdateArchiveHeaders(location, headers, reservedHeaderSize);
 }
@@ -205,8 +212,18 @@ void ArchiveFile::ReadEntries() {
     entryIndex.Put(entry->GetName(), entry);
     entryList.Push(entry);
   }
+  end = reader.GetChannel().GetEnd();
   reader.Close();
-  entriesRead = true;
+  entriesRead = endRead = true;
+}
+
+void ArchiveFile::ReadEnd() {
+  if (endRead) return;
+  ArchiveFileReader reader(location, FileShare::NoShare);
+  while (reader.GetNextEntry()) reader.GetChannel().LeaveEntry();
+  end = reader.GetChannel().GetEnd();
+  reader.Close();
+  endRead = true;
 }
 
 void ArchiveFile::ReadEntries() const {

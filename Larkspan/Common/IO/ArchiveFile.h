@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Larkspan/Common/Export.h"
+#include "Larkspan/Common/IO/ArchiveEnd.h"
 #include "Larkspan/Common/IO/ArchiveEntry.h"
 #include "foundation/IO/Location.h"
 #include "foundation/Vx/ConstRandomContainerIterator.h"
@@ -72,6 +73,15 @@ class LARKSPAN_API ArchiveFile final {
   /// Empty if there is no such entry.
   [[nodiscard]] EntryRef GetEntry(const Vx::UniString& name) const;
 
+  /// Whether the file ends behind its last footer or its seal, and what the seal and the check of
+  /// the header say. All other queries, and `ExtractTo`, take whatever stands behind the last footer
+  /// for the end, as the format has it, so that damage in the name of an entry hides that entry and
+  /// all behind it from them: who needs all entries asks here. Costs nothing once the entries have
+  /// been read, and else one pass that decodes and verifies nothing and seeks over the data, linear
+  /// in the number of entries and frames. Raises `ArchiveException` and `Vx::EndOfInputException`
+  /// where that pass can't find the end.
+  [[nodiscard]] ArchiveEnd GetEnd() const;
+
   /// The plain data of `entry`, which must come from this object and be the last of its name. The
   /// channel owns a file and a reader of its own and may outlive this object. Opening it reads all
   /// entries before this one. Its `Close`, which the destructor calls too, reads this one to its
@@ -106,6 +116,7 @@ class LARKSPAN_API ArchiveFile final {
   void ReadHeaders() const;
   void ReadEntries();
   void ReadEntries() const;
+  void ReadEnd();
 
   const ::IO::Location location;
   unsigned int reservedHeaderSize = 0;
@@ -115,6 +126,8 @@ class LARKSPAN_API ArchiveFile final {
   Vx::HashTable<Vx::UniString, EntryRef> entryIndex;
   EntryList entryList;
   bool entriesRead = false;
+  ArchiveEnd end;
+  bool endRead = false;
   bool closed = false;
 };
 

@@ -35,15 +35,21 @@ inline bool FindHeader(const ArchiveHeaders& headers, const Vx::UniString& name,
 /// Writes the pairs from `headers` on, without their count.
 void WriteHeaders(Vx::OChannelX& channel, const ArchiveHeaderIterator& headers);
 
+/// Reads `count` pairs, and hands each to `put(name, value)`.
+template <class Put>
+void ReadPairs(Vx::IChannelX& channel, unsigned int count, Put put) {
+  for (unsigned int index = 0; index < count; ++index) {
+    const Vx::UniString name = ReadUTF(channel);
+    put(name, ReadUTF(channel));
+  }
+}
+
 /// Reads a count and as many pairs, and hands each to `put(name, value)`.
 template <class Put>
 void ReadHeaders(Vx::IChannelX& channel, Put put) {
   unsigned int count = 0;
   channel.Read(count);
-  for (unsigned int index = 0; index < count; ++index) {
-    const Vx::UniString name = ReadUTF(channel);
-    put(name, ReadUTF(channel));
-  }
+  ReadPairs(channel, count, put);
 }
 
 }  // namespace Larkspan::Common::IO

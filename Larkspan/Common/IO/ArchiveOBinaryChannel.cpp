@@ -36,6 +36,24 @@ void WriteFill(Vx::OChannelX& channel, const CountingOBinaryChannel& counter,
   }
 }
 
+// Hands what is written to the seal.
+class SealedOutput final : public Vx::OBinaryChannel {
+ public:
+  SealedOutput(Vx::OBinaryChannel& channel, ArchiveSeal& archiveSeal) noexcept
+      : target(channel), seal(archiveSeal) {}
+
+  void Write(const char* data, unsigned int size) override {
+    target.Write(data, size);
+    seal.AddHeaderBytes(data, size);
+  }
+  void Flush() override { target.Flush(); }
+  void Close() override { target.Close(); }
+
+ private:
+  Vx::OBinaryChannel& target;
+  ArchiveSeal& seal;
+};
+
 }  // namespace
 
 ArchiveOBinaryChannel::ArchiveOBinaryChannel(
@@ -62,6 +80,10 @@ void ArchiveOBinaryChannel::CheckHeaderUpdatable(const char* file, unsigned int 
 
 void ArchiveOBinaryChannel::CheckEntryStarted(const char* file, unsigned int line) {
   if (!crcChannel) throw ArchiveException("Archive entry hasn't been started yet.", file, line);
+}
+
+void ArchiveOBinaryChannel::CheckUnsealed(const char* file, unsigned int line) const {
+  if (sealWritten) throw ArchiveException("Archive seal has already been written.", file, line);
 }
 
 void ArchiveOBinaryChannel::PutHeader(const Vx::UniString& name, const Vx::UniString& value) {
@@ -124,6 +146,7 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(
   CheckName(name, EmptyEntryName, __FILE__, __LINE__);
   CheckHeaderNames(entryHeaders, __FILE__, __LINE__);
   CheckOpened(__FILE__, __LINE__);
+  CheckUnsealed(__FILE__, __LINE__);
   WriteArchiveHeader();
   // Held to the end: the name may be that of the entry before.
   const EntryRef previous = currentEntry;
@@ -149,6 +172,26 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::GetCurrentEntry() const {
 void ArchiveOBinaryChannel::CloseEntry() {
   CheckOpened(__FILE__, __LINE__);
   if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
+}
+
+void ArchiveOBinaryChannel::PromiseSeal() {
+  CheckOpened(__FILE__, __LINE__);
+  CheckHeaderUpdatable(__FILE__, __LINE__);
+  sealPromised = true;
+}
+
+void ArchiveOBinaryChannel::WriteSeal() {
+  CheckOpened(__FILE__, __LINE__);
+  CheckUnsealed(__FILE__, __LINE__);
+  if (!sealPromised) {
+    throw ArchiveException("Archive seal can't be written, it hasn't been promised.", __FILE__,
+                           __LINE__);
+  }
+  WriteArchiveHeader();
+  CloseEntry();
+  const ArchiveSeal::Bytes bytes = seal.Encode();
+  GetOutputChannel().Write(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  sealWritten = true;
 }
 
 void ArchiveOBinaryChannel::Write(const char* data, unsigned int size) {
@@ -181,10 +224,10 @@ void ArchiveOBinaryChannel::WriteArchiveHeader() {
   channel.Write(ArchiveFormat::MajorVersion);
   channel.Write(ArchiveFormat::MinorVersion);
   channel.Write(reservedHeaderSize);
-  channel.Write(headers.GetSize());
-  WriteHeaders(channel, EnumerateHeaders());
+  WritePairs(counter);
   if (reservedHeaderSize != 0) {
-    if (reservedHeaderSize < counter.GetCount()) {
+    // A reserved size can't be checked by what it covers if it covers no fill.
+    if (reservedHeaderSize < counter.GetCount() + (sealPromised ? 1 : 0)) {
       throw ArchiveException(
           "Failed to write archive header: archive header size exceeds the specified header size.",
           __FILE__, __LINE__);
@@ -195,8 +238,23 @@ void ArchiveOBinaryChannel::WriteArchiveHeader() {
   headerWritten = true;
 }
 
+void ArchiveOBinaryChannel::WritePairs(Vx::OBinaryChannel& counter) {
+  Vx::OChannelX channel(counter, JavaDataOutputProtocolX::GetInstance());
+  if (sealPromised) headers.Delete(ArchiveSeal::HeaderName);
+  channel.Write(headers.GetSize() + (sealPromised ? 1 : 0));
+  CRC32OBinaryChannel sum(counter);
+  Vx::OChannelX summed(sum, JavaDataOutputProtocolX::GetInstance());
+  WriteHeaders(summed, EnumerateHeaders());
+  if (!sealPromised) return;
+  const Vx::UniString promise = ArchiveSeal::MakePromise(sum.GetCRC());
+  headers.Put(ArchiveSeal::HeaderName, promise);
+  WriteUTF(channel, ArchiveSeal::HeaderName);
+  WriteUTF(channel, promise);
+}
+
 void ArchiveOBinaryChannel::WriteEntryHeader(const EntryRef& entry) {
-  Vx::OChannelX channel(GetOutputChannel(), JavaDataOutputProtocolX::GetInstance());
+  SealedOutput sealed(GetOutputChannel(), seal);
+  Vx::OChannelX channel(sealed, JavaDataOutputProtocolX::GetInstance());
   WriteUTF(channel, entry->GetName());
   channel.Write(static_cast<unsigned int>(entry->GetMethod()));
   channel.Write(entry->GetHeaderCount());
@@ -209,6 +267,7 @@ void ArchiveOBinaryChannel::WriteEntryFooter(const EntryRef& entry) {
   channel.Write(entry->GetArchivedSize());
   channel.Write(entry->GetSize());
   channel.Write(entry->GetCRC());
+  seal.AddFooter(entry->GetSize(), entry->GetCRC());
 }
 
 ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(

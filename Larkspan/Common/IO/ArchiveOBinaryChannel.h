@@ -2,6 +2,7 @@
 
 #include "Larkspan/Common/Export.h"
 #include "Larkspan/Common/IO/ArchiveEntry.h"
+#include "Larkspan/Common/IO/ArchiveSeal.h"
 #include "foundation/Vx/OBinaryChannel.h"
 #include "foundation/Vx/WrappedChannel.h"
 
@@ -59,6 +60,16 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   /// Completes the open entry; does nothing if there is none.
   void CloseEntry();
 
+  /// Promises in the header that a seal ends the archive, so that a cut that takes the seal away
+  /// shows. The header `seal`, whatever the caller has put there, then gets its value when the
+  /// archive header is written: a check of all other headers. It takes 18 bytes of the reserved
+  /// room, and one more byte must stay free. Raises what `PutHeader` raises for its state.
+  void PromiseSeal();
+  /// Completes the open entry, if there is one, and writes the seal: `ArchiveEnd` tells what
+  /// readers make of it. After that only `Flush` and `Close` are left. Raises `ArchiveException` if
+  /// no seal was promised, or one has been written.
+  void WriteSeal();
+
   /// Data of the open entry. Raises `ArchiveException` if there is none.
   void Write(const char* data, unsigned int size) override;
   /// Brings the data so far to the target, as far as zlib lets go of it, and flushes the target.
@@ -72,9 +83,11 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   void CheckOpened(const char* file, unsigned int line) const;
   void CheckHeaderUpdatable(const char* file, unsigned int line) const;
   void CheckEntryStarted(const char* file, unsigned int line);
+  void CheckUnsealed(const char* file, unsigned int line) const;
   [[nodiscard]] Vx::OBinaryChannel& GetOutputChannel() noexcept { return target.Get(); }
   const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return target.Get(); }
   void WriteArchiveHeader();
+  void WritePairs(Vx::OBinaryChannel& counter);
   void WriteEntryHeader(const EntryRef& entry);
   void WriteEntryFooter(const EntryRef& entry);
   EntryRef StartEntry(const Vx::UniString& name, const ArchiveHeaders& entryHeaders,
@@ -93,6 +106,9 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   ChannelRef crcChannel;
   EntryRef currentEntry;
   ArchiveEntry::Method defaultMethod = ArchiveEntry::Deflated;
+  ArchiveSeal seal;
+  bool sealPromised = false;
+  bool sealWritten = false;
   bool closed = false;
 };
 

@@ -1,5 +1,7 @@
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 
+#include <algorithm>
+
 #include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
 #include "Larkspan/Common/IO/LocationChecks.h"
@@ -67,6 +69,19 @@ std::string_view FileIBinaryChannel::Peek() {
   const int status = file.PeekBin(&bytes);
   if (status != 0 && status != ::IO::StatusEndOfInput) FailToRead(file, status, __LINE__);
   return bytes;
+}
+
+unsigned __int64 FileIBinaryChannel::Skip(unsigned __int64 size) {
+  // Where frames are small, many of them lie in the buffer.
+  if (const std::string_view buffered = Peek(); size <= buffered.size()) {
+    Advance(static_cast<unsigned int>(size));
+    return size;
+  }
+  const unsigned __int64 count = std::min(size, GetAvailable());
+  if (file.Seek(::IO::SeekOrigin::Current, static_cast<__int64>(count)) != 0) {
+    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
+  }
+  return count;
 }
 
 unsigned __int64 FileIBinaryChannel::GetAvailable() const {

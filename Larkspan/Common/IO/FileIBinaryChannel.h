@@ -5,12 +5,15 @@
 #include "foundation/IO/File.h"
 #include "foundation/Vx/IBinaryChannel.h"
 #include "foundation/Vx/PeekableInput.h"
+#include "foundation/Vx/SkippableInput.h"
 
 namespace Larkspan::Common::IO {
 
 /// Reads a file. One `Read` is one read of the file object. A read of no bytes, or into a null
 /// buffer, raises `Vx::IllegalArgumentException`. The destructor closes the file.
-class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel, public Vx::PeekableInput {
+class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel,
+                                              public Vx::PeekableInput,
+                                              public Vx::SkippableInput {
  public:
   /// Opens the file. Raises `Vx::IllegalArgumentException` for a location that is not valid or
   /// empty, `FileNotFoundException` for a missing file, and `Vx::IOException` for one that can't
@@ -32,6 +35,9 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel, public 
   }
   [[nodiscard]] std::string_view Peek() override;
   void Advance(unsigned int size) override { file.Advance(size); }
+
+  [[nodiscard]] bool CanSkip() const noexcept override { return file.IsRegular(); }
+  [[nodiscard]] unsigned __int64 Skip(unsigned __int64 size) override;
 
  private:
   void CheckOpened(const char* fileName = __builtin_FILE(),
