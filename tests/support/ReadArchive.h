@@ -34,10 +34,11 @@ struct SampleArchive {
   friend bool operator==(const SampleArchive&, const SampleArchive&) = default;
 };
 
-/// `archive` has all that was verified before `failure`.
+/// `archive` has all that was verified before `failure`; `end` is what is known then.
 struct ReadResult {
   SampleArchive archive;
   std::string failure;
+  Larkspan::Common::IO::ArchiveEnd end = {};
 
   friend bool operator==(const ReadResult&, const ReadResult&) = default;
 };
@@ -69,6 +70,7 @@ Pairs TakePairs(const Source& source) {
       result.archive.entries.push_back(
           {entry->GetName().ToUTF8(), entry->GetMethod(), TakePairs(*entry), std::move(data)});
     }
+    result.end = channel.GetEnd();
     channel.Close();
   });
   return result;

@@ -408,7 +408,8 @@ bool ArchiveIBinaryChannel::IsPlausible(ArchiveEntry::Method method) const {
   if (claimed.archivedSize == passed) return true;
   // The damage is in the archived size itself if everything else fits.
   if (method == ArchiveEntry::Stored && claimed.size == passed) return true;
-  return decodedWhole && claimed.size == counted.size && claimed.crc == counted.crc;
+  return decodedWhole && counted.size != 0 && claimed.size == counted.size &&
+         claimed.crc == counted.crc;
 }
 
 void ArchiveIBinaryChannel::CloseWithClaims(const EntryRef& entry, bool verified) {

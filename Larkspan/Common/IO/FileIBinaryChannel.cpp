@@ -78,9 +78,8 @@ unsigned __int64 FileIBinaryChannel::Skip(unsigned __int64 size) {
     return size;
   }
   const unsigned __int64 count = std::min(size, GetAvailable());
-  if (file.Seek(::IO::SeekOrigin::Current, static_cast<__int64>(count)) != 0) {
-    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
-  }
+  const int status = file.Seek(::IO::SeekOrigin::Current, static_cast<__int64>(count));
+  if (status != 0) FailToRead(file, status, __LINE__);
   return count;
 }
 

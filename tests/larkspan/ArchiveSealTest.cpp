@@ -1,0 +1,342 @@
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
+#include "Larkspan/Common/IO/FileIBinaryChannel.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "tests/larkspan/ArchiveFolder.h"
+#include "tests/support/ByteBuilder.h"
+#include "tests/support/FileFault.h"
+#include "tests/support/RecordingOutput.h"
+
+namespace {
+
+using Larkspan::Common::IO::ArchiveEnd;
+using Larkspan::Common::IO::ArchiveEntry;
+using Larkspan::Common::IO::ArchiveFile;
+using Larkspan::Common::IO::ArchiveHeaders;
+using Larkspan::Common::IO::ArchiveIBinaryChannel;
+using Larkspan::Common::IO::ArchiveOBinaryChannel;
+using Larkspan::Common::IO::ArchiveSeal;
+using Larkspan::Common::IO::FileIBinaryChannel;
+using Larkspan::Common::IO::FileShare;
+using namespace Tests;
+using enum ArchiveEnd::State;
+using enum ArchiveEnd::HeaderCheck;
+
+constexpr ArchiveEnd SealedAndRight = {SealedRight, Right, 42};
+
+// Writes an archive, and behind it a seal. `starts` gets the offset of each entry, and of the seal.
+std::string WriteSealed(const SampleArchive& archive, std::vector<std::size_t>* starts = nullptr) {
+  RecordingOutput output;
+  ArchiveOBinaryChannel channel(output, archive.reserved);
+  channel.PromiseSeal();
+  for (const auto& [name, value] : archive.headers) channel.PutHeader(Text(name), Text(value));
+  channel.Flush();
+  for (const auto& [name, method, headers, data] : archive.entries) {
+    if (starts) starts->push_back(output.content.size());
+    ArchiveHeaders table(0, 0);
+    for (const auto& [header, value] : headers) table.Put(Text(header), Text(value));
+    channel.PutNextEntry(Text(name), table, static_cast<ArchiveEntry::Method>(method));
+    channel.Write(data.data(), static_cast<unsigned int>(data.size()));
+    channel.CloseEntry();
+  }
+  if (starts) starts->push_back(output.content.size());
+  channel.WriteSeal();
+  channel.Close();
+  return output.content;
+}
+
+unsigned int Sum(const std::string& bytes) {
+  return static_cast<unsigned int>(
+      crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+}
+
+// Hands every simple mutation of `bytes`, and every removal, repetition and swap of whole entries,
+// to `work`.
+template <class Work>
+void ForEachMutation(const std::string& bytes, const std::vector<std::size_t>& starts, Work work) {
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    const std::string before = bytes.substr(0, at);
+    const std::string after = bytes.substr(at + 1);
+    for (int bit = 0; bit < 8; ++bit)
+      work(before + static_cast<char>(bytes[at] ^ 1 << bit) + after);
+    work(before);
+    work(before + after);
+    for (const char inserted : {'\0', '\xFF', bytes[at]})
+      work(before + inserted + bytes.substr(at));
+  }
+  for (const std::size_t size : {1U, 42U, 70000U}) {
+    work(bytes + std::string(size, '\0'));
+    work(bytes + std::string(size, 'z'));
+  }
+  work(bytes + bytes);
+  work(bytes + bytes.substr(starts.back()));
+  for (std::size_t one = 0; one + 1 < starts.size(); ++one) {
+    const std::string entry = bytes.substr(starts[one], starts[one + 1] - starts[one]);
+    work(bytes.substr(0, starts[one]) + bytes.substr(starts[one + 1]));
+    for (const std::size_t place : starts) {
+      std::string copied = bytes;
+      work(copied.insert(place, entry));
+      const bool follows = place >= starts[one + 1];
+      if (place == starts[one] || place == starts[one + 1]) continue;
+      std::string moved = bytes;
+      moved.erase(starts[one], entry.size());
+      work(moved.insert(follows ? place - entry.size() : place, entry));
+    }
+  }
+}
+
+ByteBuilder Header(unsigned int reserved, unsigned int count, unsigned int minor = 0) {
+  return ByteBuilder().Raw("LarkspanArchive").U32(1).U32(minor).U32(reserved).U32(count);
+}
+
+ByteBuilder EntryABC(ByteBuilder bytes) {
+  bytes.Utf("a").U32(2).U32(0).U32(3).Raw("abc").U32(0);
+  return bytes.U64(3).U64(3).U32(0x352441C2U);
+}
+
+std::string Promise(const std::string& otherPairs) {
+  char value[11];
+  std::snprintf(value, sizeof(value), "1 %08X", Sum(otherPairs));
+  return ByteBuilder().Utf("seal").Utf(value);
+}
+
+std::string Seal(std::uint64_t count, std::uint64_t size, const std::string& summed) {
+  ByteBuilder seal;
+  seal.Raw("\xFF\xFFLarkspanSeal").U32(1).U64(count).U64(size).U32(Sum(summed));
+  return seal.U32(Sum(seal));
+}
+
+const std::string Author = ByteBuilder().Utf("author").Utf("Ada");
+const std::string SealOfABC =
+    Seal(1, 3, ByteBuilder().Utf("a").U32(2).U32(0).U64(3).U32(0x352441C2U));
+
+TEST(ArchiveSeal, ItsBytesAreThoseOfTheFormat) {
+  const std::string expected =
+      ByteBuilder(EntryABC(Header(0, 2).Raw(Author).Raw(Promise(Author)))).Raw(SealOfABC);
+  EXPECT_EQ(WriteSealed({0, {{"seal", "mine"}, {"author", "Ada"}}, {{"a", 2, {}, "abc"}}}),
+            expected);
+}
+
+TEST(ArchiveSeal, NoMutationGoesUnnoticed) {
+  for (const unsigned int reserved : {0U, 256U}) {
+    const SampleArchive sample = MakeSample(reserved);
+    std::vector<std::size_t> starts;
+    const std::string bytes = WriteSealed(sample, &starts);
+    const ReadResult whole = ReadSample(bytes);
+    ASSERT_EQ(whole.end, SealedAndRight) << whole.failure;
+    ForEachMutation(bytes, starts, [&](const std::string& mutation) {
+      if (mutation == bytes) return;
+      const ReadResult result = ReadSample(mutation);
+      if (!result.failure.empty() || result.end != SealedAndRight) return;
+      // Some bits of a deflated stream change nothing of what it stands for.
+      ASSERT_EQ(result.archive, whole.archive);
+    });
+  }
+}
+
+TEST(ArchiveSeal, AHeaderBlockIsRightOnlyAsItWasWritten) {
+  const std::string promise = Promise(Author);
+  const std::string other = ByteBuilder().Utf("x").Utf("");
+  const std::string fitting = ByteBuilder().Utf("room").Utf(std::string(256 - 31 - 18 - 8, 'x'));
+  const std::pair<std::string, ArchiveEnd::HeaderCheck> rows[] = {
+      {Header(0, 1).Raw(Author), None},
+      {Header(0, 1).Raw(Promise("")), Right},
+      {Header(0, 2).Raw(Author).Raw(promise), Right},
+      {Header(0, 2, 7).Raw(Author).Raw(promise), Wrong},
+      {Header(0, 2).Raw(promise).Raw(Author), Wrong},
+      {Header(0, 3).Raw(Author).Raw(promise).Raw(other), Wrong},
+      {Header(0, 2).Raw(other).Raw(promise), Wrong},
+      {Header(0, 1).Utf("seal").Utf("1 0000000a"), None},
+      {Header(0, 1).Utf("seal").Utf("a walrus"), None},
+      {Header(256, 2).Raw(Author).Raw(promise).FillTo(256), Right},
+      {Header(256, 2).Raw(Author).Raw(promise).FillTo(255), Wrong},
+      {Header(256, 2).Raw(Author).Raw(promise).FillTo(255).Raw("\1"), Wrong},
+      // Without a byte of fill the entries stand where they would without a reserved size.
+      {Header(0, 2).Raw(fitting).Raw(Promise(fitting)), Right},
+      {Header(256, 2).Raw(fitting).Raw(Promise(fitting)), Wrong},
+  };
+  for (const auto& [bytes, check] : rows) {
+    EXPECT_EQ(ReadSample(bytes).end.headerCheck, check) << &bytes - &rows[0].first;
+    EXPECT_EQ(ReadSample(bytes).failure, "");
+  }
+  const SampleArchive full = {256, {{"room", std::string(256 - 31 - 18 - 8, 'x')}}, {}};
+  EXPECT_EQ(FailureOf([&] { return WriteSealed(full); }),
+            "ArchiveException: Failed to write archive header: archive header size exceeds the "
+            "specified header size.");
+}
+
+TEST(ArchiveSeal, EachEndHasItsState) {
+  const std::string plain = EntryABC(Header(0, 0));
+  const std::string promising = EntryABC(Header(0, 1).Raw(Promise("")));
+  const std::tuple<std::string, std::string, ArchiveEnd::State, unsigned int> rows[] = {
+      {plain, "", EndsAtFooter, 0},
+      {plain, "x", TrailingBytes, 1},
+      {plain, "\xFF\xFFLarkspan", TrailingBytes, 10},
+      {plain, SealOfABC, SealWithoutPromise, 42},
+      {plain, SealOfABC + "x", SealedWrong, 43},
+      {promising, "", PromisedButMissing, 0},
+      {promising, SealOfABC.substr(0, 13), PromisedButMissing, 13},
+      {promising, SealOfABC.substr(0, 14), SealedWrong, 14},
+      {promising, SealOfABC.substr(0, 41), SealedWrong, 41},
+      {promising, Seal(2, 3, ""), SealedWrong, 42},
+      {promising, SealOfABC, SealedRight, 42},
+  };
+  for (const auto& [archive, tail, state, size] : rows) {
+    PiecewiseInput source(archive + tail, 5);
+    ArchiveIBinaryChannel channel(source);
+    EXPECT_EQ(channel.GetEnd().state, Unknown);
+    EXPECT_TRUE(channel.GetNextEntry());
+    for (int again = 0; again < 2; ++again) {
+      EXPECT_FALSE(channel.GetNextEntry());
+      const ArchiveEnd end = channel.GetEnd();
+      EXPECT_EQ(std::tie(end.state, end.tailSize), std::tie(state, size)) << channel.GetTail();
+      EXPECT_EQ(channel.GetTail(), tail);
+    }
+  }
+  PiecewiseInput failing(promising + SealOfABC, 5, promising.size() + 20);
+  EXPECT_EQ(ReadSample(failing).end.state, Unknown);
+}
+
+TEST(ArchiveSeal, WhatAStateDoesNotAllowIsRefused) {
+  RecordingOutput output;
+  ArchiveOBinaryChannel channel(output, 0);
+  const std::string late =
+      "ArchiveException: Archive headers can't be updated, header has already been written.";
+  const std::string sealed = "ArchiveException: Archive seal has already been written.";
+  ExpectFailures({
+      {[&] { channel.WriteSeal(); },
+       "ArchiveException: Archive seal can't be written, it hasn't been promised."},
+      {[&] { channel.PromiseSeal(); }, ""},
+      {[&] { channel.PutNextEntry(u"a"); }, ""},
+      {[&] { channel.PromiseSeal(); }, late},
+      {[&] { channel.WriteSeal(); }, ""},
+      {[&] { channel.WriteSeal(); }, sealed},
+      {[&] { channel.PutNextEntry(u"b"); }, sealed},
+      {[&] { channel.Close(); }, ""},
+      {[&] { channel.WriteSeal(); }, "IOException: Archive binary output channel is closed."},
+  });
+  EXPECT_EQ(ReadSample(output.content).end, SealedAndRight);
+}
+
+// Reads all entries of `channel`; one that is damaged is left. Gives the data of each, and "left".
+std::vector<std::string> ReadGoodEntries(ArchiveIBinaryChannel& channel) {
+  std::vector<std::string> found;
+  while (const auto entry = channel.GetNextEntry()) {
+    std::string data;
+    const std::string failure = FailureOf([&] {
+      data = ReadRest(channel);
+      channel.CloseEntry();
+    });
+    if (!failure.empty()) channel.LeaveEntry();
+    EXPECT_EQ(entry->IsVerified(), failure.empty());
+    EXPECT_TRUE(entry->IsClosed());
+    found.push_back(failure.empty() ? data : "left");
+  }
+  return found;
+}
+
+TEST(LeavingAnEntry, OneDamagedEntryCostsOneEntry) {
+  SampleArchive sample = MakeSample(0);
+  // What a wrong length of a frame may lead into.
+  sample.entries.insert(sample.entries.begin() + 1, {"inner.lsa", 2, {}, ToBytes(MakeSample(0))});
+  std::vector<std::size_t> starts;
+  const std::string bytes = WriteSealed(sample, &starts);
+  for (std::size_t entry = 0; entry + 1 < starts.size(); ++entry) {
+    const auto& [name, method, headers, data] = sample.entries[entry];
+    std::size_t header = 2 + name.size() + 8;
+    for (const auto& [key, value] : headers) header += 4 + key.size() + value.size();
+    std::vector<std::string> others;
+    for (const auto& each : sample.entries) others.push_back(each.data);
+    others[entry] = "left";
+    for (std::size_t bit = 8 * (starts[entry] + header); bit < 8 * starts[entry + 1]; ++bit) {
+      std::string flipped = bytes;
+      flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ 1 << bit % 8);
+      Vx::MemoryIBinaryChannel source(flipped.data(), static_cast<unsigned int>(flipped.size()));
+      ArchiveIBinaryChannel channel(source);
+      std::vector<std::string> found;
+      const std::string failure = FailureOf([&] { found = ReadGoodEntries(channel); });
+      // Some bits of a deflated stream change nothing.
+      if (failure.empty() && found.at(entry) == data) found[entry] = "left";
+      // The first four bytes behind the header, and the last four before the footer, are lengths.
+      // Nothing but the archived size tells the footer of an empty entry from other zeros.
+      const std::size_t at = bit / 8 - starts[entry];
+      const std::size_t behind = starts[entry + 1] - bit / 8;
+      const bool inLength = at < header + 4 || (behind > 20 && behind <= 24);
+      if (inLength || (behind > 12 && data.empty())) {
+        const bool broken = failure.find("its framing is broken.") != std::string::npos;
+        ASSERT_TRUE(broken || found == others) << bit << failure;
+        continue;
+      }
+      ASSERT_EQ(failure, "") << bit;
+      ASSERT_EQ(found, others) << bit;
+      // The seal vouches for footers, not for data.
+      EXPECT_EQ(channel.GetEnd().state, behind > 12 ? SealedRight : SealedWrong) << bit;
+    }
+  }
+}
+
+// The footers of all entries, which are left without reading them.
+std::vector<std::string> LeaveAll(Vx::IBinaryChannel& source) {
+  std::vector<std::string> footers;
+  ArchiveIBinaryChannel channel(source);
+  channel.LeaveEntry();
+  while (const auto entry = channel.GetNextEntry()) {
+    // How much of it was read does not matter.
+    static_cast<void>(ReadRest(channel, 3, footers.size()));
+    channel.LeaveEntry();
+    EXPECT_FALSE(entry->IsVerified());
+    footers.push_back(ByteBuilder().U64(entry->GetSize()).U32(entry->GetCRC()));
+  }
+  EXPECT_EQ(channel.GetEnd(), SealedAndRight);
+  return footers;
+}
+
+using SealedFile = ArchiveFolder;
+
+TEST_F(SealedFile, IsPassedOverWithoutReadingItsData) {
+  SampleArchive large = sample;
+  large.entries[1].data = Noise(2000000);
+  const std::string bytes = WriteSealed(large);
+  std::vector<std::string> footers;
+  for (const auto& [name, method, headers, data] : large.entries) {
+    footers.push_back(ByteBuilder().U64(data.size()).U32(Sum(data)));
+  }
+  PiecewiseInput pieces(bytes, 700);
+  Vx::MemoryIBinaryChannel memory(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  folder.Write("a.lsa", bytes);
+  FileIBinaryChannel file(location, FileShare::NoShare);
+  EXPECT_EQ(LeaveAll(pieces), footers);
+  EXPECT_EQ(LeaveAll(memory), footers);
+  const FileFault afterFewReads(CallRead, EIO, 25);
+  EXPECT_EQ(LeaveAll(file), footers);
+  EXPECT_EQ(ArchiveFile(location).GetEnd(), SealedAndRight);
+}
+
+TEST_F(SealedFile, TellsItsEndWhetherOrNotItsEntriesCanBeRead) {
+  std::string bytes = WriteSealed(sample);
+  bytes[bytes.find("stored words")] ^= 1;
+  folder.Write("a.lsa", bytes);
+  const ArchiveFile damaged(location);
+  EXPECT_EQ(damaged.GetEnd(), SealedAndRight);
+  EXPECT_EQ(FailureOf([&] { return damaged.GetEntryCount(); }),
+            "ArchiveException: Failed to read archive entry: entry crc check failed.");
+  bytes = WriteSealed(sample);
+  folder.Write("a.lsa", bytes.substr(0, bytes.size() - 42));
+  ArchiveFile cut(location);
+  for (const bool entriesRead : {false, true}) {
+    EXPECT_EQ(cut.GetEnd(), (ArchiveEnd{PromisedButMissing, Right, 0})) << entriesRead;
+    EXPECT_EQ(cut.GetEntryCount(), sample.entries.size());
+  }
+  cut.Close();
+  EXPECT_EQ(FailureOf([&] { return cut.GetEnd(); }), "ArchiveException: Archive file is closed.");
+}
+
+}  // namespace
