@@ -91,7 +91,7 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
 
   void CheckOpened(const char* file, unsigned int line) const;
   [[nodiscard]] Vx::IBinaryChannel& GetInputChannel() noexcept { return source.Get(); }
-  const Vx::IBinaryChannel& GetInputChannel() const noexcept { return source.Get(); }
+  [[nodiscard]] const Vx::IBinaryChannel& GetInputChannel() const noexcept { return source.Get(); }
   void ReadArchiveHeader();
   // Fills the cache of headers on behalf of the const queries.
   void ReadArchiveHeader() const;

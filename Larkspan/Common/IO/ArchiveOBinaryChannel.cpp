@@ -273,7 +273,7 @@ void ArchiveOBinaryChannel::WriteEntryFooter(const EntryRef& entry) {
 ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(
     const Vx::UniString& name, const ArchiveHeaders& entryHeaders, ArchiveEntry::Method method) {
   if (method == ArchiveEntry::Default) method = defaultMethod;
-  const EntryRef entry(Vx::New<ArchiveEntryImpl>(name, entryHeaders, method));
+  EntryRef entry(Vx::New<ArchiveEntryImpl>(name, entryHeaders, method));
   WriteEntryHeader(entry);
 
   const ChannelRef framing(Vx::New<Vx::ChunkedOBinarySubChannel>(

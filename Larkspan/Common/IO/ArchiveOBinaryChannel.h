@@ -85,7 +85,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   void CheckEntryStarted(const char* file, unsigned int line);
   void CheckUnsealed(const char* file, unsigned int line) const;
   [[nodiscard]] Vx::OBinaryChannel& GetOutputChannel() noexcept { return target.Get(); }
-  const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return target.Get(); }
+  [[nodiscard]] const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return target.Get(); }
   void WriteArchiveHeader();
   void WritePairs(Vx::OBinaryChannel& counter);
   void WriteEntryHeader(const EntryRef& entry);

@@ -50,7 +50,7 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
   void EnsureOpened(const char* file, unsigned int line) const;
   void FlushBuffer(int flush);
   [[nodiscard]] Vx::OBinaryChannel& GetBaseChannel() noexcept { return wrapped.Get(); }
-  const Vx::OBinaryChannel& GetBaseChannel() const noexcept { return wrapped.Get(); }
+  [[nodiscard]] const Vx::OBinaryChannel& GetBaseChannel() const noexcept { return wrapped.Get(); }
 
   Vx::WrappedChannel<Vx::OBinaryChannel> wrapped;
   ZlibMemory<z_stream_s> stream;

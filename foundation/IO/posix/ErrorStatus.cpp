@@ -1,7 +1,7 @@
 #include "foundation/IO/posix/ErrorStatus.h"
 
 #include <cerrno>
-#include <string.h>
+#include <string.h>  // NOLINT(modernize-deprecated-headers): strerror_r is not in <cstring>
 
 #include "foundation/IO/Status.h"
 
