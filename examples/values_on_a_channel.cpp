@@ -1,6 +1,7 @@
 // Values on a channel that reports by status: written by one family of protocols, read by the
 // other.
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -11,8 +12,11 @@
 #include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocol.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
+#include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
 #include "foundation/Vx/IChannelX.h"
 #include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "foundation/Vx/MemoryOBinaryChannel.h"
+#include "foundation/Vx/OChannelX.h"
 
 using namespace Larkspan::Common::IO;
 
@@ -116,13 +120,37 @@ bool ReadByException(const std::string& bytes) {
   return flag && number == -2.5 && ReadUTF(channel) == u"Grüße";
 }
 
+void WriteSize(Vx::OChannelX& channel, std::int64_t size) {
+  channel.Write(static_cast<__int64>(size));
+}
+
+std::int64_t ReadSize(Vx::IChannelX& channel) {
+  __int64 size = 0;
+  channel.Read(size);
+  return size;
+}
+
+// A size that takes more than the four bytes which a `long` has on a channel.
+bool SizeComesBack() {
+  constexpr std::int64_t size = 5'000'000'000;
+  Vx::MemoryOBinaryChannel target;
+  Vx::OChannelX output(target, JavaDataOutputProtocolX::GetInstance());
+  WriteSize(output, size);
+  Vx::MemoryIBinaryChannel source(target.GetBuffer(), target.GetSize());
+  Vx::IChannelX input(source, JavaDataInputProtocolX::GetInstance());
+  return ReadSize(input) == size;
+}
+
 }  // namespace
 
 int main() {
   try {
     std::string bytes;
     StringOutput channel(bytes);
-    if (WriteAll(channel) == 0 && ReadByStatus(bytes) && ReadByException(bytes)) return 0;
+    if (WriteAll(channel) == 0 && ReadByStatus(bytes) && ReadByException(bytes) &&
+        SizeComesBack()) {
+      return 0;
+    }
     std::fprintf(stderr, "Something did not come back as it was.\n");
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
