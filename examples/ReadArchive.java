@@ -26,8 +26,8 @@ import java.util.zip.Inflater;
  *
  * <pre>java ReadArchive.java list|verify|cat|dump ARCHIVE [NAME]</pre>
  *
- * ARCHIVE is a file, or - for standard input. The format is told in docs/archive-format.md; this
- * file follows its order. {@link Archive} can be used by itself:
+ * ARCHIVE is a file, or - for standard input. The format is described in docs/archive-format.md;
+ * this file follows its order. {@link Archive} can be used on its own:
  *
  * <pre>
  *   Archive archive = new Archive(stream);
@@ -37,17 +37,17 @@ import java.util.zip.Inflater;
  * </pre>
  *
  * An archive is one stream, read once from front to back. No entry is held in memory, and no
- * length or count from the stream decides how much memory is taken. An entry's data is proved only
- * when {@code copyData} has returned: until then, take it for a rumour.
+ * length or count from the stream decides how much memory is allocated. An entry's data is verified
+ * only when {@code copyData} has returned: don't trust it before.
  *
  * <p>Names and values are printed as JSON texts in ASCII, so that no byte of an archive reaches a
  * terminal as a command. Output and exit codes are those of read_archive.py: 0 done; 1 no entry of
- * that name; 2 wrong usage; 3 the system said no; 4 the archive is bad; 130 interrupted.
+ * that name; 2 wrong usage; 3 a system error; 4 a bad archive; 130 interrupted.
  */
 public final class ReadArchive {
   static final String HEADER_FAILED = "Failed to read archive header: ";
   static final String ENTRY_FAILED = "Failed to read archive entry: ";
-  static final int PIECE_SIZE = 65536; // the most that is read, or inflated, at a time
+  static final int BLOCK_SIZE = 65536; // the most that is read, or inflated, at a time
   static final int DEFLATED = 1;
   static final int STORED = 2;
 
@@ -79,17 +79,17 @@ public final class ReadArchive {
     }
   }
 
-  /** Reads the archive header at once, and the entries as they are asked for. */
+  /** Reads the archive header at once, and the entries on demand. */
   static final class Archive {
     final Map<String, String> headers = new LinkedHashMap<>();
     final long majorVersion;
     final long minorVersion;
     final long reservedSize;
     private final DataInputStream values;
-    private long headerSize; // what stands before the fill
+    private long headerSize; // without the padding
 
     Archive(InputStream stream) throws IOException {
-      values = new DataInputStream(new BufferedInputStream(stream, PIECE_SIZE));
+      values = new DataInputStream(new BufferedInputStream(stream, BLOCK_SIZE));
       byte[] magic = "LarkspanArchive".getBytes(StandardCharsets.US_ASCII);
       if (!Arrays.equals(values.readNBytes(magic.length), magic)) {
         throw new ArchiveException(HEADER_FAILED + "invalid archive header magic.");
@@ -110,11 +110,11 @@ public final class ReadArchive {
         String reason = "archive header size exceeds the specified header size.";
         throw new ArchiveException(HEADER_FAILED + reason);
       }
-      // A cut inside the fill is the same as an archive without entries.
-      copy(reservedSize - headerSize, (piece, length) -> {});
+      // Truncated in the padding, it is the same as an archive without entries.
+      copy(reservedSize - headerSize, (block, length) -> {});
     }
 
-    /** The next entry, or null where the stream ends before a name is complete. */
+    /** The next entry, or null if the stream ends before a name is complete. */
     Entry nextEntry() throws IOException {
       String name;
       try {
@@ -138,16 +138,16 @@ public final class ReadArchive {
       return entry;
     }
 
-    /** Writes the plain data of the entry that was given last, and checks it by its footer. */
+    /** Writes the plain data of the entry returned last, and checks it against its footer. */
     void copyData(Entry entry, OutputStream target) throws IOException {
-      Piece plain = (piece, length) -> {
+      Sink plain = (block, length) -> {
         entry.size += length;
-        entry.crc.update(piece, 0, length);
-        target.write(piece, 0, length);
+        entry.crc.update(block, 0, length);
+        target.write(block, 0, length);
       };
       Inflater inflater = new Inflater();
       try {
-        Piece carried = entry.method == STORED ? plain : inflate(inflater, plain);
+        Sink carried = entry.method == STORED ? plain : inflate(inflater, plain);
         for (long left = readU32(); left > 0; left = readU32()) {
           entry.archivedSize += left;
           if (copy(left, carried) > 0) throw new EOFException();
@@ -163,13 +163,13 @@ public final class ReadArchive {
       check(readU32() == entry.crc.getValue(), "crc");
     }
 
-    /** Hands on `left` bytes in pieces; gives how many the stream was short of. */
-    private long copy(long left, Piece target) throws IOException {
-      byte[] piece = new byte[(int) Math.min(left, PIECE_SIZE)];
+    /** Passes on `left` bytes in blocks; returns how many of them the stream lacks. */
+    private long copy(long left, Sink target) throws IOException {
+      byte[] block = new byte[(int) Math.min(left, BLOCK_SIZE)];
       while (left > 0) {
-        int length = values.read(piece, 0, (int) Math.min(left, piece.length));
+        int length = values.read(block, 0, (int) Math.min(left, block.length));
         if (length < 0) break;
-        target.take(piece, length);
+        target.take(block, length);
         left -= length;
       }
       return left;
@@ -191,16 +191,16 @@ public final class ReadArchive {
     }
   }
 
-  /** Takes the first bytes of a piece of data. */
-  interface Piece {
-    void take(byte[] piece, int length) throws IOException;
+  /** Takes the first bytes of a block of data. */
+  interface Sink {
+    void take(byte[] block, int length) throws IOException;
   }
 
-  /** Inflates what it takes, and hands it on in pieces of bounded size. */
-  static Piece inflate(Inflater inflater, Piece plain) {
-    byte[] inflated = new byte[PIECE_SIZE];
-    return (piece, length) -> {
-      inflater.setInput(piece, 0, length);
+  /** Inflates what it takes, and passes it on in blocks of bounded size. */
+  static Sink inflate(Inflater inflater, Sink plain) {
+    byte[] inflated = new byte[BLOCK_SIZE];
+    return (block, length) -> {
+      inflater.setInput(block, 0, length);
       int count;
       do {
         try {
@@ -211,7 +211,7 @@ public final class ReadArchive {
         if (inflater.needsDictionary()) {
           throw new ArchiveException("Inflate failed: need dictionary");
         }
-        // Bytes behind the end of the zlib stream.
+        // Bytes after the end of the zlib stream.
         if (inflater.finished()) Archive.check(inflater.getRemaining() == 0, "archived size");
         plain.take(inflated, count);
       } while (count > 0);
@@ -219,9 +219,9 @@ public final class ReadArchive {
   }
 
   /**
-   * Decodes modified UTF-8, each unit for itself, so that surrogates need not come in pairs. It is
-   * what readUTF takes, and also the four-byte sequences of standard UTF-8; but where readUTF lets
-   * overlong forms pass, they are malformed here, and a zero byte ends the text.
+   * Decodes modified UTF-8, each unit on its own, so that surrogates need not come in pairs. Unlike
+   * readUTF, it accepts the four-byte sequences of standard UTF-8, refuses overlong forms as
+   * malformed, and ends the text at a zero byte.
    */
   static String decodeText(byte[] bytes) throws ArchiveException {
     StringBuilder text = new StringBuilder(bytes.length);
@@ -247,7 +247,7 @@ public final class ReadArchive {
     return new ArchiveException("Failed to convert bytes: malformed UTF-8.");
   }
 
-  /** The commands, on an archive of which the header has been read. */
+  /** Runs a command on an archive whose header has been read. */
   private static int execute(String command, String name, Archive archive, OutputStream output)
       throws IOException {
     if (command.equals("dump")) printLine(output, describe(archive));
@@ -323,7 +323,7 @@ public final class ReadArchive {
     output.write((line + "\n").getBytes(StandardCharsets.US_ASCII));
   }
 
-  /** The whole program but for its streams; gives the exit code. */
+  /** The whole program but for its streams; returns the exit code. */
   static int run(String[] arguments, InputStream input, OutputStream output, PrintStream errors) {
     String command = arguments.length > 0 ? arguments[0] : "";
     int expected = command.equals("cat") ? 3 : 2;
@@ -344,18 +344,18 @@ public final class ReadArchive {
     } catch (EOFException failure) {
       return end(output, errors, where + "End of input reached.", 4);
     } catch (IOException failure) {
-      // Of "a.lsa (No such file or directory)" the reason alone.
+      // Only the reason of "a.lsa (No such file or directory)".
       String reason = String.valueOf(failure.getMessage()).replaceFirst("(?s).*\\((.*)\\)$", "$1");
       return end(output, errors, where + reason, 3);
     }
   }
 
-  /** Gives out what was found before the failure, and the failure. */
+  /** Prints what was found before the failure, then the failure. */
   private static int end(OutputStream output, PrintStream errors, String message, int status) {
     try {
       output.flush();
     } catch (IOException failure) {
-      // Nobody listens; the exit code tells of the failure that came first.
+      // Nobody reads the output; the exit code is that of the first failure.
     }
     errors.println(message);
     return status;

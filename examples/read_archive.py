@@ -1,25 +1,25 @@
 #!/usr/bin/env python3
 """Reads archives with nothing but Python's standard library.
 
-ARCHIVE is a file, or - for standard input. The format is told in docs/archive-format.md; the
-classes of this file follow its order, and can be used by themselves:
+ARCHIVE is a file, or - for standard input. The format is described in docs/archive-format.md;
+the classes of this file follow its order, and can be used on their own:
 
     with open("a.lsa", "rb") as stream:
         archive = ArchiveReader(stream)
         for entry in archive.entries():
-            for piece in entry.data:
+            for block in entry.data:
                 ...
 
 An archive is one stream, read once from front to back. No entry is held in memory, and no length
-or count from the stream decides how much memory is taken. An entry's data is proved only when
-its last piece has come and the footer behind it agreed: until then, take it for a rumour.
+or count from the stream decides how much memory is allocated. An entry's data is verified only
+after its last block, when the footer that follows it has been checked: don't trust it before.
 
 Names and values are printed as JSON texts in ASCII, so that no byte of an archive reaches a
-terminal as a command. A file name that is no valid UTF-8 travels with lone surrogates, the very
-ones that Python uses: os.fsencode(entry.name) gives the original bytes.
+terminal as a command. A file name that is not valid UTF-8 has lone surrogates, the same ones
+that Python uses: os.fsencode(entry.name) returns the original bytes.
 
-Exit codes: 0 done; 1 no entry of that name; 2 wrong usage; 3 the system said no; 4 the archive
-is bad; 130 interrupted.
+Exit codes: 0 done; 1 no entry of that name; 2 wrong usage; 3 a system error; 4 a bad archive;
+130 interrupted.
 """
 
 import argparse
@@ -33,7 +33,7 @@ import zlib
 MAGIC = b"LarkspanArchive"
 DEFLATED, STORED = 1, 2
 METHOD_NAMES = {DEFLATED: "deflated", STORED: "stored"}
-PIECE_SIZE = 65536  # the most that is read, or inflated, at a time
+BLOCK_SIZE = 65536  # the most that is read, or inflated, at a time
 
 HEADER_FAILED = "Failed to read archive header: "
 ENTRY_FAILED = "Failed to read archive entry: "
@@ -44,24 +44,24 @@ class ArchiveError(Exception):
 
 
 class EndOfInputError(ArchiveError):
-    """The stream ended where more had to come."""
+    """The stream is truncated."""
 
 
 class ValueReader:
-    """Numbers and texts on a buffered binary stream, and the position behind the last of them."""
+    """Numbers and texts on a buffered binary stream, and the position after the last one."""
 
     def __init__(self, stream):
         self._stream = stream
         self.position = 0
 
     def read_some(self, size):
-        """At most `size` bytes, and at most a piece; empty only at the end of the stream."""
-        data = self._stream.read(min(size, PIECE_SIZE))
+        """At most `size` bytes, and at most a block; empty only at the end of the stream."""
+        data = self._stream.read(min(size, BLOCK_SIZE))
         self.position += len(data)
         return data
 
     def read_exactly(self, size):
-        """`size` bytes, which must not be more than a piece."""
+        """`size` bytes, which must not be more than a block."""
         data = self.read_some(size)
         if len(data) < size:
             raise EndOfInputError("End of input reached.")
@@ -78,23 +78,23 @@ class ValueReader:
         return decode_text(self.read_exactly(length))
 
     def read_frames(self):
-        """The bytes that the chunked framing carries; ends behind the frame of length zero."""
+        """The bytes that the chunked framing carries, up to its terminator."""
         while True:
             left = self.read_u32()
             if left == 0:
                 return
             while left > 0:
-                piece = self.read_some(left)
-                if not piece:
+                block = self.read_some(left)
+                if not block:
                     raise EndOfInputError("End of input reached.")
-                left -= len(piece)
-                yield piece
+                left -= len(block)
+                yield block
 
 
 def decode_text(data):
-    """Decodes modified UTF-8; 16-bit units that are no half of a pair come as lone surrogates."""
+    """Decodes modified UTF-8; unpaired 16-bit surrogates stay lone surrogates."""
     data, _, _ = data.partition(b"\0")  # a zero byte ends the text early
-    # C0 can't stand in any valid sequence but C0 80, so that no other one is torn by this.
+    # C0 occurs in no valid sequence but C0 80, so that no other one is damaged by this.
     data = data.replace(b"\xc0\x80", b"\0")
     try:
         units = data.decode("utf-8", "surrogatepass").encode("utf-16-be", "surrogatepass")
@@ -104,8 +104,8 @@ def decode_text(data):
 
 
 class Entry:
-    """One entry. `data` gives its plain bytes in pieces; the sizes and the CRC are None until the
-    last piece has been taken and the footer has been checked."""
+    """One entry. `data` yields its plain bytes in blocks; the sizes and the CRC are None until the
+    last block has been read and the footer has been checked."""
 
     def __init__(self, name, method):
         self.name = name
@@ -117,15 +117,15 @@ class Entry:
         self.data = iter(())
 
     def verify(self):
-        """Reads what is left of the data, and so comes to the check of the footer."""
+        """Reads the rest of the data, and checks the footer."""
         for _ in self.data:
             pass
-        if self.crc is None:  # an earlier failure was caught, and the stream stands anywhere
+        if self.crc is None:  # an earlier failure was caught: the position is undefined
             raise ArchiveError(ENTRY_FAILED + "the entry is broken off.")
 
 
 class ArchiveReader:
-    """Reads the archive header at once, and the entries as they are asked for."""
+    """Reads the archive header at once, and the entries on demand."""
 
     def __init__(self, stream):
         self._values = ValueReader(stream)
@@ -133,8 +133,8 @@ class ArchiveReader:
         self._read_header()
 
     def entries(self):
-        """The entries in order. What is left of an entry's data is read, and verified, before the
-        next one is begun."""
+        """The entries in order. The rest of an entry's data is read, and verified, before the next
+        entry."""
         while True:
             entry = self._read_entry_header()
             if entry is None:
@@ -160,10 +160,10 @@ class ArchiveReader:
             raise ArchiveError(HEADER_FAILED + reason)
         while values.position < self.reserved_size:
             if not values.read_some(self.reserved_size - values.position):
-                return  # cut inside the fill: the same as an archive without entries
+                return  # truncated in the padding: the same as an archive without entries
 
     def _read_entry_header(self):
-        """The next entry, or None where the stream ends before a name is complete."""
+        """The next entry, or None if the stream ends before a name is complete."""
         values = self._values
         try:
             name = values.read_text()
@@ -186,9 +186,9 @@ class ArchiveReader:
     def _read_data(self, entry):
         archived_size = size = crc = 0
         inflater = zlib.decompressobj() if entry.method == DEFLATED else None
-        for piece in self._values.read_frames():
-            archived_size += len(piece)
-            for plain in inflate(inflater, piece) if inflater else (piece,):
+        for block in self._values.read_frames():
+            archived_size += len(block)
+            for plain in inflate(inflater, block) if inflater else (block,):
                 size += len(plain)
                 crc = zlib.crc32(plain, crc)
                 yield plain
@@ -206,15 +206,15 @@ class ArchiveReader:
 
 
 def inflate(inflater, data):
-    """What `data` adds to the inflated stream, in pieces of bounded size."""
+    """What `data` adds to the inflated stream, in blocks of bounded size."""
     while True:
         try:
-            plain = inflater.decompress(data, PIECE_SIZE)
+            plain = inflater.decompress(data, BLOCK_SIZE)
         except zlib.error as error:
-            # The two codes that data can cause, in zlib's own words.
+            # The two errors that data can cause, in zlib's own words.
             reason = "need dictionary" if str(error).startswith("Error 2 ") else "data error"
             raise ArchiveError("Inflate failed: " + reason) from error
-        if inflater.unused_data:  # bytes behind the end of the zlib stream
+        if inflater.unused_data:  # bytes after the end of the zlib stream
             raise ArchiveError(ENTRY_FAILED + "entry archived size check failed.")
         if not plain:
             return
@@ -239,8 +239,8 @@ def verify(archive, _):
 def cat(archive, options):
     for entry in archive.entries():
         if entry.name == options.name:
-            for piece in entry.data:
-                sys.stdout.buffer.write(piece)
+            for block in entry.data:
+                sys.stdout.buffer.write(block)
             return 0
     complain(options, "no entry named " + json.dumps(options.name))
     return 1
@@ -252,8 +252,8 @@ def dump(archive, _):
                       "version": archive.version}))
     for entry in archive.entries():
         digest = hashlib.sha256()
-        for piece in entry.data:
-            digest.update(piece)
+        for block in entry.data:
+            digest.update(block)
         print(json.dumps({"name": entry.name, "method": METHOD_NAMES[entry.method],
                           "headers": entry.headers, "archivedSize": entry.archived_size,
                           "size": entry.size, "crc": entry.crc, "sha256": digest.hexdigest()}))
@@ -261,7 +261,7 @@ def dump(archive, _):
 
 
 COMMANDS = {
-    "list": (list_entries, "print method, archived size, size, CRC and name of each entry"),
+    "list": (list_entries, "print method, compressed size, size, CRC and name of each entry"),
     "verify": (verify, "read everything and check it"),
     "cat": (cat, "print the data of the first entry of a name"),
     "dump": (dump, "print headers, entries and SHA-256 digests as JSON lines"),
@@ -300,7 +300,7 @@ def main(arguments=None):
         complain(options, error)
         return 4
     except BrokenPipeError:
-        # Nobody listens any more. Python would try to flush once again on its way out.
+        # Nobody reads the output any more. Python would try to flush it again at exit.
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return 3
     except OSError as error:
