@@ -29,7 +29,7 @@ constexpr unsigned int PrivateMode = 0600;
 constexpr unsigned int ReadableByAll = 0444;
 
 ::IO::Location GetTargetFolder(const std::string& argument) {
-  const ::IO::Location folder = LocationFromArgument(argument.empty() ? "." : argument);
+  ::IO::Location folder = LocationFromArgument(argument.empty() ? "." : argument);
   const int status = ::IO::fileSystem.CreateFolderTree(folder);
   if (status != 0) throw SystemFailure(ToPrintable(folder), "can't be made", status);
   return folder;
@@ -65,7 +65,7 @@ class Extraction final {
   }
 
   ::IO::Location FindPlace(const Vx::UniString& name) {
-    const ::IO::Location place = PlaceFromName(name);
+    ::IO::Location place = PlaceFromName(name);
     try {
       Archive::CheckWayToEntry(folder, place);
     } catch (const Vx::IOException& exception) {
