@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <random>
 #include <utility>
 #include <vector>
 
@@ -16,6 +15,7 @@
 #include "foundation/Vx/UniString.h"
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/SeededRandom.h"
 
 namespace {
 
@@ -70,7 +70,9 @@ void ExpectTable(const T& table, const Pairs& pairs) {
   ASSERT_EQ(ToPairs(table.EnumeratePairs()), pairs);
   for (const auto& [key, value] : pairs) {
     const auto* const entry = table.Find(key);
-    ASSERT_TRUE(entry != nullptr && entry->key == key && entry->value == value) << key;
+    ASSERT_NE(entry, nullptr) << key;
+    ASSERT_EQ(entry->key, key);
+    ASSERT_EQ(entry->value, value) << key;
   }
   ASSERT_EQ(table.GetSearchCost(), SearchCostOf(pairs, table.GetBucketCount()));
 }
@@ -89,7 +91,7 @@ TEST(HashCapacityTest, SequenceRisesAndFallsByTheSameSteps) {
 // Runs `action` with the `n`-th allocation failing, which must come out as an exception. Gives
 // whether there was one.
 bool FailAt(int n, const std::function<void()>& action) {
-  const Larkspan::Testing::AllocationFault fault(n);
+  const Tests::AllocationFault fault(n);
   const bool hasFailed = Tests::FailureOf(action).starts_with("OutOfMemoryException");
   EXPECT_EQ(hasFailed, fault.HasStruck());
   return hasFailed;
@@ -97,19 +99,19 @@ bool FailAt(int n, const std::function<void()>& action) {
 
 TEST(PagedArrayTest, FollowsVectorAndItsCapacityRulesAndSurvivesWantOfMemory) {
   const auto room = [](unsigned int blocks) { return 4 * blocks * (blocks + 1); };
-  std::mt19937 random(1);
+  Tests::SeededRandom random;
   Vx::PagedArray<Heavy> array;
   for (int n = 1; FailAt(n, [&] { array.Reserve(300); }); ++n) ASSERT_EQ(array.GetCapacity(), 0U);
   array.Clear();
   std::vector<int> model;
   unsigned int blocks = 0;
   for (int step = 0; step < 4000; ++step) {
-    if (random() % 100 < (step / 200 % 2 == 0 ? 80U : 20U) || model.empty()) {
+    if (random.Below(100) < (step / 200 % 2 == 0 ? 80U : 20U) || model.empty()) {
       for (int n = 1; FailAt(n, [&] { array.Push(step); });) ++n;
       if (model.size() == room(blocks)) ++blocks;
       model.push_back(step);
     } else {
-      const auto index = static_cast<unsigned int>(random() % model.size());
+      const auto index = random.Below(model.size());
       array.Delete(index);
       model.erase(model.begin() + index);
       const bool isSparse = model.size() <= room(std::max(blocks, 2U) - 2);
@@ -127,14 +129,14 @@ using Arrays = testing::Types<Vx::Array<int>, Vx::ArrayFB<int, 1>, Vx::ArrayFB<i
 TYPED_TEST_SUITE(ArrayTest, Arrays);
 
 TYPED_TEST(ArrayTest, FollowsVectorAndItsCapacityRules) {
-  std::mt19937 random(1);
+  Tests::SeededRandom random;
   TypeParam array;
   std::vector<int> model;
   unsigned int capacity = 0;
   const unsigned int least = array.GetMinCapacity();
   for (int step = 0; step < 3000; ++step) {
-    const auto n = static_cast<unsigned int>(random() % (1U << random() % 7));
-    if (random() % 4 == 0) {
+    const auto n = random.Below(1U << random.Below(7));
+    if (random.OneIn(4)) {
       array.SetCapacity(n);
       capacity = std::max(n, least);
       model.resize(std::min<std::size_t>(model.size(), capacity));
@@ -149,26 +151,26 @@ TYPED_TEST(ArrayTest, FollowsVectorAndItsCapacityRules) {
     const auto offset = reinterpret_cast<char*>(array.begin()) - reinterpret_cast<char*>(&array);
     const bool isInside = offset >= 0 && offset < static_cast<std::ptrdiff_t>(sizeof(array));
     ASSERT_EQ(isInside, capacity != 0 && capacity <= least);
-    for (int& element : array) element = static_cast<int>(random() % 1000);
+    for (int& element : array) element = static_cast<int>(random.Below(1000));
     std::copy(array.begin(), array.end(), model.begin());
   }
 }
 
 TEST(HashTableTest, FollowsModelWhateverHashesAndLimits) {
-  for (unsigned int seed = 0; seed < 24; ++seed) {
-    std::mt19937 random(seed);
-    Key::spread = std::vector{1U, 7U, 100000U}[seed % 3];
-    const bool isUsual = seed % 2 == 0;  // the other limits are met exactly
+  for (unsigned int round = 0; round < 24; ++round) {
+    Tests::SeededRandom random;
+    Key::spread = std::vector{1U, 7U, 100000U}[round % 3];
+    const bool isUsual = round % 2 == 0;  // the other limits are met exactly
     const unsigned int fourFills = isUsual ? 3 : 16;
     IntTable table(isUsual ? 0.0F : 1.0F, isUsual ? 0.0F : 4.0F);
     Pairs model;
     unsigned int buckets = 0;
     for (int step = 0; step < 300; ++step) {
-      const int key = static_cast<int>(random() % 120);
+      const int key = static_cast<int>(random.Below(120));
       const auto found = std::find_if(model.begin(), model.end(),
                                       [key](const auto& pair) { return pair.first == key; });
       const bool isThere = found != model.end();
-      if (random() % 100 >= (step < 200 ? 80U : 15U)) {
+      if (random.Below(100) >= (step < 200 ? 80U : 15U)) {
         // The argument may be a part of the table.
         ASSERT_EQ(isThere ? table.Delete(table.Find(key)->key) : table.Delete(key), isThere);
         if (!isThere) continue;
@@ -187,7 +189,7 @@ TEST(HashTableTest, FollowsModelWhateverHashesAndLimits) {
         const bool isFull = 4 * model.size() >= fourFills * buckets;
         if (isSlow && isFull) buckets = Vx::GetNextHashCapacity(buckets);
       }
-      ASSERT_EQ(table.GetBucketCount(), buckets) << "seed " << seed;
+      ASSERT_EQ(table.GetBucketCount(), buckets);
       ASSERT_NO_FATAL_FAILURE(ExpectTable(table, model));
     }
   }
@@ -235,7 +237,9 @@ TEST(IteratorsTest, PairIteratorsRunOnTheirOwnAndChangeValues) {
   Vx::ConstForwardIterator<Table::ConstAssoc> erased = start;
   Vx::ConstForwardIterator<Table::ConstAssoc> other = erased;
   ++erased;
-  EXPECT_TRUE((*erased).value == 11 && start->value == 0 && !(erased == other));
+  EXPECT_EQ((*erased).value, 11);
+  EXPECT_EQ(start->value, 0);
+  EXPECT_FALSE(erased == other);
   erased = other;
   erased = *&erased;
   ++other;
@@ -248,8 +252,14 @@ TEST(IteratorsTest, RandomIteratorsReckonInIndexes) {
   const Vx::ConstRandomIterator<int> start = array.EnumerateElements();
   Vx::ConstRandomIterator<int> it = start;
   it += 20;
-  EXPECT_TRUE(*it == 20 && it[-20] + it[9] == 29);
-  EXPECT_TRUE(it - start == 20 && start - it == -20 && start < it && it > start && it != start);
+  EXPECT_EQ(*it, 20);
+  EXPECT_EQ(it[-20], 0);
+  EXPECT_EQ(it[9], 29);
+  EXPECT_EQ(it - start, 20);
+  EXPECT_EQ(start - it, -20);
+  EXPECT_TRUE(start < it);
+  EXPECT_TRUE(it > start);
+  EXPECT_TRUE(it != start);
   it -= 10;
   EXPECT_EQ(*--it, 9);
   it += 21;

@@ -61,6 +61,17 @@ TEST_F(IOFileSystem, PlacesAreWhatStandsThereAndLinksAreFoundOnTheWay) {
   EXPECT_NE(fileSystem.ContainsLink(folder.At("d"), folder.At("f"), &found), 0);
 }
 
+TEST_F(IOFileSystem, RelativeNativePathsStartInTheCurrentFolder) {
+  IO::Location current;
+  ASSERT_EQ(fileSystem.GetCurrentFolder(current), 0);
+  Vx::String native;
+  ASSERT_EQ(fileSystem.ToNativePath(current, native), 0);
+  EXPECT_EQ(native.GetView(), std::filesystem::current_path().native());
+  IO::Location below;
+  ASSERT_EQ(fileSystem.FromNativePath("a/b", below), 0);
+  EXPECT_EQ(below, IO::Location(std::u16string(current.GetPath()) + u"\\a\\b"));
+}
+
 TEST_F(IOFileSystem, FolderTreesGrowOnlyOverFolders) {
   for (const char* name : {"x/y/z", "x/y/z", "x/w", "to-d/new", ""}) {
     EXPECT_EQ(fileSystem.CreateFolderTree(folder.At(name)), 0) << name;
@@ -90,7 +101,8 @@ TEST_F(IOFileSystem, AttributesAreSetAsTheyWereGotten) {
   // A link's own time changes, and nothing of the file behind it.
   ASSERT_EQ(fileSystem.SetAttributes(folder.At("to-f"), {}), 0);
   ASSERT_EQ(fileSystem.GetAttributes(folder.At("to-f"), &present, false), 0);
-  EXPECT_TRUE(present.type == EntryType::SymbolicLink && present.modifiedSeconds == 0);
+  EXPECT_EQ(present.type, EntryType::SymbolicLink);
+  EXPECT_EQ(present.modifiedSeconds, 0);
   ASSERT_EQ(fileSystem.GetAttributes(folder.At("to-f"), &present, true), 0);
   wanted.device = present.device;
   wanted.node = present.node;

@@ -2,7 +2,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <iterator>
-#include <random>
 #include <string>
 #include <string_view>
 
@@ -11,6 +10,7 @@
 #include "foundation/IO/File.h"
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FileFault.h"
+#include "tests/support/SeededRandom.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -40,7 +40,7 @@ struct IOFile : testing::Test {
 
 TEST_F(IOFile, ReadsPeeksAndSeeksFollowAString) {
   constexpr unsigned int sizes[] = {1, 7, 999, 65535, 65536, 65537, 150000};
-  std::mt19937 random(1);
+  SeededRandom random;
   std::string content(200001, '\0');
   std::generate(content.begin(), content.end(), [&] { return static_cast<char>(random()); });
   folder.Write("f", content);
@@ -51,11 +51,11 @@ TEST_F(IOFile, ReadsPeeksAndSeeksFollowAString) {
     ASSERT_EQ(file.Open(OpenMode::Read, Report), 0);
     std::size_t place = 0;
     for (unsigned int step = 0; step < 100; ++step) {
-      const std::size_t size = sizes[random() % std::size(sizes)];
-      const unsigned int action = static_cast<unsigned int>(random() % 6);
+      const std::size_t size = sizes[random.Below(std::size(sizes))];
+      const unsigned int action = random.Below(6);
       if (action < 3) {
         const std::size_t bases[] = {0, place, content.size()};
-        place = random() % (content.size() + 1);
+        place = random.Below(content.size() + 1);
         const auto offset = static_cast<__int64>(place) - static_cast<__int64>(bases[action]);
         ASSERT_EQ(file.Seek(static_cast<IO::SeekOrigin>(action), offset), 0);
       } else if (action == 3) {

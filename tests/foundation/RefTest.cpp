@@ -61,7 +61,7 @@ TYPED_TEST(RefTest, TheLastReferenceDeletesTheObject) {
   EXPECT_THROW(static_cast<void>(BaseRef(nullptr)->throwing), Vx::NullReferenceException);
   for (const bool throwing : {false, true}) {
     Base* const object = Vx::New<Base>(throwing);
-    const Larkspan::Testing::AllocationFault fault(1);
+    const Tests::AllocationFault fault(1);
     EXPECT_THROW(BaseRef{object}, Vx::OutOfMemoryException);
     EXPECT_EQ(alive, 0);
   }

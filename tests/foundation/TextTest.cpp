@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 #include "foundation/Vx/IllegalArgumentException.h"
 #include "foundation/Vx/SipHash.h"
 #include "foundation/Vx/UniString.h"
+#include "tests/support/SeededRandom.h"
 
 namespace {
 
@@ -21,19 +21,16 @@ std::string Encode(const UniString& text, VxCharCode code,
 }
 
 // By characters, the surrogate pair of the alphabet would stand behind U+FFFF.
-struct Random : std::mt19937 {
-  using std::mt19937::mt19937;
-  unsigned int Below(std::size_t limit) { return static_cast<unsigned int>((*this)() % limit); }
-  std::u16string Text(unsigned int limit, std::u16string_view alphabet = u"\xD83D\xDE00\xFFFF") {
-    std::u16string text(Below(limit), u'\0');
-    for (char16_t& unit : text) unit = alphabet[Below(alphabet.size())];
-    return text;
-  }
-};
+std::u16string RandomText(Tests::SeededRandom& random, unsigned int limit,
+                          std::u16string_view alphabet = u"\xD83D\xDE00\xFFFF") {
+  std::u16string text(random.Below(limit), u'\0');
+  for (char16_t& unit : text) unit = alphabet[random.Below(alphabet.size())];
+  return text;
+}
 
-void ChangeBoth(Random& random, UniString& text, std::u16string& model) {
-  const std::u16string other = random.Text(6);
-  const std::u16string with = random.Text(4);
+void ChangeBoth(Tests::SeededRandom& random, UniString& text, std::u16string& model) {
+  const std::u16string other = RandomText(random, 6);
+  const std::u16string with = RandomText(random, 4);
   const unsigned int start = random.Below(40);
   const unsigned int count = random.Below(5) == 0 ? Vx::ToEnd : random.Below(40);
   const unsigned int choice = random.Below(3);
@@ -54,23 +51,23 @@ void ChangeBoth(Random& random, UniString& text, std::u16string& model) {
 }
 
 TEST(UniString, BehavesAsAStandardStringUnderRandomOperations) {
-  for (unsigned int seed = 1; seed <= 20; ++seed) {
-    Random random(seed);
-    UniString text;
-    std::u16string model;
-    for (int step = 0; step < 1000; ++step) {
-      SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
-      ChangeBoth(random, text, model);
-      if (model.size() > 200) text.Assign(model = random.Text(20));
-      const std::u16string other = random.Text(5);
-      const unsigned int start = random.Below(model.size() + 9);
-      ASSERT_EQ(text.GetView(), model);
-      ASSERT_EQ(text.GetBuffer()[text.GetLength()], 0);
-      const std::size_t found = model.find(other, std::min<std::size_t>(start, model.size()));
-      ASSERT_EQ(text.FindFirst(other, start), static_cast<unsigned int>(found));
-      ASSERT_EQ(text <=> UniString(other), model <=> other);
-      ASSERT_EQ(text.GenerateHashValue(), UniString(model).GenerateHashValue());
+  Tests::SeededRandom random;
+  UniString text;
+  std::u16string model;
+  for (int step = 0; step < 20000; ++step) {
+    ChangeBoth(random, text, model);
+    if (model.size() > 200) {
+      model = RandomText(random, 20);
+      text.Assign(model);
     }
+    ASSERT_EQ(text.GetView(), model);
+    ASSERT_EQ(text.GetBuffer()[text.GetLength()], 0);
+    const std::u16string other = RandomText(random, 5);
+    const unsigned int start = random.Below(model.size() + 9);
+    const std::size_t found = model.find(other, std::min<std::size_t>(start, model.size()));
+    ASSERT_EQ(text.FindFirst(other, start), static_cast<unsigned int>(found));
+    ASSERT_EQ(text <=> UniString(other), model <=> other);
+    ASSERT_EQ(text.GenerateHashValue(), UniString(model).GenerateHashValue());
   }
 }
 
@@ -122,8 +119,8 @@ TEST(Encoding, EverySequenceOfUnitsComesBackThroughTheModifiedForm) {
       u"\0\x1%\x7F\x80\xFF\x100\x7FF\x800\xD7FF\xD800\xDBFF\xDC00\xDFFF\xE000\xFEFF\xFFFF"sv;
   std::vector<std::u16string> texts(1);
   for (unsigned int unit = 0; unit <= 0xFFFF; ++unit) texts[0] += static_cast<char16_t>(unit);
-  Random random(1);
-  for (int count = 0; count < 3000; ++count) texts.push_back(random.Text(30, edges));
+  Tests::SeededRandom random;
+  for (int count = 0; count < 3000; ++count) texts.push_back(RandomText(random, 30, edges));
   for (const std::u16string& text : texts) {
     const std::string bytes = Encode(UniString(text), VxCharCodeUTF);
     EXPECT_EQ(bytes.find('\0'), std::string::npos);

@@ -46,7 +46,7 @@ TEST_F(Extraction, NamesAndPlacesThatMustNotBeWrittenToAreRefused) {
   }
   EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{"a.lsa", "out", "outside"}));
   EXPECT_TRUE(std::filesystem::is_empty(GetPath("outside")));
-  EXPECT_EQ(ReadSample(folder.Read("a.lsa")).failure, "");
+  EXPECT_EQ(ReadArchive(folder.Read("a.lsa")).failure, "");
 }
 
 TEST_F(Extraction, LaterEntryOfTheSamePlaceWins) {

@@ -1,6 +1,7 @@
 #include <string>
 
 #include "tests/larkspan/ArchiveFolder.h"
+#include "tests/support/ExpectFailures.h"
 
 namespace {
 
@@ -38,6 +39,23 @@ TEST_F(ArchiveFiles, GivesDataOfTheLastOfEqualNamesAndNothingOnceClosed) {
       {[&] { return file.GetInputChannel({}); }, invalid + "archive entry: entry is null."},
   });
   EXPECT_EQ(Tests::ReadRest(*channel), "last");
+}
+
+TEST_F(ArchiveFiles, TellWhatTheyHold) {
+  Write({0, {}, {{"a", 2, {{"h", "1"}}, "data"}, {"plain", 2, {}, ""}}});
+  ArchiveFile file(location);
+  EXPECT_TRUE(file.HasEntries());
+  EXPECT_TRUE(file.ConstainsEntry(u"a"));
+  EXPECT_FALSE(file.ConstainsEntry(u"b"));
+  EXPECT_TRUE(file.GetEntry(u"a")->HasHeaders());
+  EXPECT_FALSE(file.GetEntry(u"plain")->HasHeaders());
+  EXPECT_FALSE(file.HasHeaders());
+  file.PutHeader(u"h", u"v");
+  EXPECT_TRUE(file.HasHeaders());
+  Write({});
+  ArchiveFile empty(location);
+  EXPECT_FALSE(empty.HasEntries());
+  EXPECT_FALSE(empty.ConstainsEntry(u"a"));
 }
 
 TEST_F(ArchiveFiles, LoadThatFailedStartsAgainFromNothing) {

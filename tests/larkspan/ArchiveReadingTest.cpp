@@ -5,6 +5,7 @@
 #include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/ByteBuilder.h"
+#include "tests/support/ExpectFailures.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/MallocWatch.h"
 #include "tests/support/PiecewiseInput.h"
@@ -45,7 +46,7 @@ TEST(ArchiveReading, EachCheckHasItsMessage) {
       {EntryABC(Header(), 3, 4, 0), entry + "entry size check failed."},
       {Header().Utf("\xFF"), "ConversionErrorException: Failed to convert bytes: malformed UTF-8."},
   };
-  for (const auto& [bytes, failure] : rows) EXPECT_EQ(ReadSample(bytes).failure, failure);
+  for (const auto& [bytes, failure] : rows) EXPECT_EQ(ReadArchive(bytes).failure, failure);
 }
 
 TEST(ArchiveReading, WhatAStateDoesNotAllowIsRefused) {
@@ -70,8 +71,11 @@ TEST(ArchiveReading, WhatAStateDoesNotAllowIsRefused) {
   PiecewiseInput whole(EntryABC(Header(), 3, 3, CRCOfABC));
   ArchiveIBinaryChannel other(whole);
   const auto read = other.GetNextEntry();
+  EXPECT_TRUE(other.HasCurrentEntry());
   other.CloseEntry();
-  EXPECT_TRUE(entry->Equals(*read) && read->Equals(*entry));
+  EXPECT_FALSE(other.HasCurrentEntry());
+  EXPECT_TRUE(entry->Equals(*read));
+  EXPECT_TRUE(read->Equals(*entry));
   PiecewiseInput cut(Header().Utf("a").U32(2).U32(0).U32(3).Raw("a"));
   ArchiveIBinaryChannel damaged(cut);
   static_cast<void>(damaged.GetNextEntry());
@@ -88,30 +92,30 @@ TEST(ArchiveReading, CutAnywhereItGivesTheEntriesBeforeAndReportsTheRest) {
     const std::size_t nameSize = 2 + before.entries.back().name.size();
     before.entries.pop_back();
     for (const std::size_t start = ToBytes(before).size(); cut-- > start;) {
-      const auto result = ReadSample(bytes.substr(0, cut));
+      const auto result = ReadArchive(bytes.substr(0, cut));
       ASSERT_EQ(result.archive, before) << cut;
       // Only a cut in the name looks like the end.
       ASSERT_EQ(result.failure.empty(), cut < start + nameSize) << cut << ": " << result.failure;
     }
     ++cut;
   }
-  while (cut-- > 0) ASSERT_NE(ReadSample(bytes.substr(0, cut)).failure, "") << cut;
+  while (cut-- > 0) ASSERT_NE(ReadArchive(bytes.substr(0, cut)).failure, "") << cut;
 }
 
 TEST(ArchiveReading, NoFlippedBitPassesForTheOriginalNorDoPiecesMatter) {
   const SampleArchive sample = MakeSample(60);
   const std::string bytes = ToBytes(sample);
-  EXPECT_EQ(ReadSample(bytes).archive, sample);
+  EXPECT_EQ(ReadArchive(bytes).archive, sample);
   for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
     SCOPED_TRACE(bit);
     std::string flipped = bytes;
     flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << (bit % 8)));
-    const auto result = ReadSample(flipped);
+    const auto result = ReadArchive(flipped);
     ASSERT_LE(result.archive.entries.size(), sample.entries.size());
     auto original = sample.entries.begin();
     for (const auto& entry : result.archive.entries) ASSERT_EQ(entry.data, (original++)->data);
     PiecewiseInput source(flipped, bit % 9 + 1);
-    EXPECT_EQ(ReadSample(source), result);
+    EXPECT_EQ(ReadArchive(source), result);
   }
 }
 
@@ -125,7 +129,7 @@ TEST(ArchiveReading, LengthsThatLieTakeNoMemory) {
   };
   for (const std::string& bytes : claims) {
     MallocWatch::largest = 0;
-    static_cast<void>(ReadSample(bytes));
+    static_cast<void>(ReadArchive(bytes));
     EXPECT_LE(MallocWatch::largest, 70000U) << bytes.size();
   }
 }

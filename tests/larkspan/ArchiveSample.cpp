@@ -1,12 +1,11 @@
 #include "tests/larkspan/ArchiveSample.h"
 
-#include <random>
-
-#include <gtest/gtest.h>
 #include <zlib.h>
 
+#include "Larkspan/Common/IO/ArchiveEntry.h"
 #include "tests/support/ByteBuilder.h"
-#include "tests/support/FailureOf.h"
+#include "tests/support/Compress.h"
+#include "tests/support/Noise.h"
 
 namespace Tests {
 namespace {
@@ -29,15 +28,6 @@ void AppendEntry(ByteBuilder& bytes, const SampleEntry& entry) {
 
 }  // namespace
 
-std::string Compress(const std::string& data) {
-  std::string compressed(compressBound(data.size()), '\0');
-  uLongf size = compressed.size();
-  compress(reinterpret_cast<Bytef*>(compressed.data()), &size,
-           reinterpret_cast<const Bytef*>(data.data()), data.size());
-  compressed.resize(size);
-  return compressed;
-}
-
 SampleArchive MakeSample(unsigned int reserved) {
   return {reserved,
           {{"author", "Ada"}, {"empty", ""}},
@@ -55,17 +45,6 @@ std::string ToBytes(const SampleArchive& archive) {
   if (archive.reserved != 0) bytes.FillTo(archive.reserved);
   for (const SampleEntry& entry : archive.entries) AppendEntry(bytes, entry);
   return bytes;
-}
-
-void ExpectFailures(const std::vector<std::pair<std::function<void()>, std::string>>& rows) {
-  for (const auto& row : rows) EXPECT_EQ(FailureOf(row.first), row.second) << &row - rows.data();
-}
-
-std::string Noise(std::size_t size, unsigned int seed) {
-  std::mt19937 generator(seed);
-  std::string noise(size, '\0');
-  for (char& byte : noise) byte = static_cast<char>(static_cast<unsigned char>(generator()));
-  return noise;
 }
 
 }  // namespace Tests

@@ -5,6 +5,7 @@
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/ByteBuilder.h"
+#include "tests/support/ExpectFailures.h"
 #include "tests/support/RecordingOutput.h"
 
 namespace {
@@ -12,6 +13,7 @@ namespace {
 using Larkspan::Common::IO::ArchiveEntry;
 using Larkspan::Common::IO::ArchiveHeaders;
 using Larkspan::Common::IO::ArchiveOBinaryChannel;
+using Vx::UniString;
 using namespace Tests;
 
 TEST(ArchiveWriting, WholeSampleComesOutAsPutTogetherByHand) {
@@ -19,13 +21,17 @@ TEST(ArchiveWriting, WholeSampleComesOutAsPutTogetherByHand) {
     const SampleArchive sample = MakeSample(reserved);
     RecordingOutput sink;
     ArchiveOBinaryChannel archive(sink, reserved);
-    archive.PutHeader(Text(sample.headers[0].first), u"keeps its place");
-    for (const auto& [n, v] : sample.headers) archive.PutHeader(Text(n), Text(v));
+    archive.PutHeader(u"author", u"keeps its place");
+    for (const auto& [name, value] : sample.headers) {
+      archive.PutHeader(UniString::FromUTF8(name), UniString::FromUTF8(value));
+    }
     for (const auto& entry : sample.entries) {
       ArchiveHeaders headers;
-      for (const auto& [n, v] : entry.headers) headers.Put(Text(n), Text(v));
+      for (const auto& [name, value] : entry.headers) {
+        headers.Put(UniString::FromUTF8(name), UniString::FromUTF8(value));
+      }
       const auto method = static_cast<ArchiveEntry::Method>(entry.method);
-      archive.PutNextEntry(Text(entry.name), headers, method);
+      archive.PutNextEntry(UniString::FromUTF8(entry.name), headers, method);
       archive.Write(entry.data.data(), static_cast<unsigned int>(entry.data.size()));
     }
     archive.CloseEntry();
@@ -55,7 +61,8 @@ TEST(ArchiveWriting, WhatAStateDoesNotAllowIsRefused) {
   ArchiveHeaders unnamed;
   unnamed.Put(u"", u"value");
   ArchiveOBinaryChannel full(sink, 256);
-  full.PutHeader(u"n", Text(std::string(257 - 36, 'v')));  // 36 bytes are around it
+  full.PutHeader(u"n",
+                 Vx::UniString::FromUTF8(std::string(257 - 36, 'v')));  // 36 bytes are around it
   const std::string closed = "IOException: Archive binary output channel is closed.";
   const std::string invalid = "IllegalArgumentException: Invalid ";
   ExpectFailures({

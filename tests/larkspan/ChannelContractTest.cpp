@@ -12,8 +12,8 @@
 #include "Larkspan/Common/IO/DeflaterOBinaryChannel.h"
 #include "Larkspan/Common/IO/InflaterIBinaryChannel.h"
 #include "Larkspan/Common/IO/ThresholdingOBinaryChannel.h"
-#include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/Noise.h"
 #include "tests/support/PiecewiseInput.h"
 #include "tests/support/RecordingOutput.h"
 
@@ -171,6 +171,27 @@ TEST(Digests, SeeWhatHasGoneThroughAndStayReadableAfterClose) {
   EXPECT_EQ(output.GetCRC(), 0xCBF43926U);
   EXPECT_EQ(input.GetCRC(), 0xCBF43926U);
   EXPECT_EQ(outputCount.GetCount(), 9U);
+  EXPECT_EQ(inputCount.GetCount(), 9U);
+}
+
+TEST(Digests, StartAgainWhereTheyAreReset) {
+  RecordingOutput sink;
+  CountingOBinaryChannel outputCount(sink);
+  CRC32OBinaryChannel output(outputCount);
+  output.Write("before", 6);
+  output.ResetCRC();
+  outputCount.ResetCount();
+  output.Write("123456789", 9);
+  EXPECT_EQ(output.GetCRC(), 0xCBF43926U);
+  EXPECT_EQ(outputCount.GetCount(), 9U);
+  PiecewiseInput source(sink.content);
+  CountingIBinaryChannel inputCount(source);
+  CRC32IBinaryChannel input(inputCount);
+  EXPECT_EQ(ReadRest(input, 6, 6), "before");
+  input.ResetCRC();
+  inputCount.ResetCount();
+  EXPECT_EQ(ReadRest(input), "123456789");
+  EXPECT_EQ(input.GetCRC(), 0xCBF43926U);
   EXPECT_EQ(inputCount.GetCount(), 9U);
 }
 

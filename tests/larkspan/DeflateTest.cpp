@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "Larkspan/Common/IO/DeflaterOBinaryChannel.h"
-#include "tests/larkspan/ArchiveSample.h"
+#include "tests/support/Compress.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/Noise.h"
 #include "tests/support/PlainInflater.h"
 #include "tests/support/RecordingOutput.h"
 

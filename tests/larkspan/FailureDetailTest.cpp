@@ -87,7 +87,7 @@ TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
 
 TEST(FailureDetail, ExceptionStaysWithoutItWhereMemoryRunsOut) {
   Vx::IOException exception("Failed.", __FILE__, __LINE__);
-  const Larkspan::Testing::AllocationFault fault(1);
+  const Tests::AllocationFault fault(1);
   exception.SetDetail({Vx::String(), 1, 2});
   EXPECT_EQ(exception.GetDetail(), nullptr);
   EXPECT_STREQ(exception.what(), "Failed.");

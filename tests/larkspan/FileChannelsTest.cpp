@@ -6,7 +6,6 @@
 
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
-#include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Larkspan/Common/IO/LocationUtils.h"
-#include "tests/larkspan/ArchiveSample.h"
+#include "tests/support/ExpectFailures.h"
 
 namespace {
 
@@ -20,7 +20,8 @@ TEST(LocationUtils, PathsAndUrlsLeadToLocationsAndBack) {
       {u"\\", u"\\", u"file:///"},
   };
   for (const auto& [text, path, url] : rows) {
-    EXPECT_TRUE(IsAbsolutePath(text) && !IsRelativePath(text));
+    EXPECT_TRUE(IsAbsolutePath(text)) << text.ToUTF8();
+    EXPECT_FALSE(IsRelativePath(text)) << text.ToUTF8();
     const IO::Location location = LocationFromPath(text);
     EXPECT_EQ(LocationToPath(location), path);
     EXPECT_EQ(LocationToURL(location), url);
@@ -30,7 +31,18 @@ TEST(LocationUtils, PathsAndUrlsLeadToLocationsAndBack) {
   const IO::Location below = LocationFromRelativePath(IO::Location(u"\\base"), u"a\\b/c");
   EXPECT_EQ(LocationToPath(below), u"\\base\\a\\b\\c");
   EXPECT_EQ(LocationToPath(IO::RelativeLocation(u"a/b")), u"a\\b");
-  EXPECT_EQ(NormalizeName(UniString(std::u16string_view(u"a/\0\x1F. ", 6)), u'_'), u"a___. ");
+}
+
+TEST(LocationUtils, UnitsThatNoNameMayHoldAreReplaced) {
+  const std::u16string_view mixed(u"a/\0\x1F. ", 6);
+  EXPECT_EQ(NormalizeName(UniString(mixed), u'_'), u"a___. ");
+  for (const char16_t unit :
+       {u'\0', u'\x1F', u'"', u'*', u'/', u':', u'<', u'>', u'?', u'\\', u'|'}) {
+    EXPECT_FALSE(IsLegalNameChar(unit)) << static_cast<int>(unit);
+  }
+  for (const char16_t unit : {u' ', u'.', u'!', u'~', u'\x7F', u'\xD800', u'\xFFFF'}) {
+    EXPECT_TRUE(IsLegalNameChar(unit)) << static_cast<int>(unit);
+  }
 }
 
 TEST(LocationUtils, ArgumentsAreTestedInTheirOrder) {

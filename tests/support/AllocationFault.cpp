@@ -9,7 +9,7 @@ namespace {
 // `operator delete` expects, whoever defines the two.
 template <class Allocate>
 void* Count(Allocate allocate) noexcept {
-  if (Larkspan::Testing::AllocationFault::Strikes()) return nullptr;
+  if (Tests::AllocationFault::Strikes()) return nullptr;
   try {
     return allocate();
   } catch (const std::bad_alloc&) {

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-namespace Larkspan::Testing {
+namespace Tests {
 
 /// While it lives, the `n`-th allocation counted from its construction gives null, on whatever
 /// thread it happens; the others succeed. It counts what goes through `operator new` and
@@ -33,4 +33,4 @@ class AllocationFault {
   int failing;
 };
 
-}  // namespace Larkspan::Testing
+}  // namespace Tests

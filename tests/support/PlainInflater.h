@@ -70,7 +70,7 @@ class PlainInflater final {
 /// Reads `bytes` through the library's inflater and the plain one with the same random sizes until
 /// the end, and on past some failures, and compares all that the caller and the source see at each
 /// step. With `piece` 0 the bytes lie in memory, where the inflater can peek into them. Gives what
-/// differs, or "".
+/// differs, with the seed, or "".
 inline std::string CompareWithPlainForm(const std::string& bytes, std::size_t piece,
                                         unsigned int bufferSize, unsigned int seed,
                                         std::size_t breakAt = std::string::npos) {
@@ -96,9 +96,10 @@ inline std::string CompareWithPlainForm(const std::string& bytes, std::size_t pi
       return failure.empty() ? data : failure;
     };
     const std::string outcome = step(real);
-    if (outcome != step(plain)) return "gives: " + outcome.substr(0, 100);
-    if (piece != 0 && pieces.asked != plainPieces.asked) return "asks for other sizes";
-    if (counter.GetCount() != plainPieces.GetPosition()) return "takes more or less of the source";
+    const std::string with = " with the seed " + std::to_string(seed);
+    if (outcome != step(plain)) return "gives other data" + with + ": " + outcome.substr(0, 100);
+    if (piece != 0 && pieces.asked != plainPieces.asked) return "asks for other sizes" + with;
+    if (counter.GetCount() != plainPieces.GetPosition()) return "takes more or less" + with;
     if ((outcome.empty() && size != 0) || outcome.starts_with("IOException: ")) --stops;
   }
   return "";

@@ -52,8 +52,8 @@ Pairs TakePairs(const Source& source) {
 
 /// Reads an archive through the library, and throws a `std::logic_error` if an entry is verified
 /// wrongly. What lies beyond `most` bytes of an entry's data is left to `CloseEntry`.
-[[nodiscard]] inline ReadResult ReadSample(Vx::IBinaryChannel& source, unsigned int step = 4096,
-                                           std::size_t most = std::string::npos) {
+[[nodiscard]] inline ReadResult ReadArchive(Vx::IBinaryChannel& source, unsigned int step = 4096,
+                                            std::size_t most = std::string::npos) {
   ReadResult result;
   result.failure = FailureOf([&] {
     Larkspan::Common::IO::ArchiveIBinaryChannel channel(source);
@@ -76,10 +76,10 @@ Pairs TakePairs(const Source& source) {
   return result;
 }
 
-[[nodiscard]] inline ReadResult ReadSample(const std::string& bytes, unsigned int step = 4096,
-                                           std::size_t most = std::string::npos) {
+[[nodiscard]] inline ReadResult ReadArchive(const std::string& bytes, unsigned int step = 4096,
+                                            std::size_t most = std::string::npos) {
   Vx::MemoryIBinaryChannel source(bytes.data(), static_cast<unsigned int>(bytes.size()));
-  return ReadSample(source, step, most);
+  return ReadArchive(source, step, most);
 }
 
 }  // namespace Tests

@@ -41,7 +41,6 @@ void FailEachCall(unsigned int calls, Work work, Check check) {
 /// With each of its allocations failing.
 template <class Work, class Check>
 void FailEachAllocation(Work work, Check check) {
-  using Larkspan::Testing::AllocationFault;
   FailEach([](unsigned int skip) { return AllocationFault(static_cast<int>(skip) + 1); }, work,
            check);
 }
