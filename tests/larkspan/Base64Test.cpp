@@ -54,8 +54,9 @@ TEST(Base64, TellsTheSizeAloneUpToTheLargestTextAndRefusesTheRest) {
         failure);
   }
   char* untouched = nullptr;
-  const Larkspan::Testing::AllocationFault fault(1);
+  const Tests::AllocationFault fault(1);
   EXPECT_EQ(Tests::FailureOf([&] { Base64::Encode("x", 1, &untouched, &size); }),
             "OutOfMemoryException: ");
-  EXPECT_TRUE(untouched == nullptr && size == 4294967292U);
+  EXPECT_EQ(untouched, nullptr);
+  EXPECT_EQ(size, 4294967292U);
 }

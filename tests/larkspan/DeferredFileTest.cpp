@@ -1,77 +1,136 @@
 #include <cerrno>
-#include <functional>
-#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
 #include "tests/support/AllocationFault.h"
-#include "tests/support/FailureOf.h"
+#include "tests/support/ExpectFailures.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/RecordingOutput.h"
+#include "tests/support/SeededRandom.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
-// Every operation is tried with each of its allocations failing; what fails changes nothing.
+using Larkspan::Common::IO::DeferredFileOBinaryChannel;
+using namespace Tests;
+
+using SmallPages = Larkspan::Common::PagedBuffer<16, 2>;
+
+constexpr unsigned int ToWholePages(std::size_t size) {
+  return static_cast<unsigned int>((size + 15) / 16 * 16);
+}
+
+// Runs `work` until it succeeds, with another of its allocations failing each time.
+template <class Work>
+void SucceedAfterFailures(const SmallPages& buffer, Work work) {
+  const unsigned int capacity = buffer.GetCapacity();
+  for (int failing = 1;; ++failing) {
+    const AllocationFault fault(failing);
+    if (FailureOf(work).empty()) return;
+    ASSERT_EQ(buffer.GetCapacity(), capacity);
+  }
+}
+
 TEST(PagedBuffer, BehavesAsAStringWhicheverAllocationFails) {
-  const unsigned int seed = std::random_device()();
-  std::minstd_rand random(seed);
-  const auto draw = [&](std::size_t end) { return static_cast<unsigned int>(random() % end); };
-  Larkspan::Common::PagedBuffer<16, 2> buffer(0);
+  SeededRandom random;
+  SmallPages buffer(0);
   std::string model;
-  for (unsigned int step = 0; step < 200; ++step) {
-    const std::string text(draw(2) * draw(70), static_cast<char>(step));
-    const auto size = static_cast<unsigned int>(text.size()), capacity = buffer.GetCapacity();
-    unsigned int room = buffer.GetSize() + draw(step % 8 == 0 ? 5000 : 50);
-    const auto work = [&] { size ? buffer.Write(text.data(), size) : buffer.SetCapacity(room); };
-    for (int n = 1;; ++n) {
-      const Larkspan::Testing::AllocationFault fault(n);
-      if (Tests::FailureOf(work).empty()) break;
-      ASSERT_EQ(buffer.GetCapacity(), capacity) << "seed " << seed << ", step " << step;
+  unsigned int capacity = 0;
+  for (unsigned int step = 0; step < 300; ++step) {
+    const std::string text(random.Below(70) + 1, static_cast<char>(step));
+    const unsigned int size = buffer.GetSize();
+    const unsigned int wanted = size + random.Below(step % 8 == 0 ? 5000 : 50);
+    const unsigned int action = random.Below(3);
+    if (action == 0) {
+      SucceedAfterFailures(buffer, [&] { buffer.SetCapacity(wanted); });
+      capacity = wanted;
+    } else if (action == 1) {
+      SucceedAfterFailures(buffer, [&] { buffer.EnsureCapacity(wanted); });
+      if (wanted > capacity) capacity = ToWholePages(wanted);
+    } else {
+      const auto length = static_cast<unsigned int>(text.size());
+      SucceedAfterFailures(buffer, [&] { buffer.Write(text.data(), length); });
+      model += text;
+      if (model.size() > capacity) capacity = ToWholePages(model.size());
     }
-    model += text;
-    if (size) room = model.size() <= capacity ? capacity : (buffer.GetSize() + 15) / 16 * 16;
-    ASSERT_EQ(buffer.GetCapacity(), room) << "seed " << seed << ", step " << step;
+    ASSERT_EQ(buffer.GetSize(), model.size());
+    ASSERT_EQ(buffer.GetCapacity(), capacity);
     char part[100];
-    const unsigned int from = draw(model.size() + 1), most = draw(sizeof(part)) + 1;
-    ASSERT_EQ(std::string(part, buffer.Read(from, part, most)), model.substr(from, most)) << seed;
+    const unsigned int start = random.Below(model.size() + 1);
+    const unsigned int most = random.Below(sizeof(part)) + 1;
+    const unsigned int count = buffer.Read(start, part, most);
+    ASSERT_EQ(std::string(part, count), model.substr(start, most));
   }
-  EXPECT_EQ(Tests::FailureOf([&] { buffer.Write("", 0xFFFFFFF1U - buffer.GetSize()); }),
-            "IOException: Failed to grow paged buffer: maximum supported size is exceeded.");
 }
 
-// Writes `bytes` in pieces of 20, each again if it fails, and `refused` from nowhere after 80, with
-// a threshold of 100. Gives what two calls of `WriteTo` deliver or fail with.
-std::string Deliver(const IO::Location& at, const std::string& bytes, unsigned int refused = 0) {
-  Larkspan::Common::IO::DeferredFileOBinaryChannel channel(at, 100);
-  for (std::size_t start = 0; start < bytes.size(); start += 20) {
-    if (start == 80) Tests::FailureOf([&] { channel.Write(nullptr, refused); });
-    const auto write = [&] { channel.Write(bytes.data() + start, 20); };
-    if (!Tests::FailureOf(write).empty()) Tests::FailureOf(write);
-  }
-  channel.Close();
-  Tests::RecordingOutput sink;
-  std::string failure = Tests::FailureOf([&] { channel.WriteTo(sink), channel.WriteTo(sink); });
-  return failure.empty() ? sink.content : failure;
-}
-
-TEST(DeferredFile, RefusesWhatHasNoSoundOutcome) {
-  const Tests::TemporaryFolder folder;
-  using Larkspan::Common::IO::DeferredFileOBinaryChannel;
-  Tests::RecordingOutput sink;
-  DeferredFileOBinaryChannel open(folder.At("f"), 3), closed(folder.At("f"), 3);
-  DeferredFileOBinaryChannel failed(folder.At("no folder/f"), 3), late(folder.At("g"), 3);
-  Larkspan::Common::PagedBuffer<16, 1> buffer(0);
+TEST(PagedBuffer, RefusesWhatItCannotHoldAndChangesNothing) {
+  SmallPages buffer(0);
   buffer.Write("1234", 4);
-  late.Write("1234", 4);
+  const std::string invalid = "IllegalArgumentException: Invalid buffer";
+  const std::string tooLarge =
+      "IOException: Failed to grow paged buffer: maximum supported size is exceeded.";
+  ExpectFailures({
+      {[&] { buffer.SetCapacity(3); },
+       invalid + " capacity: the requested capacity must be higher the current size."},
+      {[&] { buffer.Write("", 0); }, invalid + " size: buffer size is 0."},
+      {[&] { buffer.Write(nullptr, 1); }, invalid + ": buffer is null."},
+      {[&] { buffer.Write("", SmallPages::MaxSize - 3); }, tooLarge},
+      {[&] { buffer.EnsureCapacity(SmallPages::MaxSize + 1); }, tooLarge},
+  });
+  EXPECT_EQ(buffer.GetCapacity(), 16U);
+}
+
+constexpr unsigned int Threshold = 100;
+const std::string incomplete =
+    "IOException: Deferred file binary output channel is incomplete: an earlier write failed.";
+
+class DeferredFile : public testing::Test {
+ protected:
+  // Writes in pieces of 20 bytes. A piece that fails is tried once more.
+  void WriteInPieces(const std::string& bytes) {
+    for (std::size_t start = 0; start < bytes.size(); start += 20) {
+      const auto write = [&] { channel.Write(bytes.data() + start, 20); };
+      if (!FailureOf(write).empty()) FailureOf(write);
+    }
+  }
+  // Makes the file by a write that is then refused for its arguments.
+  void MakeFileByRefusedWrite() {
+    EXPECT_EQ(FailureOf([&] { channel.Write(nullptr, Threshold + 1); }),
+              "IllegalArgumentException: Invalid source buffer: buffer is null.");
+    EXPECT_EQ(folder.Read("f").substr(0, 1), "s");
+  }
+  void ExpectDeliveredTwice(const std::string& bytes) {
+    channel.Close();
+    RecordingOutput sink;
+    channel.WriteTo(sink);
+    channel.WriteTo(sink);
+    EXPECT_EQ(sink.content, bytes + bytes);
+  }
+  void ExpectIncomplete() {
+    channel.Close();
+    RecordingOutput sink;
+    EXPECT_EQ(FailureOf([&] { channel.WriteTo(sink); }), incomplete);
+    EXPECT_EQ(sink.content, "");
+  }
+
+  const TemporaryFolder folder;
+  DeferredFileOBinaryChannel channel{folder.At("f"), Threshold};
+  const std::string small = std::string(Threshold, 's');
+  const std::string large = std::string(50000, 'l');
+};
+
+TEST_F(DeferredFile, RefusesWhatHasNoSoundOutcome) {
+  RecordingOutput sink;
+  DeferredFileOBinaryChannel closed(folder.At("g"), 3);
   closed.Close();
+  DeferredFileOBinaryChannel failed(folder.At("no folder/f"), 3);
+  DeferredFileOBinaryChannel late(folder.At("g"), 3);
+  late.Write("1234", 4);
   const std::string invalid = "IllegalArgumentException: Invalid ";
   const std::string thresholding = "IOException: Thresholding binary output channel is closed.";
-  const std::string incomplete =
-      "IOException: Deferred file binary output channel is incomplete: an earlier write failed.";
-  const std::pair<std::function<void()>, std::string> rows[] = {
+  ExpectFailures({
       {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0); },
        invalid + "threshold: threshold is 0."},
       {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0x100000000); },
@@ -79,47 +138,77 @@ TEST(DeferredFile, RefusesWhatHasNoSoundOutcome) {
       {[&] { DeferredFileOBinaryChannel(IO::Location(), 1); },
        invalid + "location: location is empty."},
       {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0xFFFFFFFF).Close(); }, ""},
-      {[&] { open.WriteTo(sink); },
+      {[&] { channel.WriteTo(sink); },
        "IOException: Deferred file binary output channel hasn't been closed yet."},
-      {[&] { open.Write("", 0); }, invalid + "buffer size: size is 0."},
+      {[&] { channel.Write("", 0); }, invalid + "buffer size: size is 0."},
       {[&] { closed.Write("x", 1); }, thresholding},
       {[&] { closed.Flush(); }, thresholding},
       {[&] { failed.Write("1234", 4); },
        "IOException: Failed to create file binary output channel: failed to open file."},
       {[&] { failed.Write("1", 1); }, incomplete},
       {[&] {
-         const Tests::FileFault fault(Tests::CallClose, EIO);
+         const FileFault fault(CallClose, EIO);
          late.Close();
        },
        "IOException: Failed to close file binary output channel."},
-      {[&] { late.Close(), late.WriteTo(sink); }, incomplete},
-      {[&] { buffer.SetCapacity(3); },
-       invalid + "buffer capacity: the requested capacity must be higher the current size."},
-      {[&] { buffer.Write("", 0); }, invalid + "buffer size: buffer size is 0."},
-      {[&] { buffer.Write(nullptr, 1); }, invalid + "buffer: buffer is null."}};
-  for (const auto& [work, failure] : rows) EXPECT_EQ(Tests::FailureOf(work), failure);
-  EXPECT_EQ(buffer.GetCapacity(), 16U);
+      {[&] { late.Close(); }, ""},
+      {[&] { late.WriteTo(sink); }, incomplete},
+  });
+  EXPECT_EQ(channel.GetThreshold(), Threshold);
 }
 
-TEST(DeferredFile, IsMadeBehindTheThresholdAndDeliversAllOrNothing) {
-  const Tests::TemporaryFolder folder;
-  const std::string small(100, 'a'), large(50000, 'b');
-  const std::string incomplete =
-      "IOException: Deferred file binary output channel is incomplete: an earlier write failed.";
-  EXPECT_EQ(Deliver(folder.At("no folder/f"), small), small + small);
-  for (unsigned int n = 0; n < 3; ++n) {  // the first write in the switch, the next two behind it
-    const Tests::FileFault full(Tests::CallWrite, ENOSPC, n, 1);
-    EXPECT_EQ(Deliver(folder.At("f"), large), incomplete);
+TEST_F(DeferredFile, IsMadeByTheWriteThatLeadsPastTheThreshold) {
+  WriteInPieces(small);
+  EXPECT_FALSE(channel.IsThresholdExceeded());
+  EXPECT_EQ(folder.Read("f"), "(missing)");
+  channel.Write("+", 1);
+  EXPECT_TRUE(channel.IsThresholdExceeded());
+  EXPECT_EQ(folder.Read("f"), small + "+");
+  ExpectDeliveredTwice(small + "+");
+}
+
+TEST_F(DeferredFile, IsNotMadeForWhatStaysWithinTheThreshold) {
+  WriteInPieces(small);
+  ExpectDeliveredTwice(small);
+  EXPECT_EQ(folder.GetNames(), std::vector<std::string>());
+}
+
+TEST_F(DeferredFile, WriteThatFailsInTheFileLeavesTheOutputIncomplete) {
+  for (unsigned int passing = 0; passing < 3; ++passing) {  // the first write moves the memory
+    SCOPED_TRACE(passing);
+    DeferredFileOBinaryChannel failing(folder.At("f"), Threshold);
+    const FileFault full(CallWrite, ENOSPC, passing, 1);
+    for (int piece = 0; piece < 10; ++piece) {
+      FailureOf([&] { failing.Write(small.data(), 50); });
+    }
+    EXPECT_TRUE(full.HasStruck());
+    failing.Close();
+    RecordingOutput sink;
+    EXPECT_EQ(FailureOf([&] { failing.WriteTo(sink); }), incomplete);
   }
-  EXPECT_EQ(Deliver(folder.At("f"), large, 21), large + large);
-  EXPECT_EQ(folder.Read("f"), large);
-  EXPECT_EQ(Deliver(folder.At("f"), small, 21), incomplete);
-  Larkspan::Common::IO::DeferredFileOBinaryChannel cut(folder.At("f"), 100);
-  cut.Write(large.data(), 200);
-  cut.Close();
+}
+
+TEST_F(DeferredFile, RefusedWriteThatMadeTheFileDoesNoHarmIfAnotherLeadsPastTheThreshold) {
+  channel.Write(small.data(), 80);
+  MakeFileByRefusedWrite();
+  channel.Write(large.data(), 20);
+  channel.Write(large.data(), 20);
+  ExpectDeliveredTwice(small.substr(0, 80) + large.substr(0, 40));
+}
+
+TEST_F(DeferredFile, RefusedWriteThatMadeTheFileLeavesASmallOutputIncomplete) {
+  channel.Write(small.data(), 80);
+  MakeFileByRefusedWrite();
+  channel.Write(small.data(), 20);
+  ExpectIncomplete();
+}
+
+TEST_F(DeferredFile, FileThatSomebodyHasCutIsReported) {
+  WriteInPieces(large);
+  channel.Close();
   folder.Write("f", small);
-  Tests::RecordingOutput sink;
-  EXPECT_EQ(Tests::FailureOf([&] { cut.WriteTo(sink); }),
+  RecordingOutput sink;
+  EXPECT_EQ(FailureOf([&] { channel.WriteTo(sink); }),
             "IOException: Failed to read deferred file: file is shorter than what was written.");
 }
 

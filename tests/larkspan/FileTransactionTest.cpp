@@ -10,7 +10,9 @@
 #include "Larkspan/Common/IO/CreateFileTransaction.h"
 #include "Larkspan/Common/IO/IOUtilities.h"
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
+#include "foundation/IO/Status.h"
 #include "foundation/Vx/DebugOutput.h"
+#include "tests/support/ExpectFailures.h"
 #include "tests/support/SleepRecord.h"
 #include "tests/support/SystemCallSweep.h"
 #include "tests/support/TemporaryFolder.h"
@@ -22,12 +24,23 @@ using namespace Larkspan::Common::IO;
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
+void Finish(FileTransaction& transaction, bool commit) {
+  if (commit) {
+    transaction.Commit();
+  } else {
+    transaction.Abort();
+  }
+}
+
 class Files : public testing::Test {
  protected:
-  [[nodiscard]] static std::string PathOf(const IO::Location& location) {
+  // What an operation on the item `name` fails with; `reason` begins with a colon.
+  [[nodiscard]] std::string Failed(const std::string& operation, const char* name, int status,
+                                   const std::string& reason = "") const {
     Vx::UniString path;
-    EXPECT_EQ(location.ToPath(path), 0);
-    return path.ToUTF8();
+    EXPECT_EQ(folder.At(name).ToPath(path), 0);
+    return "IOException: Failed to " + operation + ": " + path.ToUTF8() + reason +
+           ". (Error code: " + std::to_string(status) + ")";
   }
   void ExpectAlone(const std::string& content) const {
     EXPECT_EQ(folder.GetNames(), content == "(missing)" ? Names{} : Names{"model.dat"});
@@ -45,23 +58,26 @@ TEST_F(Files, QuestionsAndCommandsSayWhatIsWrong) {
   const auto from = [](auto function) {
     return [function](const IO::Location& at) { static_cast<void>(function(at)); };
   };
-  const std::tuple<std::function<void(const IO::Location&)>, const char*, std::string> rows[] = {
+  const struct {
+    std::function<void(const IO::Location&)> work;
+    const char* name;
+    std::string failure;
+  } rows[] = {
       {from(Exists), "missing", ""},
       {from(IsFile), "missing", type},
       {from(IsFolder), "missing", type},
-      {from(GetFileSize), "missing", "get size of file: %. (Error code: -2130640640)"},
-      {from(CreateFolder), "file/a", "create folder: %. (Error code: -2130640381)"},
+      {from(GetFileSize), "missing", Failed("get size of file", "missing", IO::StatusFileNotFound)},
+      {from(CreateFolder), "file/a", Failed("create folder", "file/a", IO::StatusNotAFolder)},
       {from(CreateParentFolder), "file/a/b",
-       "create parent folder of location: %. (Error code: -2130640381)"},
+       Failed("create parent folder of location", "file/a/b", IO::StatusNotAFolder)},
       {[](const IO::Location& at) { Delete(at); }, "missing",
-       "delete file: %. (Error code: -2130640384)"}};
-  for (auto [work, name, failure] : rows) {
-    EXPECT_EQ(FailureOf([&, run = work] { run(IO::Location()); }), invalid + "empty.");
-    EXPECT_EQ(FailureOf([&, run = work] { run(IO::Location(u"a")); }), invalid + "not valid.");
-    if (const auto place = failure.find('%'); place != failure.npos) {
-      failure = "IOException: Failed to " + failure.replace(place, 1, PathOf(folder.At(name)));
-    }
-    EXPECT_EQ(FailureOf([&, run = work, at = folder.At(name)] { run(at); }), failure);
+       Failed("delete file", "missing", IO::StatusNotFound)},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    EXPECT_EQ(FailureOf([&] { row.work(IO::Location()); }), invalid + "empty.");
+    EXPECT_EQ(FailureOf([&] { row.work(IO::Location(u"a")); }), invalid + "not valid.");
+    EXPECT_EQ(FailureOf([&] { row.work(folder.At(row.name)); }), row.failure);
   }
 }
 
@@ -73,29 +89,46 @@ TEST_F(Files, QuestionsAreAnsweredAndFoldersMade) {
   CreateFolder(made);
   folder.Write("a/b/file", "12345");
   CreateFolder(inside);
-  EXPECT_TRUE(IsFolder(made) && !IsFile(made) && IsFile(inside) && !IsFolder(inside));
+  EXPECT_TRUE(IsFolder(made));
+  EXPECT_FALSE(IsFile(made));
+  EXPECT_TRUE(IsFile(inside));
+  EXPECT_FALSE(IsFolder(inside));
   EXPECT_EQ(GetFileSize(inside), 5U);
   EXPECT_FALSE(Exists(folder.At("a/b/file/below")));
 }
 
 TEST_F(Files, DeniedDeletionIsTriedAgainSoManyTimes) {
-  for (const auto& [retries, denied] : {std::pair(0U, 1U), {2U, 2U}, {2U, 3U}, {5U, 9U}}) {
+  const std::string denied =
+      Failed("delete file", "model.dat", IO::StatusAccessDenied, ": access denied");
+  const struct {
+    std::function<void()> work;
+    unsigned int denials;
+    std::string failure;
+    std::vector<long> sleeps;
+  } rows[] = {
+      {[&] { Delete(file, 0, 1250); }, 1, denied, {}},
+      {[&] { Delete(file, 2, 1250); }, 2, "", {1250, 1250}},
+      {[&] { Delete(file, 2, 1250); }, 3, denied, {1250, 1250}},
+      {[&] { Delete(file); }, 5, "", {250, 250, 250, 250, 250}},
+      {[&] { Delete(file); }, 6, denied, {250, 250, 250, 250, 250}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
     folder.Write("model.dat", "");
-    const FileFault fault(CallRemove, EACCES, 0, denied);
-    SleepRecord record;
-    const long delay = retries == 5 ? 250 : 1250;
-    const auto work = [&, most = retries] { most == 5 ? Delete(file) : Delete(file, most, 1250); };
-    const std::string failure = "IOException: Failed to delete file: " + PathOf(file) +
-                                ": access denied. (Error code: -2130640382)";
-    EXPECT_EQ(FailureOf(work), denied > retries ? failure : "");
-    EXPECT_EQ(record.sleeps, std::vector<long>(std::min(denied, retries), delay));
+    const FileFault fault(CallRemove, EACCES, 0, row.denials);
+    const SleepRecord record;
+    EXPECT_EQ(FailureOf(row.work), row.failure);
+    EXPECT_EQ(record.sleeps, row.sleeps);
   }
 }
 
 TEST_F(Files, TransactionIsFinishedOnceAndLeavesTheOldOrTheNewFile) {
   struct {
-    const char *kind, *old, *written;
-    bool backupGoes, commit;
+    const char* kind;
+    const char* old;      // content before, null for no file
+    const char* written;  // content meanwhile, null for none
+    bool backupGoes;      // somebody removes the backup meanwhile
+    bool commit;
     std::string expected;
   } const rows[] = {{"update", "old", "new", false, true, "new"},
                     {"update", "old", "new", false, false, "old"},
@@ -123,7 +156,7 @@ TEST_F(Files, TransactionIsFinishedOnceAndLeavesTheOldOrTheNewFile) {
     }
     if (row.written != nullptr) folder.Write("model.dat", row.written);
     if (row.backupGoes) Delete(folder.At("model.dat.bak"));
-    row.commit ? transaction->Commit() : transaction->Abort();
+    Finish(*transaction, row.commit);
     EXPECT_EQ(transaction->IsCommitted(), row.commit);
     EXPECT_EQ(transaction->IsAborted(), !row.commit);
     const std::string already = " file transaction: " + kind +
@@ -148,9 +181,8 @@ TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
   CreateFileTransaction open(folder.At("full"));
   const std::string invalid = "IllegalArgumentException: Invalid file location: location is ";
   const std::string failed = "FileTransactionException: Failed to ";
-  const std::string full = "IOException: Failed to delete file: " + PathOf(folder.At("full")) +
-                           ". (Error code: -2130640379)";
-  const std::tuple<std::function<void()>, std::string, std::string> rows[] = {
+  const std::string full = Failed("delete file", "full", IO::StatusFolderNotEmpty);
+  ExpectFailures({
       {[] { CreateFileTransaction{IO::Location()}; }, invalid + "empty.", ""},
       {[] { UpdateFileTransaction{IO::Location()}; }, invalid + "empty.", ""},
       {[] { UpdateFileTransaction{IO::Location(u"a")}; }, invalid + "not valid.", ""},
@@ -168,15 +200,12 @@ TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
       {[&] { open.Abort(); }, failed + "abort create file transaction.", full},
       {[&] { open.Abort(); },
        failed + "abort create file transaction: create file transaction has already been aborted.",
-       ""}};
-  for (const auto& [work, failure, cause] : rows) {
-    std::string found;
-    EXPECT_EQ(FailureOf(work, &found), failure);
-    EXPECT_EQ(found, cause);
-  }
-  EXPECT_EQ(folder.Read("stale") + folder.Read("stale.bak"), "newold");
+       ""},
+  });
+  EXPECT_EQ(folder.Read("stale"), "new");
   EXPECT_TRUE(UpdateFileTransaction::Recover(stale));
-  EXPECT_EQ(folder.Read("stale") + folder.Read("stale.bak"), "old(missing)");
+  EXPECT_EQ(folder.Read("stale"), "old");
+  EXPECT_EQ(folder.Read("stale.bak"), "(missing)");
   EXPECT_FALSE(UpdateFileTransaction::Recover(folder.At(std::string(254, 'n'))));
   Vx::SetDebugSink([](const char* text, std::size_t size) { told.append(text, size); });
   EXPECT_EQ(FailureOf([&] { CreateFileTransaction{folder.At("full")}; }), "");
@@ -186,9 +215,7 @@ TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
 
 TEST_F(Files, FailedCommitKeepsBothFilesAndStaysOpen) {
   const std::string failed = "FileTransactionException: Failed to commit update file transaction: ";
-  const std::string cause =
-      "IOException: Failed to delete file: " + PathOf(folder.At("model.dat.bak")) +
-      ". (Error code: -2130640896)";
+  const std::string cause = Failed("delete file", "model.dat.bak", IO::StatusFailed);
   const std::tuple<unsigned int, std::string, std::string> rows[] = {
       {CallSyncData, failed + "failed to put file on disk.", ""},
       {CallSync, failed + "failed to put file on disk.", ""},
@@ -204,7 +231,8 @@ TEST_F(Files, FailedCommitKeepsBothFilesAndStaysOpen) {
       EXPECT_EQ(found, expectedCause);
     }
     EXPECT_FALSE(transaction.IsCommitted());
-    EXPECT_EQ(folder.Read("model.dat") + folder.Read("model.dat.bak"), "newold");
+    EXPECT_EQ(folder.Read("model.dat"), "new");
+    EXPECT_EQ(folder.Read("model.dat.bak"), "old");
     transaction.Commit();
     ExpectAlone("new");
   }
@@ -219,7 +247,7 @@ class EachUpdateOfAFile : public Files, public testing::WithParamInterface<std::
     const FileFault noMove(CallRename2, EINVAL, 0, moves ? 0 : FileFault::Always);
     UpdateFileTransaction transaction(file);
     folder.Write("model.dat", "new");
-    commit ? transaction.Commit() : transaction.Abort();
+    Finish(transaction, commit);
   }
   // `done`: whether the update got to its end.
   void ExpectOldOrNew(bool done) const {

@@ -57,7 +57,8 @@ void Get(Vx::IChannelX& channel, Vx::UniString& text) {
 
 TEST(JavaExchange, BothSidesWriteTheSameBytesAndReadEachOther) {
   if (std::system("javac -version >/dev/null 2>&1") != 0) GTEST_SKIP() << "No javac here.";
-  Tests::RecordingOutput written, repeated;
+  Tests::RecordingOutput written;
+  Tests::RecordingOutput repeated;
   Vx::OChannelX output(written, JavaDataOutputProtocolX::GetInstance());
   VisitValues([&](const auto& value) { Put(output, value); });
   const Tests::TemporaryFolder folder;
@@ -74,7 +75,8 @@ TEST(JavaExchange, BothSidesWriteTheSameBytesAndReadEachOther) {
     EXPECT_TRUE(found == value || value != value);
     Put(echo, found);  // shows the sign of a zero, and that a NaN is the canonical one
   });
-  EXPECT_TRUE(repeated.content == written.content && folder.Read("java") == written.content);
+  EXPECT_EQ(repeated.content, written.content);
+  EXPECT_EQ(folder.Read("java"), written.content);
 }
 
 }  // namespace

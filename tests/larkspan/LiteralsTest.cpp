@@ -24,7 +24,8 @@ static void CheckIntegers(const std::string& type, const std::string& bits) {
     // No limit ends in 9: the next digit is the first number beyond.
     if (text == "0") text = "-0";
     ++text.back();
-    EXPECT_TRUE(!Class::Parse(Vx::UniString::FromUTF8(text), kept) && kept == 5) << text;
+    EXPECT_FALSE(Class::Parse(Vx::UniString::FromUTF8(text), kept)) << text;
+    EXPECT_EQ(kept, 5) << text;
   }
   EXPECT_EQ(Tests::FailureOf([&] { return Class::Parse(u"", kept); }),
             "IllegalArgumentException: Invalid " + type + " literal: literal is empty.");
@@ -43,5 +44,7 @@ TEST(Literals, AreReadWithinTheirLimitsAndRefusedBeyond) {
   EXPECT_EQ(UnsignedInteger64::ToHexString(1ULL << 63U), u"8000000000000000");
   bool kept = true;
   for (const auto* text : {u"TRUE", u" true", u"1"}) EXPECT_FALSE(Boolean::Parse(text, kept));
-  EXPECT_TRUE(kept && Boolean::Parse(u"false", kept) && !kept);
+  EXPECT_TRUE(kept);
+  EXPECT_TRUE(Boolean::Parse(u"false", kept));
+  EXPECT_FALSE(kept);
 }

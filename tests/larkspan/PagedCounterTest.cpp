@@ -2,7 +2,6 @@
 #include <list>
 #include <memory>
 #include <numeric>
-#include <random>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -15,70 +14,126 @@
 #include "foundation/Vx/Ref.h"
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/SeededRandom.h"
 
 namespace {
 
 using namespace Larkspan::Common;
 
-struct Page {
-  char* start;
-  std::vector<std::uint16_t> free = std::vector<std::uint16_t>(677);  // the last is taken first
+constexpr std::size_t PlacesPerPage = 677;
+constexpr std::ptrdiff_t PlaceSize = 6;
+
+// Tells by the pool's rules which place is taken next, and when memory is needed for it:
+// - A place is taken from the first page in the list, there the one that was given back last.
+// - A full page leaves the list, and comes back as its first when one of its places is given back.
+// - A page whose places are all free becomes the spare one, instead of the former. It is taken
+//   when the list is empty, and goes when no page is in use.
+class PoolModel {
+ public:
+  [[nodiscard]] bool NeedsMemory() const { return listed.empty() && spare.empty(); }
+  [[nodiscard]] std::size_t GetUsedCount() const { return used.size(); }
+
+  void Take(char* place) {
+    if (NeedsMemory()) {
+      listed.push_back(NewPage(place));
+    } else if (listed.empty()) {
+      listed.splice(listed.end(), spare);
+    }
+    const PagePosition page = listed.begin();
+    const std::uint16_t number = page->free.back();
+    page->free.pop_back();
+    ASSERT_EQ(place, page->start + PlaceSize * number);
+    ASSERT_EQ(reinterpret_cast<std::uint16_t*>(place)[2], number) << "behind the counter";
+    used.emplace_back(place, page);
+    if (page->free.empty()) full.splice(full.end(), listed, page);
+  }
+
+  // Makes the used place with this index the one that is given back next.
+  void Choose(std::size_t index) { std::swap(used[index], used.back()); }
+
+  char* GiveBack() {
+    const auto [place, page] = used.back();
+    used.pop_back();
+    page->free.push_back(static_cast<std::uint16_t>((place - page->start) / PlaceSize));
+    if (page->free.size() == 1) listed.splice(listed.begin(), full, page);
+    if (page->free.size() == PlacesPerPage) {
+      spare.clear();
+      spare.splice(spare.end(), listed, page);
+      if (listed.empty() && full.empty()) spare.clear();
+    }
+    return place;
+  }
+
+ private:
+  struct Page {
+    char* start;
+    std::vector<std::uint16_t> free;  // numbers of places; the last is taken first
+  };
+  using PagePosition = std::list<Page>::iterator;
+
+  static Page NewPage(char* start) {
+    std::vector<std::uint16_t> free(PlacesPerPage);
+    std::iota(free.rbegin(), free.rend(), std::uint16_t{0});
+    return {start, free};
+  }
+
+  std::list<Page> listed;
+  std::list<Page> full;
+  std::list<Page> spare;
+  std::vector<std::pair<char*, PagePosition>> used;
 };
 
-// The pool's rules tell which place comes next and when memory is asked for, and its first refused.
-template <class C>
-void CheckPlaces(unsigned int seed) {
-  std::mt19937 random(seed);
-  std::list<Page> listed, full, spare;
-  std::vector<std::pair<char*, std::list<Page>::iterator>> used;
-  for (const unsigned int goal :
-       {1U, 0U, 678U, 2U, 2040U, 4U, 3000U, 4U, 2040U, 6U, 2031U, 1U, 2710U, 0U}) {
+template <class Counter>
+void* Take() {
+  return Counter::operator new(sizeof(Counter));
+}
+
+// Where memory is needed, its first request is refused, which must change nothing.
+template <class Counter>
+void TakeWithFailure(PoolModel& model) {
+  const bool needsMemory = model.NeedsMemory();
+  const Tests::AllocationFault fault(needsMemory ? 1 : 0);
+  if (needsMemory) {
+    EXPECT_EQ(Tests::FailureOf(Take<Counter>), "OutOfMemoryException: ");
+  }
+  void* const place = Take<Counter>();
+  EXPECT_EQ(fault.GetCount(), needsMemory ? 2 : 0);
+  model.Take(static_cast<char*>(place));
+}
+
+template <class Counter>
+void CheckPlaces() {
+  // Counters in use that are headed for, around the edges of one, three and four pages.
+  constexpr unsigned int goals[] = {1, 0, 678, 2, 2040, 4, 3000, 4, 2040, 6, 2031, 1, 2710, 0};
+  Tests::SeededRandom random;
+  PoolModel model;
+  for (const unsigned int goal : goals) {
     for (int step = 0; step < 6000; ++step) {
-      if ((used.size() < goal) != (goal > 0 && random() % 4 == 0)) {
-        if (listed.empty()) listed.splice(listed.end(), spare);
-        const int needed = listed.empty() ? 1 : 0;
-        const Larkspan::Testing::AllocationFault fault(needed);
-        const auto take = [&] { return static_cast<char*>(C::operator new(goal)); };
-        EXPECT_FALSE(needed > 0 && Tests::FailureOf(take) != "OutOfMemoryException: ");
-        char* const place = take();
-        EXPECT_EQ(fault.GetCount(), 2 * needed);
-        const auto page = needed > 0 ? listed.insert(listed.end(), {place}) : listed.begin();
-        if (needed > 0) std::iota(page->free.rbegin(), page->free.rend(), std::uint16_t{0});
-        used.emplace_back(place, page);
-        ASSERT_EQ(place, page->start + 6 * page->free.back()) << seed;
-        EXPECT_EQ(reinterpret_cast<std::uint16_t*>(place)[2], page->free.back());
-        page->free.pop_back();
-        if (page->free.empty()) full.splice(full.end(), listed, page);
-      } else if (!used.empty()) {
-        if (goal % 2 == 0) std::swap(used[random() % used.size()], used.back());
-        const auto [place, page] = used.back();
-        used.pop_back();
-        page->free.push_back(static_cast<std::uint16_t>((place - page->start) / 6));
-        C::operator delete(place);
-        if (page->free.size() == 1) listed.splice(listed.begin(), full, page);
-        if (page->free.size() < 677) continue;
-        spare.clear();
-        spare.splice(spare.end(), listed, page);
-        if (listed.empty() && full.empty()) spare.clear();
+      const bool isBelow = model.GetUsedCount() < goal;
+      const bool goesBack = goal > 0 && random.OneIn(4);
+      if (isBelow != goesBack) {
+        ASSERT_NO_FATAL_FAILURE(TakeWithFailure<Counter>(model));
+      } else if (model.GetUsedCount() > 0) {
+        if (goal % 2 == 0) model.Choose(random.Below(model.GetUsedCount()));
+        Counter::operator delete(model.GiveBack());
       }
     }
   }
 }
 
 TEST(PagedCounters, ComeFromThePlacesThatTheRulesTell) {
-  std::random_device random;
   for (int round = 0; round < 8; ++round) {
-    CheckPlaces<PagedCounter>(random());
-    const std::unique_ptr<PagedCounter> other(new PagedCounter);
-    CheckPlaces<PagedAtomicCounter>(random());
+    ASSERT_NO_FATAL_FAILURE(CheckPlaces<PagedCounter>());
+    const std::unique_ptr<PagedCounter> other(new PagedCounter);  // of another pool
+    ASSERT_NO_FATAL_FAILURE(CheckPlaces<PagedAtomicCounter>());
   }
 }
 
 TEST(PagedCounters, LeaveListedAndSparePagesToTheTearDown) {
   CounterPool pool;  // what it leaves behind is the address sanitizer's to find
-  std::vector<void*> places(3 * 677 + 1);
+  std::vector<void*> places(3 * PlacesPerPage + 1);
   for (void*& place : places) place = pool.Take();
-  for (std::size_t index = 0; index <= 2 * 677; ++index) pool.GiveBack(places[index]);
+  for (std::size_t index = 0; index <= 2 * PlacesPerPage; ++index) pool.GiveBack(places[index]);
 }
 
 TEST(PagedCounters, LoseNothingOnEightThreads) {
@@ -98,7 +153,9 @@ TEST(PagedCounters, LoseNothingOnEightThreads) {
         for (PagedAtomicCounter* counter : counters) counter->Increment();
         const Reference copy(shared[step % 2]);
         auto& mine = plain[step % 300];
-        ASSERT_TRUE(!mine || mine->Increment() == index + 1);
+        if (mine) {
+          ASSERT_EQ(mine->Increment(), index + 1);
+        }
         mine.reset(new PagedCounter(index));
         atomic[step % 300].reset(new PagedAtomicCounter(index));
       }

@@ -9,9 +9,11 @@ TEST(Properties, TellMissingKeysFromEmptyValuesAndRefuseAnEmptyKey) {
   Properties properties;
   properties.SetProperty(u"a", u"");
   Vx::UniString value(u"kept");
-  EXPECT_TRUE(!properties.GetProperty(u"b", value) && value == u"kept");
+  EXPECT_FALSE(properties.GetProperty(u"b", value));
+  EXPECT_EQ(value, u"kept");
   EXPECT_EQ(&properties.GetProperty(u"b", std::as_const(value)), &value);
-  EXPECT_TRUE(properties.GetProperty(u"a", value) && value.IsEmpty());
+  EXPECT_TRUE(properties.GetProperty(u"a", value));
+  EXPECT_EQ(value, u"");
   const std::string refused = "IllegalArgumentException: Invalid key.";
   EXPECT_EQ(Tests::FailureOf([&] { return properties.HasProperty(u""); }), refused);
   EXPECT_EQ(Tests::FailureOf([&] { return properties.GetProperty(u"", value); }), refused);
@@ -26,7 +28,8 @@ TEST(Properties, AreEqualInAnyOrderAndCopiedInTheirOwn) {
   properties.SetProperty(u"a", u"1");
   properties.SetProperty(u"b", u"2");
   other.SetProperty(u"b", u"2");
-  EXPECT_TRUE(properties != other && other != properties);
+  EXPECT_TRUE(properties != other);
+  EXPECT_TRUE(other != properties);
   other.SetProperty(u"a", u"3");
   EXPECT_NE(properties, other);
   other.SetProperty(u"a", u"1");
@@ -34,7 +37,10 @@ TEST(Properties, AreEqualInAnyOrderAndCopiedInTheirOwn) {
   other = properties;
   EXPECT_EQ((*other.GetProperties()).key, u"a");
   other.RemoveProperty(u"a");
-  EXPECT_TRUE(!other.HasProperty(u"a") && other.HasProperty(u"b") && other.GetSize() == 1);
+  EXPECT_FALSE(other.HasProperty(u"a"));
+  EXPECT_TRUE(other.HasProperty(u"b"));
+  EXPECT_EQ(other.GetSize(), 1U);
   other.Clear();
-  EXPECT_TRUE(other.IsEmpty() && other == Properties());
+  EXPECT_TRUE(other.IsEmpty());
+  EXPECT_TRUE(other == Properties());
 }

@@ -68,8 +68,10 @@ void CheckRows(const Row<T> (&rows)[N]) {
     EXPECT_TRUE(Decode<T>(row.bytes) == row.value) << testing::PrintToString(row.bytes);
     Tests::StringChannel channel;
     T value{};
-    EXPECT_TRUE(output.Write(channel, row.value) == 0 && channel.content == row.bytes);
-    EXPECT_TRUE(input.Read(channel, value) == 0 && value == row.value);
+    EXPECT_EQ(output.Write(channel, row.value), 0);
+    EXPECT_EQ(channel.content, row.bytes);
+    EXPECT_EQ(input.Read(channel, value), 0);
+    EXPECT_EQ(value, row.value);
     for (std::size_t cut = 0; cut < row.bytes.size(); ++cut) {
       EXPECT_EQ(FailureOf([&] { Decode<T>(row.bytes.substr(0, cut)); }),
                 "EndOfInputException: End of input reached.");
@@ -77,7 +79,8 @@ void CheckRows(const Row<T> (&rows)[N]) {
       const bool atBorder = cut == 0 || (std::is_same_v<T, Vx::UniString> && cut == 2);
       EXPECT_EQ(input.Read(ending, value), atBorder ? Vx::StatusEndOfInput : Vx::StatusTruncated);
       Tests::StringChannel full("", cut);
-      EXPECT_TRUE(value == row.value && output.Write(full, row.value) == Vx::StatusOutputFull);
+      EXPECT_EQ(value, row.value);
+      EXPECT_EQ(output.Write(full, row.value), Vx::StatusOutputFull);
     }
   }
 }
@@ -125,7 +128,8 @@ TEST(UTF, TextsHaveTheBytesOfJavasDataStreamsUpToTheLimit) {
     EXPECT_EQ(FailureOf([&] { Encode(text); }),
               "DataIntegrityException: String length exceeds limit.");
     Tests::StringChannel channel;
-    EXPECT_TRUE(WriteUTF(channel, text) == Vx::StatusWriteError && channel.content.empty());
+    EXPECT_EQ(WriteUTF(channel, text), Vx::StatusWriteError);
+    EXPECT_EQ(channel.content, "");
   }
 }
 
@@ -158,12 +162,16 @@ class FailingChannel final : public Vx::OChannel, public Vx::IChannel {
 TEST(UTF, StatusOfTheChannelIsPassedOnAndItsExceptionBecomesOne) {
   for (const int at : {1, 2}) {
     for (const bool raises : {false, true}) {
-      FailingChannel sink(at, raises), bytes(at, raises), source(at, raises);
+      FailingChannel sink(at, raises);
+      FailingChannel bytes(at, raises);
+      FailingChannel source(at, raises);
       EXPECT_EQ(WriteUTF(sink, u"text"), raises ? Vx::StatusWriteError : Vx::StatusOutputFull);
       EXPECT_EQ(output.Write(bytes, "text"), raises ? Vx::StatusWriteError : Vx::StatusOutputFull);
       char text[] = "kept";
       EXPECT_EQ(input.Read(source, text), raises ? Vx::StatusReadError : Vx::StatusOutputFull);
-      EXPECT_TRUE(sink.calls == at && source.calls == at && text == "kept"s);
+      EXPECT_EQ(sink.calls, at);
+      EXPECT_EQ(source.calls, at);
+      EXPECT_STREQ(text, "kept");
     }
   }
 }
@@ -172,8 +180,9 @@ TEST(UTF, FailuresBecomeStatusesAndLeaveTheTextAlone) {
   for (const int failing : {0, 1}) {
     Tests::StringChannel channel("\0\1\xFF"s);
     Vx::UniString text(u"kept");
-    const Larkspan::Testing::AllocationFault fault(failing);
-    EXPECT_TRUE(ReadUTF(channel, text) == Vx::StatusReadError && text == u"kept");
+    const Tests::AllocationFault fault(failing);
+    EXPECT_EQ(ReadUTF(channel, text), Vx::StatusReadError);
+    EXPECT_EQ(text, u"kept");
   }
 }
 
