@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,7 +11,9 @@
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "tests/larkspan/ArchiveFolder.h"
 #include "tests/support/ByteBuilder.h"
+#include "tests/support/ExpectFailures.h"
 #include "tests/support/FileFault.h"
+#include "tests/support/Noise.h"
 #include "tests/support/RecordingOutput.h"
 
 namespace {
@@ -26,6 +27,7 @@ using Larkspan::Common::IO::ArchiveOBinaryChannel;
 using Larkspan::Common::IO::ArchiveSeal;
 using Larkspan::Common::IO::FileIBinaryChannel;
 using Larkspan::Common::IO::FileShare;
+using Vx::UniString;
 using namespace Tests;
 using enum ArchiveEnd::State;
 using enum ArchiveEnd::HeaderCheck;
@@ -37,13 +39,18 @@ std::string WriteSealed(const SampleArchive& archive, std::vector<std::size_t>* 
   RecordingOutput output;
   ArchiveOBinaryChannel channel(output, archive.reserved);
   channel.PromiseSeal();
-  for (const auto& [name, value] : archive.headers) channel.PutHeader(Text(name), Text(value));
+  for (const auto& [name, value] : archive.headers) {
+    channel.PutHeader(UniString::FromUTF8(name), UniString::FromUTF8(value));
+  }
   channel.Flush();
   for (const auto& [name, method, headers, data] : archive.entries) {
     if (starts) starts->push_back(output.content.size());
     ArchiveHeaders table(0, 0);
-    for (const auto& [header, value] : headers) table.Put(Text(header), Text(value));
-    channel.PutNextEntry(Text(name), table, static_cast<ArchiveEntry::Method>(method));
+    for (const auto& [header, value] : headers) {
+      table.Put(UniString::FromUTF8(header), UniString::FromUTF8(value));
+    }
+    channel.PutNextEntry(UniString::FromUTF8(name), table,
+                         static_cast<ArchiveEntry::Method>(method));
     channel.Write(data.data(), static_cast<unsigned int>(data.size()));
     channel.CloseEntry();
   }
@@ -130,11 +137,11 @@ TEST(ArchiveSeal, NoMutationGoesUnnoticed) {
     const SampleArchive sample = MakeSample(reserved);
     std::vector<std::size_t> starts;
     const std::string bytes = WriteSealed(sample, &starts);
-    const ReadResult whole = ReadSample(bytes);
+    const ReadResult whole = ReadArchive(bytes);
     ASSERT_EQ(whole.end, SealedAndRight) << whole.failure;
     ForEachMutation(bytes, starts, [&](const std::string& mutation) {
       if (mutation == bytes) return;
-      const ReadResult result = ReadSample(mutation);
+      const ReadResult result = ReadArchive(mutation);
       if (!result.failure.empty() || result.end != SealedAndRight) return;
       // Some bits of a deflated stream change nothing of what it stands for.
       ASSERT_EQ(result.archive, whole.archive);
@@ -164,8 +171,12 @@ TEST(ArchiveSeal, AHeaderBlockIsRightOnlyAsItWasWritten) {
       {Header(256, 2).Raw(fitting).Raw(Promise(fitting)), Wrong},
   };
   for (const auto& [bytes, check] : rows) {
-    EXPECT_EQ(ReadSample(bytes).end.headerCheck, check) << &bytes - &rows[0].first;
-    EXPECT_EQ(ReadSample(bytes).failure, "");
+    const ArchiveEnd end = ReadArchive(bytes).end;
+    EXPECT_EQ(end.headerCheck, check) << bytes;
+    if (check == Wrong) {
+      EXPECT_TRUE(end.IsDamaged()) << bytes;
+    }
+    EXPECT_EQ(ReadArchive(bytes).failure, "");
   }
   const SampleArchive full = {256, {{"room", std::string(256 - 31 - 18 - 8, 'x')}}, {}};
   EXPECT_EQ(FailureOf([&] { return WriteSealed(full); }),
@@ -176,20 +187,26 @@ TEST(ArchiveSeal, AHeaderBlockIsRightOnlyAsItWasWritten) {
 TEST(ArchiveSeal, EachEndHasItsState) {
   const std::string plain = EntryABC(Header(0, 0));
   const std::string promising = EntryABC(Header(0, 1).Raw(Promise("")));
-  const std::tuple<std::string, std::string, ArchiveEnd::State, unsigned int> rows[] = {
-      {plain, "", EndsAtFooter, 0},
-      {plain, "x", TrailingBytes, 1},
-      {plain, "\xFF\xFFLarkspan", TrailingBytes, 10},
-      {plain, SealOfABC, SealWithoutPromise, 42},
-      {plain, SealOfABC + "x", SealedWrong, 43},
-      {promising, "", PromisedButMissing, 0},
-      {promising, SealOfABC.substr(0, 13), PromisedButMissing, 13},
-      {promising, SealOfABC.substr(0, 14), SealedWrong, 14},
-      {promising, SealOfABC.substr(0, 41), SealedWrong, 41},
-      {promising, Seal(2, 3, ""), SealedWrong, 42},
-      {promising, SealOfABC, SealedRight, 42},
+  const struct {
+    std::string archive;
+    std::string tail;
+    ArchiveEnd::State state;
+    bool isDamaged;
+  } rows[] = {
+      {plain, "", EndsAtFooter, false},
+      {plain, "x", TrailingBytes, false},
+      {plain, "\xFF\xFFLarkspan", TrailingBytes, false},
+      {plain, SealOfABC, SealWithoutPromise, true},
+      {plain, SealOfABC + "x", SealedWrong, true},
+      {promising, "", PromisedButMissing, true},
+      {promising, SealOfABC.substr(0, 13), PromisedButMissing, true},
+      {promising, SealOfABC.substr(0, 14), SealedWrong, true},
+      {promising, SealOfABC.substr(0, 41), SealedWrong, true},
+      {promising, Seal(2, 3, ""), SealedWrong, true},
+      {promising, SealOfABC, SealedRight, false},
   };
-  for (const auto& [archive, tail, state, size] : rows) {
+  for (const auto& [archive, tail, state, isDamaged] : rows) {
+    SCOPED_TRACE(tail);
     PiecewiseInput source(archive + tail, 5);
     ArchiveIBinaryChannel channel(source);
     EXPECT_EQ(channel.GetEnd().state, Unknown);
@@ -197,12 +214,15 @@ TEST(ArchiveSeal, EachEndHasItsState) {
     for (int again = 0; again < 2; ++again) {
       EXPECT_FALSE(channel.GetNextEntry());
       const ArchiveEnd end = channel.GetEnd();
-      EXPECT_EQ(std::tie(end.state, end.tailSize), std::tie(state, size)) << channel.GetTail();
+      EXPECT_EQ(end.state, state);
+      EXPECT_EQ(end.tailSize, tail.size());
+      EXPECT_EQ(end.IsDamaged(), isDamaged);
+      EXPECT_EQ(end.IsSealPromised(), archive == promising);
       EXPECT_EQ(channel.GetTail(), tail);
     }
   }
   PiecewiseInput failing(promising + SealOfABC, 5, promising.size() + 20);
-  EXPECT_EQ(ReadSample(failing).end.state, Unknown);
+  EXPECT_EQ(ReadArchive(failing).end.state, Unknown);
 }
 
 TEST(ArchiveSeal, WhatAStateDoesNotAllowIsRefused) {
@@ -223,7 +243,7 @@ TEST(ArchiveSeal, WhatAStateDoesNotAllowIsRefused) {
       {[&] { channel.Close(); }, ""},
       {[&] { channel.WriteSeal(); }, "IOException: Archive binary output channel is closed."},
   });
-  EXPECT_EQ(ReadSample(output.content).end, SealedAndRight);
+  EXPECT_EQ(ReadArchive(output.content).end, SealedAndRight);
 }
 
 // Reads all entries of `channel`; one that is damaged is left. Gives the data of each, and "left".

@@ -2,8 +2,9 @@
 """Every function that a public header declares must be named by a test, an example or a program.
 
 Constructors, destructors and operators have no name to look for. An override is reached by the name
-of what it overrides, so only that one is asked for. What the foundation declares may also be used by
-another unit of the libraries, which is tested itself.
+of what it overrides, so only that one is asked for. What the foundation declares, and a header that
+hosts reach through others alone, may also be used by another unit of the libraries, which is tested
+itself.
 
     public_names_test.py [ROOT]
 """
@@ -13,15 +14,10 @@ import sys
 
 # Functions that nothing outside the libraries has to name, each with its reason.
 ALLOWED = {
-    "AddUnderFlag": "PagedAtomicCounter counts by it at the addresses that cross a cache line",
-    "ReadUnderFlag": "as AddUnderFlag",
-    "IsAligned": "as AddUnderFlag",
-    "AllocateZlibMemory": "zlib calls it, as the deflater and the inflater tell it to",
-    "AllocateZlibChannel": "as AllocateZlibMemory",
-    "deallocate": "the standard containers call it",
     "WriteDebugOutput": "DBPrintf, a template beside it, writes by it",
     "IsHighSurrogate": "what reads one character of UTF-16, beside it, asks it",
     "IsLowSurrogate": "as IsHighSurrogate",
+    "deallocate": "the standard containers call it",
 }
 
 USERS = ("tests", "fuzz", "examples", "tools", "bench")
@@ -113,12 +109,15 @@ class Header:
             self.names.add(name)
 
 
+def units_below(root, folders):
+    return sorted(path for folder in folders for path in (root / folder).rglob("*")
+                  if path.suffix in (".cpp", ".h"))
+
+
 def words_below(root, folders):
     """The words of each unit and header below the folders, with its path from the root."""
-    for folder in folders:
-        for path in sorted((root / folder).rglob("*")):
-            if path.suffix in (".cpp", ".h"):
-                yield str(path.relative_to(root)), set(re.findall(r"\w+", code_of(path)))
+    for path in units_below(root, folders):
+        yield str(path.relative_to(root)), set(re.findall(r"\w+", code_of(path)))
 
 
 def main():
@@ -133,11 +132,14 @@ def main():
             declared.setdefault(name, path)
     declared = {name: path for name, path in declared.items() if name not in classes}
     outside = set().union(*(words for path, words in words_below(root, USERS)))
+    included = {path for user in units_below(root, USERS)
+                for path in re.findall(r'#include "(\S+)"', user.read_text(encoding="utf-8"))}
     within = list(words_below(root, ("foundation", "Larkspan")))
 
     def is_used(name, path):
         unit = path.removesuffix(".h")
-        return name in outside or path.startswith("foundation/") and any(
+        is_plumbing = path.startswith("foundation/") or path not in included
+        return name in outside or is_plumbing and any(
             name in words for user, words in within if user.rpartition(".")[0] != unit)
 
     used = {name for name, path in declared.items() if is_used(name, path)}
