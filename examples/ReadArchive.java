@@ -1,14 +1,17 @@
 import java.io.BufferedInputStream;
 import java.io.BufferedOutputStream;
+import java.io.ByteArrayOutputStream;
 import java.io.DataInputStream;
 import java.io.EOFException;
 import java.io.FileDescriptor;
 import java.io.FileInputStream;
 import java.io.FileOutputStream;
+import java.io.FilterInputStream;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.OutputStream;
 import java.io.PrintStream;
+import java.nio.ByteBuffer;
 import java.nio.charset.StandardCharsets;
 import java.security.DigestOutputStream;
 import java.security.MessageDigest;
@@ -38,7 +41,8 @@ import java.util.zip.Inflater;
  *
  * An archive is one stream, read once from front to back. No entry is held in memory, and no
  * length or count from the stream decides how much memory is allocated. An entry's data is verified
- * only when {@code copyData} has returned: don't trust it before.
+ * only when {@code copyData} has returned: don't trust it before. If the header promises a seal, a
+ * wrong or missing one is reported after the last entry.
  *
  * <p>Names and values are printed as JSON texts in ASCII, so that no byte of an archive reaches a
  * terminal as a command. Output and exit codes are those of read_archive.py: 0 done; 1 no entry of
@@ -47,6 +51,8 @@ import java.util.zip.Inflater;
 public final class ReadArchive {
   static final String HEADER_FAILED = "Failed to read archive header: ";
   static final String ENTRY_FAILED = "Failed to read archive entry: ";
+  static final String CHECK_FAILED = "Failed to verify archive: ";
+  static final byte[] SEAL_MARK = "\u00FF\u00FFLarkspanSeal".getBytes(StandardCharsets.ISO_8859_1);
   static final int BLOCK_SIZE = 65536; // the most that is read, or inflated, at a time
   static final int DEFLATED = 1;
   static final int STORED = 2;
@@ -79,17 +85,114 @@ public final class ReadArchive {
     }
   }
 
-  /** Reads the archive header at once, and the entries on demand. */
+  /** Hands all that is read to a watcher, as long as there is one. */
+  static final class WatchedInput extends FilterInputStream {
+    Sink watcher;
+
+    WatchedInput(InputStream stream) {
+      super(stream);
+    }
+
+    @Override
+    public int read() throws IOException {
+      byte[] one = new byte[1];
+      return read(one, 0, 1) < 0 ? -1 : one[0] & 0xFF;
+    }
+
+    @Override
+    public int read(byte[] target, int offset, int size) throws IOException {
+      int length = super.read(target, offset, size);
+      if (watcher != null && length > 0) {
+        watcher.take(Arrays.copyOfRange(target, offset, offset + length), length);
+      }
+      return length;
+    }
+  }
+
+  /** The seal as it must be, gathered while the entries go by. */
+  static final class Seal implements Sink {
+    private final CRC32 crc = new CRC32();
+    private long count;
+    private long size;
+
+    @Override
+    public void take(byte[] block, int length) {
+      crc.update(block, 0, length);
+    }
+
+    void addFooter(Entry entry) {
+      crc.update(ByteBuffer.allocate(12).putLong(entry.size).putInt((int) entry.crc.getValue())
+          .array());
+      ++count;
+      size += entry.size;
+    }
+
+    byte[] encode() {
+      ByteBuffer bytes = ByteBuffer.allocate(42).put(SEAL_MARK).putInt(1).putLong(count)
+          .putLong(size).putInt((int) crc.getValue());
+      CRC32 own = new CRC32();
+      own.update(bytes.array(), 0, bytes.position());
+      return bytes.putInt((int) own.getValue()).array();
+    }
+  }
+
+  /** The promise of a seal among the pairs of the archive header, and what it says of the rest. */
+  static final class HeaderCheck implements Sink {
+    boolean promised;
+    boolean right;
+    private final CRC32 crc = new CRC32();
+    private long previousCRC;
+    private long previousSize;
+    private boolean zero = true;
+
+    @Override
+    public void take(byte[] block, int length) {
+      crc.update(block, 0, length);
+      for (int at = 0; at < length; ++at) zero &= block[at] == 0;
+    }
+
+    /** The pair that was read last; `size` is that of the header so far. */
+    void takePair(String name, String value, long size) {
+      right = false;
+      if (name.equals("seal")) {
+        promised = value.matches("1 [0-9A-F]{8}");
+        right = promised && Long.parseLong(value.substring(2), 16) == previousCRC
+            && size - previousSize == 18;
+      }
+      begin(size);
+    }
+
+    /** The header up to here; the pairs or the padding begin. */
+    void begin(long size) {
+      previousCRC = crc.getValue();
+      previousSize = size;
+      zero = true;
+    }
+
+    void takeRest(boolean versionKnown, boolean hasRoom, long padding, long missing) {
+      right &= versionKnown && (!hasRoom || padding > 0 && missing == 0 && zero);
+    }
+  }
+
+  /**
+   * Reads the archive header at once, and the entries on demand. After the last entry,
+   * {@code sealed} says whether the archive has a seal; a wrong seal is an error.
+   */
   static final class Archive {
     final Map<String, String> headers = new LinkedHashMap<>();
+    boolean sealed;
     final long majorVersion;
     final long minorVersion;
     final long reservedSize;
+    private final WatchedInput input;
     private final DataInputStream values;
+    private final HeaderCheck headerCheck = new HeaderCheck();
+    private final Seal seal = new Seal();
     private long headerSize; // without the padding
 
     Archive(InputStream stream) throws IOException {
-      values = new DataInputStream(new BufferedInputStream(stream, BLOCK_SIZE));
+      input = new WatchedInput(new BufferedInputStream(stream, BLOCK_SIZE));
+      values = new DataInputStream(input);
       byte[] magic = "LarkspanArchive".getBytes(StandardCharsets.US_ASCII);
       if (!Arrays.equals(values.readNBytes(magic.length), magic)) {
         throw new ArchiveException(HEADER_FAILED + "invalid archive header magic.");
@@ -101,27 +204,63 @@ public final class ReadArchive {
       }
       reservedSize = readU32();
       headerSize = magic.length + 16;
-      for (long left = readU32(); left > 0; --left) {
+      long pairs = readU32();
+      headerCheck.begin(headerSize);
+      input.watcher = headerCheck;
+      for (long left = pairs; left > 0; --left) {
         String name = readText();
-        headers.put(name, readText());
+        String value = readText();
+        headers.put(name, value);
+        headerCheck.takePair(name, value, headerSize);
       }
-      if (reservedSize == 0) return;
-      if (headerSize > reservedSize) {
+      boolean hasRoom = reservedSize != 0;
+      if (hasRoom && headerSize > reservedSize) {
         String reason = "archive header size exceeds the specified header size.";
         throw new ArchiveException(HEADER_FAILED + reason);
       }
+      headerCheck.begin(headerSize);
+      long padding = hasRoom ? reservedSize - headerSize : 0;
       // Truncated in the padding, it is the same as an archive without entries.
-      copy(reservedSize - headerSize, (block, length) -> {});
+      long missing = copy(padding, (block, length) -> {});
+      headerCheck.takeRest(majorVersion == 1 && minorVersion == 0, hasRoom, padding, missing);
+    }
+
+    private static String latin1(byte[] bytes) {
+      return new String(bytes, StandardCharsets.ISO_8859_1);
+    }
+
+    /** What stands behind the last footer, a seal or none, against what must stand there. */
+    private void checkEnd(byte[] tail) throws ArchiveException {
+      boolean marked = latin1(tail).contains(latin1(SEAL_MARK));
+      if (headerCheck.promised && !headerCheck.right) {
+        throw new ArchiveException(CHECK_FAILED
+            + "its header is torn, or was changed by a program that does not know the seal.");
+      }
+      if (marked && !Arrays.equals(tail, seal.encode())) {
+        throw new ArchiveException(CHECK_FAILED + "its seal does not fit.");
+      }
+      if (headerCheck.promised && !marked) {
+        throw new ArchiveException(CHECK_FAILED + "the seal that its header promises is missing.");
+      }
+      if (marked && !headerCheck.promised) {
+        throw new ArchiveException(CHECK_FAILED + "its header does not promise the seal.");
+      }
+      sealed = marked;
     }
 
     /** The next entry, or null if the stream ends before a name is complete. */
     Entry nextEntry() throws IOException {
+      ByteArrayOutputStream tail = new ByteArrayOutputStream();
+      input.watcher = (block, length) -> tail.write(block, 0, length);
       String name;
       try {
         name = readText();
       } catch (EOFException end) {
+        checkEnd(tail.toByteArray());
         return null;
       }
+      seal.take(tail.toByteArray(), tail.size());
+      input.watcher = seal;
       if (name.isEmpty()) throw new ArchiveException(ENTRY_FAILED + "invalid entry name.");
       Entry entry = new Entry(name, values.readInt());
       if (entry.method != DEFLATED && entry.method != STORED) {
@@ -135,6 +274,7 @@ public final class ReadArchive {
         }
         entry.headers.put(header, value);
       }
+      input.watcher = null;
       return entry;
     }
 
@@ -161,6 +301,7 @@ public final class ReadArchive {
       check(values.readLong() == entry.archivedSize, "archived size");
       check(values.readLong() == entry.size, "size");
       check(readU32() == entry.crc.getValue(), "crc");
+      seal.addFooter(entry);
     }
 
     /** Passes on `left` bytes in blocks; returns how many of them the stream lacks. */
@@ -267,7 +408,8 @@ public final class ReadArchive {
       }
     }
     if (command.equals("verify")) {
-      printLine(output, "Verified " + count + (count == 1 ? " entry." : " entries."));
+      printLine(output, "Verified " + count + (count == 1 ? " entry" : " entries")
+          + (archive.sealed ? ", sealed." : "."));
     }
     return command.equals("cat") ? 1 : 0;
   }

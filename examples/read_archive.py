@@ -13,6 +13,7 @@ the classes of this file follow its order, and can be used on their own:
 An archive is one stream, read once from front to back. No entry is held in memory, and no length
 or count from the stream decides how much memory is allocated. An entry's data is verified only
 after its last block, when the footer that follows it has been checked: don't trust it before.
+If the header promises a seal, a wrong or missing one is reported after the last entry.
 
 Names and values are printed as JSON texts in ASCII, so that no byte of an archive reaches a
 terminal as a command. A file name that is not valid UTF-8 has lone surrogates, the same ones
@@ -26,6 +27,7 @@ import argparse
 import hashlib
 import json
 import os
+import re
 import struct
 import sys
 import zlib
@@ -35,8 +37,11 @@ DEFLATED, STORED = 1, 2
 METHOD_NAMES = {DEFLATED: "deflated", STORED: "stored"}
 BLOCK_SIZE = 65536  # the most that is read, or inflated, at a time
 
+SEAL_MARK = b"\xFF\xFFLarkspanSeal"
+
 HEADER_FAILED = "Failed to read archive header: "
 ENTRY_FAILED = "Failed to read archive entry: "
+CHECK_FAILED = "Failed to verify archive: "
 
 
 class ArchiveError(Exception):
@@ -53,11 +58,14 @@ class ValueReader:
     def __init__(self, stream):
         self._stream = stream
         self.position = 0
+        self.watch = None  # called with all data that is read, while it is set
 
     def read_some(self, size):
         """At most `size` bytes, and at most a block; empty only at the end of the stream."""
         data = self._stream.read(min(size, BLOCK_SIZE))
         self.position += len(data)
+        if self.watch:
+            self.watch(data)
         return data
 
     def read_exactly(self, size):
@@ -124,20 +132,76 @@ class Entry:
             raise ArchiveError(ENTRY_FAILED + "the entry is broken off.")
 
 
+class Seal:
+    """The seal as it must be, gathered while the entries go by."""
+
+    def __init__(self):
+        self._count = self._size = self._crc = 0
+
+    def add(self, data):
+        self._crc = zlib.crc32(data, self._crc)
+
+    def add_footer(self, size, crc):
+        self.add(struct.pack(">QI", size, crc))
+        self._count += 1
+        self._size = (self._size + size) % (1 << 64)
+
+    def encode(self):
+        data = SEAL_MARK + struct.pack(">IQQI", 1, self._count, self._size, self._crc)
+        return data + struct.pack(">I", zlib.crc32(data))
+
+
+class HeaderCheck:
+    """The promise of a seal among the pairs of the archive header, and what it says of the rest."""
+
+    def __init__(self):
+        self._crc = 0
+        self._zero = True
+        self._previous = 0, 0
+        self.promised = None  # the CRC that all other pairs must have
+        self.right = False
+
+    def watch(self, data):
+        self._crc = zlib.crc32(data, self._crc)
+        self._zero = self._zero and not any(data)
+
+    def take_pair(self, name, value, size):
+        """The pair that was read last; `size` is that of all pairs so far."""
+        crc, begin = self._previous
+        self.right = False
+        if name == "seal":
+            known = re.fullmatch("1 ([0-9A-F]{8})", value)
+            self.promised = int(known[1], 16) if known else None
+            self.right = self.promised == crc and size - begin == 18
+        self._previous = self._crc, size
+
+    def begin_padding(self):
+        self._zero = True
+
+    def take_rest(self, version, has_room, padding, padding_read):
+        has_padding = padding > 0 and padding_read == padding and self._zero
+        self.right = self.right and version == (1, 0) and (has_padding or not has_room)
+
+
 class ArchiveReader:
-    """Reads the archive header at once, and the entries on demand."""
+    """Reads the archive header at once, and the entries on demand. After the last entry, `sealed`
+    says whether the archive has a seal; a wrong seal is an error."""
 
     def __init__(self, stream):
         self._values = ValueReader(stream)
         self.headers = {}
+        self._check = HeaderCheck()
+        self._seal = Seal()
+        self.sealed = False
         self._read_header()
 
     def entries(self):
         """The entries in order. The rest of an entry's data is read, and verified, before the next
-        entry."""
+        entry, and the seal after the last."""
         while True:
             entry = self._read_entry_header()
             if entry is None:
+                self._check_end()
                 return
             yield entry
             entry.verify()
@@ -150,25 +214,50 @@ class ArchiveReader:
         if self.version[0] != 1 and self.version[1] != 0:
             raise ArchiveError(HEADER_FAILED + "unsupported archive version read.")
         self.reserved_size = values.read_u32()
-        for _ in range(values.read_u32()):
+        count = values.read_u32()
+        begin = values.position
+        values.watch = self._check.watch
+        for _ in range(count):
             name = values.read_text()
             self.headers[name] = values.read_text()
-        if self.reserved_size == 0:
-            return
-        if values.position > self.reserved_size:
+            self._check.take_pair(name, self.headers[name], values.position - begin)
+        end = values.position
+        if self.reserved_size and end > self.reserved_size:
             reason = "archive header size exceeds the specified header size."
             raise ArchiveError(HEADER_FAILED + reason)
+        self._check.begin_padding()
         while values.position < self.reserved_size:
             if not values.read_some(self.reserved_size - values.position):
-                return  # truncated in the padding: the same as an archive without entries
+                break  # truncated in the padding: the same as an archive without entries
+        values.watch = None
+        self._check.take_rest(self.version, self.reserved_size > 0, self.reserved_size - end,
+                              values.position - end)
+
+    def _check_end(self):
+        marked = SEAL_MARK in self._tail
+        promised = self._check.promised is not None
+        if promised and not self._check.right:
+            raise ArchiveError(CHECK_FAILED + "its header is torn, or was changed by a program "
+                               "that does not know the seal.")
+        if marked and self._tail != self._seal.encode():
+            raise ArchiveError(CHECK_FAILED + "its seal does not fit.")
+        if promised and not marked:
+            raise ArchiveError(CHECK_FAILED + "the seal that its header promises is missing.")
+        if marked and not promised:
+            raise ArchiveError(CHECK_FAILED + "its header does not promise the seal.")
+        self.sealed = marked
 
     def _read_entry_header(self):
         """The next entry, or None if the stream ends before a name is complete."""
         values = self._values
+        self._tail = bytearray()
+        values.watch = self._tail.extend
         try:
             name = values.read_text()
         except EndOfInputError:
             return None
+        self._seal.add(self._tail)
+        values.watch = self._seal.add
         if not name:
             raise ArchiveError(ENTRY_FAILED + "invalid entry name.")
         entry = Entry(name, values.read_u32())
@@ -180,6 +269,7 @@ class ArchiveReader:
             if not header:
                 raise ArchiveError("Invalid archive entry header name: header name is empty.")
             entry.headers[header] = value
+        values.watch = None
         entry.data = self._read_data(entry)
         return entry
 
@@ -194,13 +284,14 @@ class ArchiveReader:
                 yield plain
         if inflater and not inflater.eof:
             raise ArchiveError("Inflate failed: end of stream reached.")
-        self._check(self._values.read_u64(), archived_size, "archived size")
-        self._check(self._values.read_u64(), size, "size")
-        self._check(self._values.read_u32(), crc, "crc")
+        self._compare(self._values.read_u64(), archived_size, "archived size")
+        self._compare(self._values.read_u64(), size, "size")
+        self._compare(self._values.read_u32(), crc, "crc")
+        self._seal.add_footer(size, crc)
         entry.archived_size, entry.size, entry.crc = archived_size, size, crc
 
     @staticmethod
-    def _check(stored, counted, what):
+    def _compare(stored, counted, what):
         if stored != counted:
             raise ArchiveError(f"{ENTRY_FAILED}entry {what} check failed.")
 
@@ -232,7 +323,8 @@ def list_entries(archive, _):
 
 def verify(archive, _):
     count = sum(1 for _ in archive.entries())
-    print(f"Verified {count} {'entry' if count == 1 else 'entries'}.")
+    sealed = ", sealed" if archive.sealed else ""
+    print(f"Verified {count} {'entry' if count == 1 else 'entries'}{sealed}.")
     return 0
 
 

@@ -15,7 +15,8 @@ import unittest
 import zlib
 from unittest import mock
 
-from archive_builder import DEFLATED, STORED, entry, header, text, u32
+from archive_builder import (DEFLATED, STORED, entry, header, promising_header, seal, text,
+                             u32)
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 DOCUMENT = (ROOT / "docs" / "archive-format.md").read_text(encoding="utf-8")
@@ -112,9 +113,11 @@ class Good(unittest.TestCase):
         shown = [bytes.fromhex(re.sub("[;#].*", "", block)) for block in blocks]
         complete = (header(("author", "Ada")) + entry("a")
                     + entry("b", b"", DEFLATED, carried=EMPTY_ZLIB))
-        self.assertEqual(shown, [header(), complete])
+        sealed = promising_header(("author", "Ada")) + entry("a") + seal({"name": "a"})
+        self.assertEqual(shown, [header(), complete, sealed])
         self.assertEqual([run(archive, "verify")[1] for archive in shown],
-                         [b"Verified 0 entries.\n", b"Verified 2 entries.\n"])
+                         [b"Verified 0 entries.\n", b"Verified 2 entries.\n",
+                          b"Verified 1 entry, sealed.\n"])
 
 
 class Bad(unittest.TestCase):
@@ -190,6 +193,60 @@ class Damaged(unittest.TestCase):
             with self.subTest(bit=bit):
                 self.assertIn(status, (0, 4))
                 self.assertLessEqual({line["sha256"] for line in lines[1:]}, digests)
+
+
+class Sealed(unittest.TestCase):
+    ENTRIES = [
+        {"name": "first", "data": b"stored data", "headers": [("k", "v")], "chunk": 4},
+        {"name": "second", "data": b"deflated", "method": DEFLATED},
+        {"name": "third", "data": b""},
+    ]
+    PARTS = [entry(**fields) for fields in ENTRIES]
+    SEAL = seal(*ENTRIES)
+
+    def test_each_end_is_told(self):
+        torn = ("Failed to verify archive: its header is torn, or was changed by a program that "
+                "does not know the seal.")
+        wrong = "Failed to verify archive: its seal does not fit."
+        missing = "Failed to verify archive: the seal that its header promises is missing."
+        unpromised = "Failed to verify archive: its header does not promise the seal."
+        head = promising_header(("n", "v"), reserved=64)
+        first, second, third = self.PARTS
+        whole = first + second + third + self.SEAL
+        rows = [
+            (head + whole, ""),
+            (promising_header() + whole, ""),
+            (header() + first + b"x", ""),
+            (header(("seal", "a walrus")) + first, ""),
+            (promising_header(minor=7) + whole, torn),
+            (promising_header(reserved=64, fill=b"\1") + whole, torn),
+            (header(("seal", "1 00000001")) + whole, torn),
+            (header(("seal", "1 00000000"), ("n", "v")) + whole, torn),
+            (promising_header(reserved=49) + whole, torn),
+            (head[:-1], torn),
+            (head + first + second + self.SEAL, wrong),
+            (head + second + first + third + self.SEAL, wrong),
+            (head + whole + b"x", wrong),
+            (header() + first + b"\xFF" + whole, wrong),
+            (head + first + second + third, missing),
+            (header() + whole, unpromised),
+        ]
+        for archive, message in rows:
+            with self.subTest(message, archive=archive):
+                self.assertEqual(dump(archive)[::2], (4 if message else 0, message))
+                self.assertIn(message, DOCUMENT)
+
+    def test_no_flipped_bit_and_no_cut_goes_unnoticed(self):
+        for reserved in (0, 64):
+            archive = promising_header(("n", "v"), reserved=reserved) + b"".join(self.PARTS)
+            archive += self.SEAL
+            for at in range(len(archive)):
+                flipped = [archive[:at] + bytes([archive[at] ^ 1 << bit]) + archive[at + 1:]
+                           for bit in range(8)]
+                for damaged in (archive[:at], *flipped):
+                    # Some bits of a deflated stream change nothing.
+                    found = dump(damaged)
+                    self.assertTrue(found[0] == 4 or found == dump(archive), damaged)
 
 
 if __name__ == "__main__":

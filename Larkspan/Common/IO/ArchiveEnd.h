@@ -13,10 +13,11 @@ struct ArchiveEnd {
     Unknown,             ///< not reached yet, or hidden by a failure of the source
     EndsAtFooter,        ///< nothing behind the last footer or the header, and nothing promised
     SealedRight,         ///< the seal that was promised fits every entry
-    SealedWrong,         ///< a seal that does not fit, or that has bytes behind it
+    SealedWrong,         ///< a seal that does not fit, or that has bytes before or behind it
     TrailingBytes,       ///< bytes behind the last footer that are no seal, and nothing promised
     PromisedButMissing,  ///< no seal, although it was promised: something was cut off
     SealWithoutPromise,  ///< a seal that fits, but the header does not promise it
+    EndsInHeader,        ///< inside the room that the header reserves, and nothing promised
   };
 
   enum class HeaderCheck : unsigned int {
@@ -33,8 +34,8 @@ struct ArchiveEnd {
 
   [[nodiscard]] bool IsSealPromised() const noexcept { return headerCheck != HeaderCheck::None; }
 
-  /// Whether something is missing or was changed. Bytes behind an archive without a seal do not
-  /// count.
+  /// Whether something is missing or was changed for certain. `TrailingBytes` and `EndsInHeader`
+  /// are no damage by the format, but nothing that a writer makes.
   [[nodiscard]] bool IsDamaged() const noexcept {
     return headerCheck == HeaderCheck::Wrong || state == State::SealedWrong ||
            state == State::PromisedButMissing || state == State::SealWithoutPromise;

@@ -74,12 +74,12 @@ class LARKSPAN_API ArchiveFile final {
   [[nodiscard]] EntryRef GetEntry(const Vx::UniString& name) const;
 
   /// Whether the file ends behind its last footer or its seal, and what the seal and the check of
-  /// the header say. All other queries, and `ExtractTo`, take whatever stands behind the last footer
-  /// for the end, as the format has it, so that damage in the name of an entry hides that entry and
-  /// all behind it from them: who needs all entries asks here. Costs nothing once the entries have
-  /// been read, and else one pass that decodes and verifies nothing and seeks over the data, linear
-  /// in the number of entries and frames. Raises `ArchiveException` and `Vx::EndOfInputException`
-  /// where that pass can't find the end.
+  /// the header say. All other queries, and `ExtractTo`, take whatever stands behind the last
+  /// footer for the end, as the format has it, so that damage in the name of an entry hides that
+  /// entry and all behind it from them: who needs all entries asks here. Costs nothing once the
+  /// entries have been read, and else one pass that decodes and verifies nothing and seeks over the
+  /// data, linear in the number of entries and frames. Raises `ArchiveException` and
+  /// `Vx::EndOfInputException` where that pass can't find the end.
   [[nodiscard]] ArchiveEnd GetEnd() const;
 
   /// The plain data of `entry`, which must come from this object and be the last of its name. The
@@ -94,7 +94,8 @@ class LARKSPAN_API ArchiveFile final {
   ///
   /// A name is refused that leads out of the folder, through a symbolic link below it, to the
   /// archive itself, or to a device or pipe; nobody else may change the folder meanwhile. Each
-  /// entry is verified after its file is complete; on failure all files so far stay. Raises
+  /// entry is verified after its file is complete; on failure all files so far stay. Whether these
+  /// are all entries that were written, `GetEnd` tells. Raises
   /// `Vx::IllegalArgumentException` for the folder's location, `ArchiveException` if the folder
   /// can't be made, and else `Vx::IOException` with the reason as cause.
   void ExtractTo(const ::IO::Location& folder) const;

@@ -279,7 +279,8 @@ void ArchiveIBinaryChannel::ReadArchiveHeader() {
     }
     block.ResetDigest();
     const unsigned __int64 fill = reservedHeaderSize - headerSize;
-    asWritten &= channel.Skip(fill) == fill && fill != 0 && block.IsZero();
+    endsInHeader = channel.Skip(fill) != fill;
+    asWritten &= !endsInHeader && fill != 0 && block.IsZero();
   }
   end.headerCheck = promise.Judge(asWritten);
   headerRead = true;
@@ -430,8 +431,8 @@ void ArchiveIBinaryChannel::SetEnd(const ByteText& unread) {
   KeepTail(unread);
   const bool promised = end.IsSealPromised();
   if (!ArchiveSeal::HasMark(tail)) {
-    const auto unsealed = tail.empty() ? EndsAtFooter : TrailingBytes;
-    end.state = promised ? PromisedButMissing : unsealed;
+    const auto unsealed = endsInHeader ? EndsInHeader : EndsAtFooter;
+    end.state = promised ? PromisedButMissing : tail.empty() ? unsealed : TrailingBytes;
   } else if (!seal.Matches(tail)) {
     end.state = SealedWrong;
   } else {

@@ -108,6 +108,7 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   Vx::WrappedChannel<Vx::IBinaryChannel> source;
   unsigned int reservedHeaderSize = 0;
   bool headerRead = false;
+  bool endsInHeader = false;
   ArchiveHeaders headers;
   // The open entry's stack of channels; all but `crcChannel` live on until the next entry.
   ChannelRef framing;

@@ -44,7 +44,7 @@ std::optional<unsigned int> ArchiveSeal::ParsePromise(const Vx::UniString& value
 }
 
 bool ArchiveSeal::HasMark(std::string_view tail) noexcept {
-  return tail.starts_with(Mark);
+  return tail.find(Mark) != std::string_view::npos;
 }
 
 void ArchiveSeal::AddHeaderBytes(const char* bytes, unsigned int size) noexcept {

@@ -27,7 +27,8 @@ class LARKSPAN_API ArchiveSeal final {
   /// The CRC of a promise; none if `value` has another form, and so promises nothing.
   [[nodiscard]] static std::optional<unsigned int> ParsePromise(const Vx::UniString& value);
 
-  /// Whether bytes behind the last footer begin as a seal does.
+  /// Whether the bytes behind the last footer hold what may be a seal, at their beginning or behind
+  /// something else: a damaged name swallows the entries up to the seal.
   [[nodiscard]] static bool HasMark(std::string_view tail) noexcept;
 
   /// Takes in the bytes of an entry's header, from the length of its name on, in any pieces.
