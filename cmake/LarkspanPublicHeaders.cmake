@@ -11,6 +11,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Common/IO/ArchiveEntry.h
     Larkspan/Common/IO/ArchiveException.h
     Larkspan/Common/IO/ArchiveFile.h
+    Larkspan/Common/IO/ArchiveHeaderSize.h
     Larkspan/Common/IO/ArchiveIBinaryChannel.h
     Larkspan/Common/IO/ArchiveOBinaryChannel.h
     Larkspan/Common/IO/ArchiveSeal.h

@@ -18,6 +18,8 @@ Posix::Access GetAccess(OpenMode mode, bool createIfMissing) noexcept {
       return createIfMissing ? Posix::Access::WriteCreated : Posix::Access::Write;
     case OpenMode::WriteEmpty:
       return Posix::Access::WriteEmptied;
+    case OpenMode::Update:
+      return Posix::Access::ReadAndWrite;
     case OpenMode::Read:
     case OpenMode::ReadShared:
       break;
@@ -56,7 +58,7 @@ int File::Open(OpenMode mode, AccessDeniedTreatment) noexcept {
   if (IsOpen()) return StatusAlreadyOpen;
   // Without a path no file can ever be there; the status says why.
   if (nativePath.IsEmpty()) return status != 0 ? status : StatusFileNotFound;
-  const bool reads = mode == OpenMode::Read || mode == OpenMode::ReadShared;
+  const bool reads = mode != OpenMode::Write && mode != OpenMode::WriteEmpty;
   if (const int outcome = reads ? MakeBuffer() : StatusSuccess; outcome != 0) return outcome;
   const int error = Posix::OpenFile(nativePath, GetAccess(mode, createIfMissing), &descriptor);
   if (error != 0) return Posix::LookupStatus(error);

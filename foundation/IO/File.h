@@ -17,12 +17,13 @@
 
 namespace IO {
 
-/// A file, to be opened for reading or for writing.
+/// A file, to be opened for reading, for writing, or for both.
 ///
 /// Reads go through a buffer of `BufferSize` bytes, made when the file is opened for reading; reads
-/// as large as the buffer bypass it. Writes are not held back: each reaches the system before it
-/// returns. All operations report by status and none throws; reading, writing, seeking and flushing
-/// need an open file. There are no locks: a file can be open more than once. One thread at a time.
+/// as large as the buffer bypass it. Between reading and writing comes a `Seek`. Writes are not
+/// held back: each reaches the system before it returns. All operations report by status and none
+/// throws; reading, writing, seeking and flushing need an open file. There are no locks: a file can
+/// be open more than once. One thread at a time.
 class FOUNDATION_API File final {
  public:
   /// Bytes that are read ahead at the most.

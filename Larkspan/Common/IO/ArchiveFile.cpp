@@ -42,42 +42,44 @@ void ArchiveFile::CheckOpened(const char* file, unsigned int line) const {
   if (closed) throw ArchiveException("Archive file is closed.", file, line);
 }
 
+const ArchiveHeaders& ArchiveFile::GetHeaders(const char* file, unsigned int line) const {
+  CheckOpened(file, line);
+  ReadHeaders();
+  return headers;
+}
+
+const ArchiveFile::EntryList& ArchiveFile::GetEntries(const char* file, unsigned int line) const {
+  CheckOpened(file, line);
+  ReadEntries();
+  return entryList;
+}
+
 unsigned int ArchiveFile::GetReservedHeaderSize() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   ReadHeaders();
   return reservedHeaderSize;
 }
 
 unsigned int ArchiveFile::GetHeaderCount() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadHeaders();
-  return headers.GetSize();
+  return GetHeaders().GetSize();
 }
 
 bool ArchiveFile::HasHeaders() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadHeaders();
-  return headers.GetSize() > 0;
+  return GetHeaders().GetSize() > 0;
 }
 
 ArchiveHeaderIterator ArchiveFile::EnumerateHeaders() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadHeaders();
-  return headers.EnumeratePairs();
+  return GetHeaders().EnumeratePairs();
 }
 
 bool ArchiveFile::ConstainsHeader(const Vx::UniString& name) const {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
-  ReadHeaders();
-  return HasHeader(headers, name);
+  CheckName(name, EmptyHeaderName);
+  return GetHeaders().Find(name) != nullptr;
 }
 
 bool ArchiveFile::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
-  ReadHeaders();
-  return FindHeader(headers, name, value);
+  CheckName(name, EmptyHeaderName);
+  return GetHeaders().FindValue(name, value);
 }
 
 Vx::UniString ArchiveFile::GetHeader(const Vx::UniString& name) const {
@@ -87,68 +89,61 @@ Vx::UniString ArchiveFile::GetHeader(const Vx::UniString& name) const {
 }
 
 void ArchiveFile::PutHeader(const Vx::UniString& name, const Vx::UniString& value) {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName);
+  CheckOpened();
   ReadHeaders();
   headers.Put(name, value);
   headersChanged = true;
 }
 
 void ArchiveFile::ClearHeader(const Vx::UniString& name) {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName);
+  CheckOpened();
   ReadHeaders();
   headers.Delete(name);
   headersChanged = true;
 }
 
 void ArchiveFile::ClearHeaders() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   ReadHeaders();
   headers.Clear();
   headersChanged = true;
 }
 
 bool ArchiveFile::IsUpdated() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return headersRead && headersChanged;
 }
 
 bool ArchiveFile::HasEntries() {
-  CheckOpened(__FILE__, __LINE__);
-  ReadEntries();
-  return entryList.GetSize() > 0;
+  return GetEntries().GetSize() > 0;
 }
 
 unsigned int ArchiveFile::GetEntryCount() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadEntries();
-  return entryList.GetSize();
+  return GetEntries().GetSize();
 }
 
 ArchiveFile::EntryIterator ArchiveFile::EnumerateEntries() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadEntries();
-  return entryList.EnumerateElements();
+  return GetEntries().EnumerateElements();
 }
 
 bool ArchiveFile::ConstainsEntry(const Vx::UniString& name) const {
-  CheckName(name, EmptyNameOfEntry, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
+  CheckName(name, EmptyNameOfEntry);
+  CheckOpened();
   ReadEntries();
   return entryIndex.Find(name) != nullptr;
 }
 
 ArchiveFile::EntryRef ArchiveFile::GetEntry(const Vx::UniString& name) const {
-  CheckName(name, EmptyNameOfEntry, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
+  CheckName(name, EmptyNameOfEntry);
+  CheckOpened();
   ReadEntries();
-  const auto* const found = entryIndex.Find(name);
-  return found == nullptr ? EntryRef() : found->value;
+  return entryIndex.GetValue(name);
 }
 
 ArchiveEnd ArchiveFile::GetEnd() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   const_cast<ArchiveFile*>(this)->ReadEnd();
   return end;
 }
@@ -157,7 +152,7 @@ ArchiveFile::ChannelRef ArchiveFile::GetInputChannel(const EntryRef& entry) cons
   if (entry.IsEmpty()) {
     throw Vx::IllegalArgumentException("Invalid archive entry: entry is null.", __FILE__, __LINE__);
   }
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   ReadEntries();
   const auto* const found = entryIndex.Find(entry->GetName());
   if (found == nullptr || found->value != entry) {
@@ -172,11 +167,19 @@ void ArchiveFile::ExtractTo(const ::IO::Location& folder) const {
 }
 
 void ArchiveFile::Update() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (!IsUpdated()) return;
   endRead = false;
   // The file may have another reserved size now; a later update must know it.
   reservedHeaderSize = UpdateArchiveHeaders(location, headers, reservedHeaderSize);
+}
+
+bool ArchiveFile::NeedsRewrite() const {
+  return IsUpdated() && IO::NeedsRewrite(headers, reservedHeaderSize);
+}
+
+::IO::Location ArchiveFile::GetRewriteLocation() const {
+  return IO::GetRewriteLocation(location);
 }
 
 void ArchiveFile::TakeHeaders(const ArchiveIBinaryChannel& channel) {

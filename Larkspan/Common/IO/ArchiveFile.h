@@ -108,9 +108,18 @@ class LARKSPAN_API ArchiveFile final {
   /// that a symbolic link leads to is rewritten where it is. Raises `ArchiveException` and the
   /// failures of the channels; the file is then as it was, unless writing in place failed.
   void Update();
+  /// Whether `Update` would copy the archive, as far as this object knows the file.
+  [[nodiscard]] bool NeedsRewrite() const;
+  /// Where that copy would be made: beside the archive, or beside the file that it is a link to.
+  [[nodiscard]] ::IO::Location GetRewriteLocation() const;
 
  private:
-  void CheckOpened(const char* file, unsigned int line) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
+  // These check, read what has not been read, and return the cache.
+  [[nodiscard]] const ArchiveHeaders& GetHeaders(const char* file = __builtin_FILE(),
+                                                 unsigned int line = __builtin_LINE()) const;
+  [[nodiscard]] const EntryList& GetEntries(const char* file = __builtin_FILE(),
+                                            unsigned int line = __builtin_LINE()) const;
   void TakeHeaders(const ArchiveIBinaryChannel& channel);
   void ReadHeaders();
   // These fill the cache on behalf of the const queries.

@@ -13,9 +13,6 @@ static_assert(MagicLength == 15);
 inline constexpr unsigned int MajorVersion = 1;
 inline constexpr unsigned int MinorVersion = 0;
 
-/// The smallest reserved header size that a writer takes, apart from 0.
-inline constexpr unsigned int MinReservedHeaderSize = 256;
-
 /// Bytes of a full frame of entry data.
 inline constexpr unsigned int ChunkSize = 0x40000;
 

@@ -20,18 +20,6 @@ void CheckName(const Vx::UniString& name, const char* message, const char* file 
 void CheckHeaderNames(const ArchiveHeaders& headers, const char* file = __builtin_FILE(),
                       unsigned int line = __builtin_LINE());
 
-[[nodiscard]] inline bool HasHeader(const ArchiveHeaders& headers, const Vx::UniString& name) {
-  return headers.Find(name) != nullptr;
-}
-inline bool FindHeader(const ArchiveHeaders& headers, const Vx::UniString& name,
-                       Vx::UniString& value) {
-  return headers.FindValue(name, value);
-}
-[[nodiscard]] inline Vx::UniString FindHeader(const ArchiveHeaders& headers,
-                                              const Vx::UniString& name) {
-  return headers.GetValue(name);
-}
-
 /// Writes the pairs from `headers` on, without their count.
 void WriteHeaders(Vx::OChannelX& channel, const ArchiveHeaderIterator& headers);
 

@@ -139,7 +139,7 @@ class EntryHeaderInput final : public Vx::IBinaryChannel {
 };
 
 template <class T>
-void CheckFooter(T stored, T found, const char* message, unsigned int line) {
+void CheckFooter(T stored, T found, const char* message, unsigned int line = __builtin_LINE()) {
   if (stored != found) throw ArchiveException(message, __FILE__, line);
 }
 
@@ -159,42 +159,38 @@ void ArchiveIBinaryChannel::CheckOpened(const char* file, unsigned int line) con
   if (closed) throw Vx::IOException("Archive binary input channel is closed.", file, line);
 }
 
+const ArchiveHeaders& ArchiveIBinaryChannel::GetHeaders(const char* file, unsigned int line) const {
+  CheckOpened(file, line);
+  ReadArchiveHeader();
+  return headers;
+}
+
 unsigned int ArchiveIBinaryChannel::GetReservedHeaderSize() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   ReadArchiveHeader();
   return reservedHeaderSize;
 }
 
 unsigned int ArchiveIBinaryChannel::GetHeaderCount() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadArchiveHeader();
-  return headers.GetSize();
+  return GetHeaders().GetSize();
 }
 
 bool ArchiveIBinaryChannel::HasHeaders() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadArchiveHeader();
-  return headers.GetSize() > 0;
+  return GetHeaders().GetSize() > 0;
 }
 
 ArchiveHeaderIterator ArchiveIBinaryChannel::EnumerateHeaders() const {
-  CheckOpened(__FILE__, __LINE__);
-  ReadArchiveHeader();
-  return headers.EnumeratePairs();
+  return GetHeaders().EnumeratePairs();
 }
 
 bool ArchiveIBinaryChannel::ConstainsHeader(const Vx::UniString& name) const {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
-  ReadArchiveHeader();
-  return HasHeader(headers, name);
+  CheckName(name, EmptyHeaderName);
+  return GetHeaders().Find(name) != nullptr;
 }
 
 bool ArchiveIBinaryChannel::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
-  ReadArchiveHeader();
-  return FindHeader(headers, name, value);
+  CheckName(name, EmptyHeaderName);
+  return GetHeaders().FindValue(name, value);
 }
 
 Vx::UniString ArchiveIBinaryChannel::GetHeader(const Vx::UniString& name) const {
@@ -204,35 +200,35 @@ Vx::UniString ArchiveIBinaryChannel::GetHeader(const Vx::UniString& name) const 
 }
 
 ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::GetNextEntry() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   ReadArchiveHeader();
   if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
   return StartEntry();
 }
 
 bool ArchiveIBinaryChannel::HasCurrentEntry() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return !currentEntry.IsEmpty();
 }
 
 ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::GetCurrentEntry() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return currentEntry;
 }
 
 void ArchiveIBinaryChannel::CloseEntry() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
 }
 
 unsigned int ArchiveIBinaryChannel::Read(char* buffer, unsigned int size,
                                          ReadSomeModeSelector mode) {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return crcChannel ? crcChannel->Read(buffer, size, mode) : 0;
 }
 
 unsigned __int64 ArchiveIBinaryChannel::GetAvailable() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return crcChannel ? crcChannel->GetAvailable() : 0;
 }
 
@@ -358,18 +354,16 @@ void ArchiveIBinaryChannel::CloseEntry(const EntryRef& entry) {
 
   ReadFooterField(claimed.archivedSize);
   CheckFooter(claimed.archivedSize, counted.archivedSize,
-              "Failed to read archive entry: entry archived size check failed.", __LINE__);
+              "Failed to read archive entry: entry archived size check failed.");
   ReadFooterField(claimed.size);
-  CheckFooter(claimed.size, counted.size, "Failed to read archive entry: entry size check failed.",
-              __LINE__);
+  CheckFooter(claimed.size, counted.size, "Failed to read archive entry: entry size check failed.");
   ReadFooterField(claimed.crc);
-  CheckFooter(claimed.crc, counted.crc, "Failed to read archive entry: entry crc check failed.",
-              __LINE__);
+  CheckFooter(claimed.crc, counted.crc, "Failed to read archive entry: entry crc check failed.");
   CloseWithClaims(entry, true);
 }
 
 void ArchiveIBinaryChannel::LeaveEntry() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   const EntryRef entry = currentEntry;
   if (!entry) return;
   crcChannel.Reset();

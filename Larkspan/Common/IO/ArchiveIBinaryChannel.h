@@ -89,7 +89,10 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
     unsigned int crc = 0;
   };
 
-  void CheckOpened(const char* file, unsigned int line) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
+  // Checks, reads the archive header if that has not happened, and returns the cache.
+  [[nodiscard]] const ArchiveHeaders& GetHeaders(const char* file = __builtin_FILE(),
+                                                 unsigned int line = __builtin_LINE()) const;
   [[nodiscard]] Vx::IBinaryChannel& GetInputChannel() noexcept { return source.Get(); }
   [[nodiscard]] const Vx::IBinaryChannel& GetInputChannel() const noexcept { return source.Get(); }
   void ReadArchiveHeader();

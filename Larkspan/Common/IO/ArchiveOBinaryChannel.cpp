@@ -5,6 +5,7 @@
 #include "Larkspan/Common/IO/ArchiveEntryImpl.h"
 #include "Larkspan/Common/IO/ArchiveException.h"
 #include "Larkspan/Common/IO/ArchiveFormat.h"
+#include "Larkspan/Common/IO/ArchiveHeaderSize.h"
 #include "Larkspan/Common/IO/ArchiveHeaderTable.h"
 #include "Larkspan/Common/IO/CRC32OBinaryChannel.h"
 #include "Larkspan/Common/IO/CountingOBinaryChannel.h"
@@ -20,7 +21,7 @@ namespace {
 constexpr const char* EmptyHeaderName = "Invalid archive header name: name is empty.";
 
 unsigned int CheckedHeaderSize(unsigned int headerSize) {
-  if (headerSize != 0 && headerSize < ArchiveFormat::MinReservedHeaderSize) {
+  if (!IsReservedHeaderSize(headerSize)) {
     throw Vx::IllegalArgumentException("Invalid header size: header size is too small.", __FILE__,
                                        __LINE__);
   }
@@ -87,22 +88,22 @@ void ArchiveOBinaryChannel::CheckUnsealed(const char* file, unsigned int line) c
 }
 
 void ArchiveOBinaryChannel::PutHeader(const Vx::UniString& name, const Vx::UniString& value) {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
-  CheckHeaderUpdatable(__FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName);
+  CheckOpened();
+  CheckHeaderUpdatable();
   headers.Put(name, value);
 }
 
 void ArchiveOBinaryChannel::ClearHeader(const Vx::UniString& name) {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
-  CheckHeaderUpdatable(__FILE__, __LINE__);
+  CheckName(name, EmptyHeaderName);
+  CheckOpened();
+  CheckHeaderUpdatable();
   headers.Delete(name);
 }
 
 void ArchiveOBinaryChannel::ClearHeaders() {
-  CheckOpened(__FILE__, __LINE__);
-  CheckHeaderUpdatable(__FILE__, __LINE__);
+  CheckOpened();
+  CheckHeaderUpdatable();
   headers.Clear();
 }
 
@@ -119,18 +120,18 @@ ArchiveHeaderIterator ArchiveOBinaryChannel::EnumerateHeaders() const {
 }
 
 bool ArchiveOBinaryChannel::ConstainsHeader(const Vx::UniString& name) const {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  return HasHeader(headers, name);
+  CheckName(name, EmptyHeaderName);
+  return headers.Find(name) != nullptr;
 }
 
 bool ArchiveOBinaryChannel::GetHeader(const Vx::UniString& name, Vx::UniString& value) const {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  return FindHeader(headers, name, value);
+  CheckName(name, EmptyHeaderName);
+  return headers.FindValue(name, value);
 }
 
 Vx::UniString ArchiveOBinaryChannel::GetHeader(const Vx::UniString& name) const {
-  CheckName(name, EmptyHeaderName, __FILE__, __LINE__);
-  return FindHeader(headers, name);
+  CheckName(name, EmptyHeaderName);
+  return headers.GetValue(name);
 }
 
 void ArchiveOBinaryChannel::SetMethod(ArchiveEntry::Method method) {
@@ -143,10 +144,10 @@ void ArchiveOBinaryChannel::SetMethod(ArchiveEntry::Method method) {
 
 ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(
     const Vx::UniString& name, const ArchiveHeaders& entryHeaders, ArchiveEntry::Method method) {
-  CheckName(name, EmptyEntryName, __FILE__, __LINE__);
-  CheckHeaderNames(entryHeaders, __FILE__, __LINE__);
-  CheckOpened(__FILE__, __LINE__);
-  CheckUnsealed(__FILE__, __LINE__);
+  CheckName(name, EmptyEntryName);
+  CheckHeaderNames(entryHeaders);
+  CheckOpened();
+  CheckUnsealed();
   WriteArchiveHeader();
   // Held to the end: the name may be that of the entry before.
   const EntryRef previous = currentEntry;
@@ -160,29 +161,29 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(const Vx::Un
 }
 
 bool ArchiveOBinaryChannel::HasCurrentEntry() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return !currentEntry.IsEmpty();
 }
 
 ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::GetCurrentEntry() const {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   return currentEntry;
 }
 
 void ArchiveOBinaryChannel::CloseEntry() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
 }
 
 void ArchiveOBinaryChannel::PromiseSeal() {
-  CheckOpened(__FILE__, __LINE__);
-  CheckHeaderUpdatable(__FILE__, __LINE__);
+  CheckOpened();
+  CheckHeaderUpdatable();
   sealPromised = true;
 }
 
 void ArchiveOBinaryChannel::WriteSeal() {
-  CheckOpened(__FILE__, __LINE__);
-  CheckUnsealed(__FILE__, __LINE__);
+  CheckOpened();
+  CheckUnsealed();
   if (!sealPromised) {
     throw ArchiveException("Archive seal can't be written, it hasn't been promised.", __FILE__,
                            __LINE__);
@@ -195,13 +196,13 @@ void ArchiveOBinaryChannel::WriteSeal() {
 }
 
 void ArchiveOBinaryChannel::Write(const char* data, unsigned int size) {
-  CheckOpened(__FILE__, __LINE__);
-  CheckEntryStarted(__FILE__, __LINE__);
+  CheckOpened();
+  CheckEntryStarted();
   crcChannel->Write(data, size);
 }
 
 void ArchiveOBinaryChannel::Flush() {
-  CheckOpened(__FILE__, __LINE__);
+  CheckOpened();
   if (crcChannel) {
     crcChannel->Flush();
   } else {

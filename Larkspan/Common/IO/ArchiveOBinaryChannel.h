@@ -22,9 +22,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
  public:
   using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
 
-  /// `headerSize` is the room in bytes that is kept for the archive header, so that headers can be
-  /// changed later in place: 0 for none, else at least 256. 4096 is recommended: no larger block
-  /// is replaced as one when a process is killed.
+  /// `headerSize` is the reserved size of the archive header; see ArchiveHeaderSize.h.
   /// Raises `Vx::IllegalArgumentException` for another size and for an empty reference.
   ArchiveOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel,
                         unsigned int headerSize);
@@ -80,10 +78,12 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
  private:
   using ChannelRef = Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>;
 
-  void CheckOpened(const char* file, unsigned int line) const;
-  void CheckHeaderUpdatable(const char* file, unsigned int line) const;
-  void CheckEntryStarted(const char* file, unsigned int line);
-  void CheckUnsealed(const char* file, unsigned int line) const;
+  void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
+  void CheckHeaderUpdatable(const char* file = __builtin_FILE(),
+                            unsigned int line = __builtin_LINE()) const;
+  void CheckEntryStarted(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE());
+  void CheckUnsealed(const char* file = __builtin_FILE(),
+                     unsigned int line = __builtin_LINE()) const;
   [[nodiscard]] Vx::OBinaryChannel& GetOutputChannel() noexcept { return target.Get(); }
   [[nodiscard]] const Vx::OBinaryChannel& GetOutputChannel() const noexcept { return target.Get(); }
   void WriteArchiveHeader();

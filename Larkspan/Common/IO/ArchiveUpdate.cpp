@@ -2,14 +2,15 @@
 
 #include "Larkspan/Common/IO/ArchiveException.h"
 #include "Larkspan/Common/IO/ArchiveFileReader.h"
+#include "Larkspan/Common/IO/ArchiveHeaderSize.h"
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "Larkspan/Common/IO/ChannelCopy.h"
+#include "Larkspan/Common/IO/FailureGuard.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "foundation/Vx/MemoryOBinaryChannel.h"
-#include "foundation/Vx/OutOfMemoryException.h"
 
 namespace Larkspan::Common::IO {
 namespace {
@@ -24,9 +25,6 @@ constexpr const char* OpenFailure = "Failed to update archive file: failed to op
 // Of a file's mode; the bits above them give rights that a copy must not have.
 constexpr unsigned int PermissionBits = 0777;
 
-// The largest size that can be doubled and still be counted in 32 bits.
-constexpr unsigned int MaxDoubledSize = 0x7FFFFFFFU;
-
 [[noreturn]] void Fail(const char* message, unsigned int line) {
   throw ArchiveException(message, __FILE__, line);
 }
@@ -35,89 +33,70 @@ void PutHeaders(const ArchiveHeaders& headers, ArchiveOBinaryChannel& archive) {
   for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
 }
 
-// Builds a header block of `size` bytes. False if the headers don't fit.
-bool BuildHeaderBlock(const ArchiveHeaders& headers, unsigned int size,
-                      Vx::MemoryOBinaryChannel& block) {
-  try {
-    ArchiveOBinaryChannel archive(block, size);
-    PutHeaders(headers, archive);
-    archive.Flush();
-    archive.Close();
-    return true;
-  } catch (const Vx::OutOfMemoryException&) {
-    throw;
-  } catch (const VxException& exception) {
-    if (block.GetSize() >= size && size <= MaxDoubledSize) return false;
-    throw ArchiveException("Failed to update archive file: failed to write archive header.",
-                           __FILE__, __LINE__, exception);
-  }
+// The size, doubled until the headers fit. Fails as writing the header would.
+unsigned int FittingSize(const ArchiveHeaders& headers, unsigned int size) {
+  if (size == 0) return 0;
+  return WrapFailuresAs<ArchiveException>(
+      "Failed to update archive file: failed to write archive header.",
+      [&] { return FitReservedHeaderSize(headers, size); });
 }
 
-// The reserved size that the file has now: somebody else may have rewritten it.
-unsigned int ReadReservedSize(const ::IO::Location& location) {
-  try {
-    ArchiveFileReader reader(location, FileShare::NoShare);
-    return reader.GetChannel().GetReservedHeaderSize();
-  } catch (const Vx::OutOfMemoryException&) {
-    throw;
-  } catch (const VxException& exception) {
-    throw ArchiveException(OpenFailure, __FILE__, __LINE__, exception);
-  }
-}
+// The content of a file that is open for more than reading.
+class OpenFileInput final : public Vx::IBinaryChannel {
+ public:
+  explicit OpenFileInput(::IO::File& target) noexcept : file(target) {}
 
-// Writes the block, unless the file has another reserved size: the entries would no longer stand
-// where the header says. Gives the size that the file has.
-unsigned int WriteInPlace(const ::IO::Location& location, const Vx::MemoryOBinaryChannel& block) {
+  using IBinaryChannel::Read;
+  unsigned int Read(char* buffer, unsigned int size, ReadSomeModeSelector) override {
+    unsigned int count = 0;
+    const int status = file.ReadBin(buffer, size, &count);
+    if (status == 0 || status == ::IO::StatusEndOfInput) return count;
+    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
+  }
+  unsigned __int64 GetAvailable() const override { return 0; }
+  void Close() override {}
+
+ private:
+  ::IO::File& file;
+};
+
+// Writes the headers, which fit `size`, unless the file has another reserved size, since somebody
+// else has rewritten it: the entries would no longer stand where the header says. Returns the
+// reserved size that the file has.
+unsigned int TryInPlace(const ::IO::Location& location, const ArchiveHeaders& headers,
+                        unsigned int size) {
   ::IO::File file(location, ::IO::OnNotFound::Fail);
-  if (file.GetStatus() != 0) Fail(OpenFailure, __LINE__);
-  const unsigned int size = ReadReservedSize(location);
-  if (size != block.GetSize()) return size;
-  if (file.Open(::IO::OpenMode::Write, AccessDeniedTreatment::Report) != 0) {
+  if (file.GetStatus() != 0 ||
+      file.Open(::IO::OpenMode::Update, AccessDeniedTreatment::Report) != 0) {
     Fail(OpenFailure, __LINE__);
   }
-  // One call for the whole block: a kill leaves all or nothing of each 4096 bytes. The file object
-  // closes itself if one of these fails.
-  if (file.WriteBin(block.GetBuffer(), block.GetSize(), nullptr) != 0) {
+  OpenFileInput input(file);
+  const unsigned int present = WrapFailuresAs<ArchiveException>(
+      OpenFailure, [&] { return ArchiveIBinaryChannel(input).GetReservedHeaderSize(); });
+  if (present != size) return present;
+
+  Vx::MemoryOBinaryChannel block;
+  ArchiveOBinaryChannel archive(block, size);
+  PutHeaders(headers, archive);
+  archive.Flush();
+  // One call for the whole block: a kill leaves all or nothing of each 4096 bytes.
+  if (file.Seek(::IO::SeekOrigin::Begin, 0) != 0 ||
+      file.WriteBin(block.GetBuffer(), block.GetSize(), nullptr) != 0) {
     Fail("Failed to update archive file: failed to write archive file.", __LINE__);
   }
   if (file.Flush() != 0) {
     Fail("Failed to update archive file: failed to flush archive file.", __LINE__);
   }
-  file.Close();
   return size;
 }
 
-struct RewritePlaces {
-  ::IO::Location temporary;
-  ::IO::Location folder;
-  ::IO::Name archiveName;
-  ::IO::Name temporaryName;
-};
-
-// The place of the file itself, where `location` is a link to it: names are swapped there.
+// The location of the file itself, where `location` is a link to it: names are swapped there.
 ::IO::Location FollowLink(const ::IO::Location& location) {
-  ::IO::Attributes facts;
+  ::IO::Attributes attributes;
   ::IO::Location resolved;
-  const bool isLink = ::IO::fileSystem.GetAttributes(location, &facts, false) == 0 &&
-                      facts.type == ::IO::EntryType::SymbolicLink;
+  const bool isLink = ::IO::fileSystem.GetAttributes(location, &attributes, false) == 0 &&
+                      attributes.type == ::IO::EntryType::SymbolicLink;
   return isLink && ::IO::fileSystem.Resolve(location, resolved) == 0 ? resolved : location;
-}
-
-RewritePlaces FindRewritePlaces(const ::IO::Location& location) {
-  constexpr const char* TemporaryFailure =
-      "Failed to update archive file: failed to get temporary file location.";
-  RewritePlaces places;
-  places.temporary = location;
-  if (places.temporary.GetLastLocalName(places.archiveName) != 0) Fail(TemporaryFailure, __LINE__);
-  if (places.temporary.DeleteLastLocalName() != 0) Fail(TemporaryFailure, __LINE__);
-  places.folder = places.temporary;
-  if (places.folder.GetStatus() != 0) {
-    Fail("Failed to update archive file: failed to get target folder location.", __LINE__);
-  }
-  places.temporaryName = places.archiveName;
-  places.temporaryName.GetText().Append(u".updated");
-  if (places.temporary.AppendToLocal(places.temporaryName) != 0) Fail(TemporaryFailure, __LINE__);
-  return places;
 }
 
 // The new file becomes as private as the old one while there is nothing in it to read.
@@ -137,9 +116,9 @@ void KeepMode(const ::IO::Location& source, const ::IO::Location& target) {
 // Whatever file stands under the temporary name goes: the old archive, or what an update before
 // left behind. That is never emptied instead: the name may be a link, and lead to the archive.
 void DeleteTemporary(const ::IO::Location& temporary) noexcept {
-  ::IO::Attributes facts;
-  const bool isFolder = ::IO::fileSystem.GetAttributes(temporary, &facts, false) == 0 &&
-                        facts.type == ::IO::EntryType::Folder;
+  ::IO::Attributes attributes;
+  const bool isFolder = ::IO::fileSystem.GetAttributes(temporary, &attributes, false) == 0 &&
+                        attributes.type == ::IO::EntryType::Folder;
   if (!isFolder) {
     ::IO::fileSystem.Delete(temporary, DataSafety::None, AccessDeniedTreatment::Report);
   }
@@ -172,13 +151,19 @@ void CopyArchive(const ::IO::Location& location, const ::IO::Location& temporary
   target.Close();
 }
 
-void ExchangeFiles(const RewritePlaces& places) {
-  ::IO::Folder folder(places.folder, ::IO::OnNotFound::Fail);
+void ExchangeFiles(const ::IO::Location& archive, const ::IO::Location& temporary) {
+  ::IO::Location folderLocation;
+  ::IO::Name archiveName;
+  ::IO::Name temporaryName;
+  if (archive.Split(folderLocation, archiveName) != 0 ||
+      temporary.GetLastLocalName(temporaryName) != 0) {
+    Fail("Failed to update archive file: failed to get target folder location.", __LINE__);
+  }
+  ::IO::Folder folder(folderLocation, ::IO::OnNotFound::Fail);
   if (folder.GetStatus() != 0) {
     Fail("Failed to update archive file: failed to get target folder.", __LINE__);
   }
-  if (folder.Exchange(places.archiveName, places.temporaryName, AccessDeniedTreatment::Report) !=
-      0) {
+  if (folder.Exchange(archiveName, temporaryName, AccessDeniedTreatment::Report) != 0) {
     Fail("Failed to update archive file: failed to exchange archive and temporary archive files.",
          __LINE__);
   }
@@ -186,34 +171,41 @@ void ExchangeFiles(const RewritePlaces& places) {
 
 void Rewrite(const ::IO::Location& location, const ArchiveHeaders& headers, unsigned int size) {
   const ::IO::Location archive = FollowLink(location);
-  const RewritePlaces places = FindRewritePlaces(archive);
+  const ::IO::Location temporary = GetRewriteLocation(archive);
   try {
-    CopyArchive(archive, places.temporary, headers, size);
-    ExchangeFiles(places);
+    CopyArchive(archive, temporary, headers, size);
+    ExchangeFiles(archive, temporary);
   } catch (const VxException&) {
-    DeleteTemporary(places.temporary);
+    DeleteTemporary(temporary);
     throw;
   }
   // The temporary name leads to the old archive now.
-  DeleteTemporary(places.temporary);
+  DeleteTemporary(temporary);
 }
 
 }  // namespace
 
+::IO::Location GetRewriteLocation(const ::IO::Location& location) {
+  ::IO::Location temporary = FollowLink(location).GetSibling(u".updated");
+  if (!temporary.IsValid()) {
+    Fail("Failed to update archive file: failed to get temporary file location.", __LINE__);
+  }
+  return temporary;
+}
+
+bool NeedsRewrite(const ArchiveHeaders& headers, unsigned int reservedSize) {
+  return reservedSize == 0 || FittingSize(headers, reservedSize) != reservedSize;
+}
+
 unsigned int UpdateArchiveHeaders(const ::IO::Location& location, const ArchiveHeaders& headers,
                                   unsigned int reservedSize) {
-  unsigned int size = reservedSize;
-  while (size != 0) {
-    Vx::MemoryOBinaryChannel block;
-    if (BuildHeaderBlock(headers, size, block)) {
-      if (size != reservedSize) break;
-      reservedSize = WriteInPlace(location, block);
-      if (size == reservedSize) return size;
-      size = reservedSize;
-    } else {
-      size *= 2;
-    }
+  unsigned int expected = reservedSize;
+  while (!NeedsRewrite(headers, expected)) {
+    const unsigned int present = TryInPlace(location, headers, expected);
+    if (present == expected) return present;
+    expected = present;
   }
+  const unsigned int size = FittingSize(headers, expected);
   Rewrite(location, headers, size);
   return size;
 }

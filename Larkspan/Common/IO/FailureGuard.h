@@ -31,4 +31,18 @@ void PresentFailuresAs(const char* message, const char* fileName, unsigned int l
   }
 }
 
+/// The same, with a failure of class `Failure` wrapped too, without a word to the debug output, and
+/// with the result of `work`.
+template <class Failure, class Work>
+auto WrapFailuresAs(const char* message, Work work, const char* fileName = __builtin_FILE(),
+                    unsigned int lineNumber = __builtin_LINE()) {
+  try {
+    return work();
+  } catch (const Vx::OutOfMemoryException&) {
+    throw;
+  } catch (const VxException& exception) {
+    throw Failure(message, fileName, lineNumber, exception);
+  }
+}
+
 }  // namespace Larkspan::Common::IO

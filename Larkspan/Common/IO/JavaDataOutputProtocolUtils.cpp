@@ -8,8 +8,6 @@
 namespace Larkspan::Common::IO {
 namespace {
 
-constexpr unsigned int MaxLength = 65535;
-
 // The text in the form that goes on the channel: what stands before the first zero byte.
 Vx::String EncodeUTF(const Vx::UniString& text) {
   const Vx::ByteArray bytes = text.ToCStr(0, Vx::ToEnd, VxCharCodeUTF, OnConversionErrorFail);
@@ -19,7 +17,7 @@ Vx::String EncodeUTF(const Vx::UniString& text) {
 int WriteText(Vx::OChannel& channel, const Vx::UniString& text) {
   const Vx::String bytes = EncodeUTF(text);
   const unsigned int length = bytes.GetLength();
-  if (length > MaxLength) return Vx::StatusWriteError;
+  if (length > MaxUTFSize) return Vx::StatusWriteError;
   const int status = StatusChannel::WriteValue(channel, static_cast<unsigned short>(length));
   if (status != Vx::StatusSuccess || length == 0) return status;
   return channel.WriteBin(bytes.GetBuffer(), length, nullptr);
@@ -27,10 +25,14 @@ int WriteText(Vx::OChannel& channel, const Vx::UniString& text) {
 
 }  // namespace
 
+unsigned int GetUTFSize(const Vx::UniString& text) {
+  return EncodeUTF(text).GetLength();
+}
+
 void WriteUTF(Vx::OChannelX& channel, const Vx::UniString& text) {
   const Vx::String bytes = EncodeUTF(text);
   const unsigned int length = bytes.GetLength();
-  if (length > MaxLength) {
+  if (length > MaxUTFSize) {
     throw Vx::DataIntegrityException("String length exceeds limit.", __FILE__, __LINE__);
   }
   const auto prefix = BigEndian::Encode(static_cast<unsigned short>(length));

@@ -7,9 +7,15 @@
 
 namespace Larkspan::Common::IO {
 
+/// The most encoded bytes that a text can have on a channel.
+inline constexpr unsigned int MaxUTFSize = 65535;
+
+/// How many bytes `WriteUTF` encodes the text in, without the two that say so.
+[[nodiscard]] LARKSPAN_API unsigned int GetUTFSize(const Vx::UniString& text);
+
 /// Writes a text as Java's `writeUTF` does: the number of encoded bytes as 2 bytes, big-endian,
 /// and the text in modified UTF-8.
-/// Raises `Vx::DataIntegrityException` for a text of more than 65535 encoded bytes, before
+/// Raises `Vx::DataIntegrityException` for a text of more than `MaxUTFSize` encoded bytes, before
 /// anything is written, and `Vx::OutOfMemoryException`.
 LARKSPAN_API void WriteUTF(Vx::OChannelX& channel, const Vx::UniString& text);
 

@@ -13,6 +13,8 @@ int GetFlags(Access access) noexcept {
   switch (access) {
     case Access::Write:
       return O_WRONLY;
+    case Access::ReadAndWrite:
+      return O_RDWR;
     case Access::WriteCreated:
       return O_WRONLY | O_CREAT;
     case Access::WriteEmptied:

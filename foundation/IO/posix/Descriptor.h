@@ -13,6 +13,7 @@ namespace IO::Posix {
 enum class Access {
   Read,
   Write,         // the file must exist
+  ReadAndWrite,  // the same
   WriteCreated,  // created if missing
   WriteEmptied,  // created if missing, emptied otherwise
 };
