@@ -1,6 +1,7 @@
 #include "tools/larkspan/ArchiveReader.h"
 
-#include "foundation/Vx/OutOfMemoryException.h"
+#include <utility>
+
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/Text.h"
 
@@ -12,16 +13,18 @@ constexpr unsigned int PieceSize = 0x40000;
 
 }  // namespace
 
+void CheckHeaderSize(const std::string& subject, unsigned __int64 size, unsigned int reserved,
+                     Console& console) {
+  if (size >= reserved) return;
+  console.Warn(subject, "the archive ends inside its header and may be cut off");
+}
+
 template <class Work>
 auto ArchiveReader::Guard(Work&& work) {
-  try {
-    return work();
-  } catch (const Vx::OutOfMemoryException&) {
-    throw;
-  } catch (const VxException& exception) {
-    throw LibraryFailure(ExitCode::BadArchive, GetSubject(), "bad archive, " + DescribePlace(),
-                         exception);
-  }
+  return PresentFailures(std::forward<Work>(work), [this](const VxException& exception) {
+    return LibraryFailure(ExitCode::BadArchive, GetSubject(), "bad archive, " + DescribePlace(),
+                          exception);
+  });
 }
 
 // Where the damage is.
@@ -33,9 +36,7 @@ std::string ArchiveReader::DescribePlace() const {
 ArchiveReader::ArchiveReader(const std::string& argument, Console& messages)
     : console(messages), source(argument), channel(source), buffer(Vx::NewByteArray(PieceSize)) {
   const unsigned int reserved = Guard([this] { return channel.GetReservedHeaderSize(); });
-  if (source.GetPosition() < reserved) {
-    console.Warn(GetSubject(), "the archive ends inside its header and may be cut off");
-  }
+  CheckHeaderSize(GetSubject(), source.GetPosition(), reserved, console);
 }
 
 ArchiveReader::EntryRef ArchiveReader::Next() {

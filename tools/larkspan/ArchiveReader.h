@@ -12,6 +12,10 @@ namespace Tool {
 
 namespace Archive = Larkspan::Common::IO;
 
+/// Warns of an archive that ends, after `size` bytes, inside its header.
+void CheckHeaderSize(const std::string& subject, unsigned __int64 size, unsigned int reserved,
+                     Console& console);
+
 /// An archive from front to back, in large pieces. A bad one raises `Failure` with the archive's
 /// name. One that ends inside a name is told of as cut off: the format counts that as an end.
 class ArchiveReader final {

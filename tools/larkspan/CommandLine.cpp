@@ -126,7 +126,7 @@ class Command final {
   }
 
   template <class Value>
-  Command& Add(const char* name, Value Options::*member, const char* description,
+  Command& Add(const char* name, Value Options::*member, const std::string& description,
                const char* type = "") {
     CLI::Option* const option = app.add_option(name, (*options).*member, description);
     option->type_name(type);
@@ -162,13 +162,17 @@ class Command final {
 constexpr const char* ArchiveText = "The archive; - is standard input";
 
 void AddCreate(CLI::App& app, Request& request) {
+  using Larkspan::Common::IO::DefaultReservedHeaderSize;
+  using Larkspan::Common::IO::MinReservedHeaderSize;
   Command<CreateOptions>(app, request, "create", "Make an archive of files and folders", CreateHelp,
                          RunCreate)
       .Add("-C,--directory", &CreateOptions::folder, "What relative paths count from", "DIR")
       .Add("--method", &CreateOptions::method, "deflated (the default) or stored", "METHOD")
       .OneOf({"deflated", "stored"})
       .Add("--reserve", &CreateOptions::reserve,
-           "Room for headers, to change them in place: 0, or 256 or more; 4096 if not given",
+           "Bytes reserved for headers, to change them in place: 0, or " +
+               std::to_string(MinReservedHeaderSize) + " or more; " +
+               std::to_string(DefaultReservedHeaderSize) + " if not given",
            "BYTES")
       .Add("-H,--header", &CreateOptions::headers, "A header of the archive; any number of them",
            "NAME=VALUE")

@@ -18,7 +18,6 @@ namespace Archive = Larkspan::Common::IO;
 using Archive::ArchiveHeaders;
 
 constexpr unsigned int PieceSize = 0x40000;
-constexpr unsigned int MinReserve = 256;
 constexpr unsigned int DefaultFileMode = 0644;
 
 // The archive as it stands before the work.
@@ -81,16 +80,12 @@ ArchiveHeaders MakeHeaders(const CreateOptions& options, const FileTree& tree) {
   return headers;
 }
 
-// Doubled until the headers fit, as an update of the archive would do it.
 unsigned int ChooseReserve(unsigned int wanted, const ArchiveHeaders& headers) {
-  if (wanted == 0) return 0;
-  const unsigned __int64 size = GetHeaderSize(headers);
-  unsigned __int64 reserve = wanted;
-  while (reserve < size) reserve *= 2;
-  if (reserve > 0xFFFFFFFFU) {
-    throw Failure(ExitCode::WrongUsage, "--reserve", "more than an archive can reserve");
-  }
-  return static_cast<unsigned int>(reserve);
+  return PresentFailures([&] { return Archive::FitReservedHeaderSize(headers, wanted); },
+                         [](const VxException& exception) {
+                           return LibraryFailure(ExitCode::WrongUsage, "--reserve",
+                                                 "can't hold the headers", exception);
+                         });
 }
 
 // Writes the archive and all that goes into it.
@@ -176,8 +171,10 @@ class Creation final {
 };
 
 void CheckOptions(const CreateOptions& options) {
-  if (options.reserve != 0 && options.reserve < MinReserve) {
-    throw Failure(ExitCode::WrongUsage, "--reserve", "must be 0, or 256 or more bytes");
+  if (!Archive::IsReservedHeaderSize(options.reserve)) {
+    throw Failure(
+        ExitCode::WrongUsage, "--reserve",
+        "must be 0, or " + std::to_string(Archive::MinReservedHeaderSize) + " or more bytes");
   }
   if (options.archive.ends_with('/')) {
     throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "the name of a folder");

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "Larkspan/Common/IO/ArchiveHeaderSize.h"
 #include "tools/larkspan/Console.h"
 
 namespace Tool {
@@ -12,7 +13,7 @@ struct CreateOptions {
   std::vector<std::string> paths;
   std::string folder;  // what relative paths count from; empty for the current one
   std::string method = "deflated";
-  unsigned int reserve = 4096;
+  unsigned int reserve = Larkspan::Common::IO::DefaultReservedHeaderSize;
   std::vector<std::string> headers;  // NAME=VALUE
   bool force = false;
   std::string inputName = "stdin";

@@ -8,7 +8,6 @@
 
 #include "Larkspan/Common/IO/EntryLocation.h"
 #include "foundation/IO/FileSystem.h"
-#include "foundation/Vx/IOException.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/EntryFacts.h"
@@ -66,24 +65,22 @@ class Extraction final {
 
   ::IO::Location FindPlace(const Vx::UniString& name) {
     ::IO::Location place = PlaceFromName(name);
-    try {
-      Archive::CheckWayToEntry(folder, place);
-    } catch (const Vx::IOException& exception) {
-      throw LibraryFailure(ExitCode::SystemFailure, ToPrintable(place), "can't be written",
-                           exception);
-    }
+    PresentFailures([&] { Archive::CheckWayToEntry(folder, place); },
+                    [&](const VxException& exception) {
+                      return LibraryFailure(ExitCode::SystemFailure, ToPrintable(place),
+                                            "can't be written", exception);
+                    });
     return place;
   }
 
   ::IO::Location PlaceFromName(const Vx::UniString& name) {
-    try {
-      return Archive::LocationFromEntryName(folder, name);
-    } catch (const Vx::OutOfMemoryException&) {
-      throw;
-    } catch (const VxException& exception) {
-      throw LibraryFailure(ExitCode::BadArchive, reader.GetSubject(),
-                           "the name " + ToPrintable(name.GetView()) + " is refused", exception);
-    }
+    return PresentFailures([&] { return Archive::LocationFromEntryName(folder, name); },
+                           [&](const VxException& exception) {
+                             return LibraryFailure(
+                                 ExitCode::BadArchive, reader.GetSubject(),
+                                 "the name " + ToPrintable(name.GetView()) + " is refused",
+                                 exception);
+                           });
   }
 
   // All are looked for before the first is made: one that comes into being on the way to another

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-class VxException;
+#include "foundation/Vx/OutOfMemoryException.h"
 
 namespace Tool {
 
@@ -42,6 +42,19 @@ class Failure final : public std::exception {
 /// The same as the library tells it: `text` and the message of `reason`.
 [[nodiscard]] Failure LibraryFailure(ExitCode code, const std::string& subject,
                                      std::string_view text, const VxException& reason);
+
+/// Runs `work` and returns its result. A failure of the library comes out as what
+/// `describe(exception)` makes of it; running out of memory passes.
+template <class Work, class Describe>
+auto PresentFailures(Work&& work, Describe&& describe) {
+  try {
+    return work();
+  } catch (const Vx::OutOfMemoryException&) {
+    throw;
+  } catch (const VxException& exception) {
+    throw describe(exception);
+  }
+}
 
 /// Nobody reads the standard output any more: no failure, and no reason to go on.
 struct PipeClosed {};

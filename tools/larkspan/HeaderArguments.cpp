@@ -1,23 +1,11 @@
 #include "tools/larkspan/HeaderArguments.h"
 
+#include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
-namespace {
-
-// Widths of the archive format; see docs/archive-format.md.
-constexpr unsigned int FixedHeaderSize = 31;
-constexpr unsigned int PairSize = 4;
-constexpr unsigned int MaxTextSize = 0xFFFF;
-
-unsigned int GetEncodedSize(const Vx::UniString& text) {
-  return text.ToBytes(0, Vx::ToEnd, VxCharCodeUTF, OnConversionErrorFail).GetLength();
-}
-
-}  // namespace
-
 void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::ArchiveHeaders& headers) {
   const std::size_t equals = argument.find('=');
   if (equals == 0 || equals == argument.npos) {
@@ -35,19 +23,12 @@ void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::Archiv
 }
 
 void CheckTextLength(const Vx::UniString& text) {
-  // No unit takes more than three bytes.
-  if (text.GetLength() <= MaxTextSize / 3 || GetEncodedSize(text) <= MaxTextSize) return;
+  using Larkspan::Common::IO::MaxUTFSize;
+  if (Larkspan::Common::IO::GetUTFSize(text) <= MaxUTFSize) return;
   constexpr unsigned int shown = 40;
-  throw Failure(ExitCode::WrongUsage, ToPrintable(text.GetView().substr(0, shown)) + "...",
-                "longer than the 65535 bytes that a name or value can have");
-}
-
-unsigned __int64 GetHeaderSize(const Larkspan::Common::IO::ArchiveHeaders& headers) {
-  unsigned __int64 size = FixedHeaderSize;
-  for (const auto& [name, value] : headers.EnumeratePairs()) {
-    size += PairSize + GetEncodedSize(name) + GetEncodedSize(value);
-  }
-  return size;
+  throw Failure(
+      ExitCode::WrongUsage, ToPrintable(text.GetView().substr(0, shown)) + "...",
+      "longer than the " + std::to_string(MaxUTFSize) + " bytes that a name or value can have");
 }
 
 }  // namespace Tool

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "Larkspan/Common/IO/ArchiveEntry.h"
-#include "foundation/Vx/Types.h"
 
 namespace Tool {
 
@@ -13,8 +12,5 @@ void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::Archiv
 
 /// Raises `Failure` for a text that is too long for an archive.
 void CheckTextLength(const Vx::UniString& text);
-
-/// The bytes that an archive header with these values takes.
-[[nodiscard]] unsigned __int64 GetHeaderSize(const Larkspan::Common::IO::ArchiveHeaders& headers);
 
 }  // namespace Tool

@@ -2,7 +2,6 @@
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
 #include "foundation/IO/FileSystem.h"
-#include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/HeaderArguments.h"
@@ -15,51 +14,50 @@ namespace {
 
 using Archive::ArchiveHeaders;
 
-// The file under a name is another one after a rewrite.
-unsigned __int64 GetNode(const ::IO::Location& place) {
+::IO::Attributes GetAttributes(const ::IO::Location& location) {
   ::IO::Attributes attributes;
-  return ::IO::fileSystem.GetAttributes(place, &attributes, true) == 0 ? attributes.node : 0;
+  const int status = ::IO::fileSystem.GetAttributes(location, &attributes, true);
+  if (status != 0) throw SystemFailure(ToPrintable(location), "can't be looked at", status);
+  return attributes;
 }
 
-void ReadToEnd(const std::string& archive, Console& console) {
-  ArchiveReader reader(archive, console);
-  while (reader.Next()) {
-  }
-}
-
-// Where an update makes a new file, if it has to. Something that stands there may be a change that
-// is under way, or what somebody else keeps there: it is not for an update to remove.
-::IO::Location FindRewritePlace(const Archive::ArchiveFile& archive) {
-  Vx::UniString path(archive.GetLocation().GetPath());
-  path.Append(u".updated");
-  ::IO::Location place;
+// Where an update makes a new file. Something that stands there may be a change that is under way,
+// or what somebody else keeps there: it is not for an update to remove.
+::IO::Location FindRewriteLocation(const Archive::ArchiveFile& archive) {
+  const ::IO::Location location = archive.GetRewriteLocation();
   bool found = false;
-  int status = place.Set(path);
-  if (status == 0) status = ::IO::fileSystem.Contains(place, &found);
-  if (status != 0) throw SystemFailure(ToPrintable(path.GetView()), "can't be looked at", status);
-  if (!found) return place;
-  ArchiveHeaders headers;
-  for (const auto& [name, value] : archive.EnumerateHeaders()) headers.Put(name, value);
-  if (GetHeaderSize(headers) <= archive.GetReservedHeaderSize()) return {};
-  throw Failure(ExitCode::SystemFailure, ToPrintable(place),
+  const int status = ::IO::fileSystem.Contains(location, &found);
+  if (status != 0) throw SystemFailure(ToPrintable(location), "can't be looked at", status);
+  if (!found) return location;
+  throw Failure(ExitCode::SystemFailure, ToPrintable(location),
                 "stands where the archive is rewritten: another change is under way, or was cut "
                 "short; remove it if not");
 }
 
-// An update that failed says what it was doing, not whose fault it is: the archive's, if it can't
-// be read now either.
-void Update(const std::string& argument, Archive::ArchiveFile& archive, Console& console) {
-  const ::IO::Location place = FindRewritePlace(archive);
-  UnfinishedFile unfinished(place);
-  try {
-    archive.Update();
-    unfinished.Keep();
-  } catch (const Vx::OutOfMemoryException&) {
-    throw;
-  } catch (const VxException& exception) {
-    ReadToEnd(argument, console);
-    throw LibraryFailure(ExitCode::SystemFailure, ToPrintable(argument), "can't be changed",
-                         exception);
+void Update(Archive::ArchiveFile& archive) {
+  const ::IO::Location copy =
+      archive.NeedsRewrite() ? FindRewriteLocation(archive) : ::IO::Location();
+  UnfinishedFile unfinished(copy);
+  archive.Update();
+  unfinished.Keep();
+}
+
+template <class Change>
+void ChangeFile(const std::string& argument, Console& console, Change&& change) {
+  const ::IO::Location location = LocationFromArgument(argument);
+  Archive::ArchiveFile archive(location);
+  const unsigned int reserved = archive.GetReservedHeaderSize();
+  const ::IO::Attributes before = GetAttributes(location);
+  CheckHeaderSize(ToPrintable(argument), before.size, reserved, console);
+  change(archive);
+  if (!archive.IsUpdated()) return;
+  Update(archive);
+  if (GetAttributes(location).IsSameItem(before)) {
+    console.Detail(ToPrintable(argument), "changed in place");
+  } else {
+    console.Detail(ToPrintable(argument),
+                   "rewritten, with " + std::to_string(archive.GetReservedHeaderSize()) +
+                       " bytes reserved instead of " + std::to_string(reserved));
   }
 }
 
@@ -69,24 +67,17 @@ void ChangeHeaders(const std::string& argument, Console& console, Change&& chang
   if (argument == "-") {
     throw Failure(ExitCode::WrongUsage, "-", "headers are changed in a file; name one");
   }
-  // A bad header and a file that can't be read are told apart here.
-  const ArchiveReader reader(argument, console);
-  const unsigned int reserved = reader.GetArchive().GetReservedHeaderSize();
-  ::IO::Location place = LocationFromArgument(argument);
-  ::IO::Location real;  // a link stays one
-  if (::IO::fileSystem.Resolve(place, real) == 0) place = real;
-  Archive::ArchiveFile archive(place);
-  change(archive);
-  if (!archive.IsUpdated()) return;
-  const unsigned __int64 node = GetNode(place);
-  Update(argument, archive, console);
-  if (GetNode(place) == node) {
-    console.Detail(ToPrintable(argument), "changed in place");
-  } else {
-    console.Detail(ToPrintable(argument),
-                   "rewritten, with " + std::to_string(archive.GetReservedHeaderSize()) +
-                       " bytes reserved instead of " + std::to_string(reserved));
-  }
+  EndWhereBlocked();  // a file's name may be a pipe's
+  PresentFailures(
+      [&] { ChangeFile(argument, console, change); },
+      // The failure says what was done, not whose fault it is: the archive's, if reading it fails.
+      [&](const VxException& exception) {
+        ArchiveReader reader(argument, console);
+        while (reader.Next()) {
+        }
+        return LibraryFailure(ExitCode::SystemFailure, ToPrintable(argument), "can't be changed",
+                              exception);
+      });
 }
 
 void PrintAll(const ArchiveReader& reader, StandardOutput& output) {
