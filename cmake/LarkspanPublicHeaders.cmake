@@ -55,6 +55,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Common/UnsignedInteger16.h
     Larkspan/Common/UnsignedInteger32.h
     Larkspan/Common/UnsignedInteger64.h
+    Larkspan/Common/Version.h
     foundation/Export.h
     foundation/IO/AccessDeniedTreatment.h
     foundation/IO/Attributes.h

@@ -10,7 +10,7 @@ cmake --install "$build" --prefix "$work/installed" >/dev/null
 cmake -S "$source/tests/package" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/installed" \
   -DEXAMPLE="$source/examples/archive_in_memory.cpp" -DCMAKE_CXX_FLAGS="${CXXFLAGS:-}" >/dev/null
 cmake --build "$work/build" >/dev/null
-"$work/installed/bin/larkspan" --version >/dev/null
+"$work/installed/bin/larkspan" --version | grep -qx "larkspan $("$work/build/consumer-version")"
 "$work/build/consumer" | grep -qx "poems/violets.txt: Violets are blue."
 
 # Installed headers include nothing of ours that is not installed, and not zlib: hosts may lack its
