@@ -7,7 +7,7 @@
 
 namespace Vx {
 
-BufferedIBinaryChannel::BufferedIBinaryChannel(const Ref<IBinaryChannel, AtomicCounter>& source,
+BufferedIBinaryChannel::BufferedIBinaryChannel(const IBinaryChannelRef& source,
                                                unsigned int bufferSize)
     : wrapped(source, "Invalid binary input channel: channel is null.", __FILE__, __LINE__),
       capacity(bufferSize),

@@ -14,7 +14,7 @@ class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel, publi
  public:
   /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and throws
   /// `IllegalArgumentException` for an empty reference.
-  BufferedIBinaryChannel(const Ref<IBinaryChannel, AtomicCounter>& source, unsigned int bufferSize);
+  BufferedIBinaryChannel(const IBinaryChannelRef& source, unsigned int bufferSize);
   BufferedIBinaryChannel(IBinaryChannel& source, unsigned int bufferSize);
   ~BufferedIBinaryChannel() override;
 

@@ -6,7 +6,7 @@
 
 namespace Vx {
 
-BufferedOBinaryChannel::BufferedOBinaryChannel(const Ref<OBinaryChannel, AtomicCounter>& target,
+BufferedOBinaryChannel::BufferedOBinaryChannel(const OBinaryChannelRef& target,
                                                unsigned int bufferSize)
     : wrapped(target, "Invalid binary output channel: channel is null.", __FILE__, __LINE__),
       capacity(bufferSize),

@@ -14,7 +14,7 @@ class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel {
  public:
   /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and throws
   /// `IllegalArgumentException` for an empty reference.
-  BufferedOBinaryChannel(const Ref<OBinaryChannel, AtomicCounter>& target, unsigned int bufferSize);
+  BufferedOBinaryChannel(const OBinaryChannelRef& target, unsigned int bufferSize);
   BufferedOBinaryChannel(OBinaryChannel& target, unsigned int bufferSize);
   ~BufferedOBinaryChannel() override;
 

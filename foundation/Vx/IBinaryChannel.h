@@ -1,6 +1,8 @@
 #pragma once
 
 #include "foundation/Export.h"
+#include "foundation/Vx/AtomicCounter.h"
+#include "foundation/Vx/Ref.h"
 #include "foundation/Vx/Types.h"
 
 namespace Vx {
@@ -36,5 +38,7 @@ class FOUNDATION_API IBinaryChannel {
  protected:
   IBinaryChannel() noexcept = default;
 };
+
+using IBinaryChannelRef = Ref<IBinaryChannel, AtomicCounter>;
 
 }  // namespace Vx

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "foundation/Export.h"
+#include "foundation/Vx/AtomicCounter.h"
+#include "foundation/Vx/Ref.h"
 
 namespace Vx {
 
@@ -24,5 +26,7 @@ class FOUNDATION_API OBinaryChannel {
  protected:
   OBinaryChannel() noexcept = default;
 };
+
+using OBinaryChannelRef = Ref<OBinaryChannel, AtomicCounter>;
 
 }  // namespace Vx

@@ -57,7 +57,7 @@ void CheckPlace(const ::IO::Location& location, const ::IO::Attributes& archive)
 
 void ExtractEntry(ArchiveIBinaryChannel& archive, const ::IO::Location& location) {
   CreateParentOfFile(location);
-  const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter> file(
+  const Vx::OBinaryChannelRef file(
       Vx::New<FileOBinaryChannel>(location, false, FileShare::NoShare));
   Vx::BufferedOBinaryChannel buffered(file, WriteBufferSize);
   CopyChannel(archive, buffered, CopyStepSize);

@@ -148,7 +148,7 @@ ArchiveEnd ArchiveFile::GetEnd() const {
   return end;
 }
 
-ArchiveFile::ChannelRef ArchiveFile::GetInputChannel(const EntryRef& entry) const {
+Vx::IBinaryChannelRef ArchiveFile::GetInputChannel(const EntryRef& entry) const {
   if (entry.IsEmpty()) {
     throw Vx::IllegalArgumentException("Invalid archive entry: entry is null.", __FILE__, __LINE__);
   }
@@ -159,7 +159,7 @@ ArchiveFile::ChannelRef ArchiveFile::GetInputChannel(const EntryRef& entry) cons
     throw ArchiveException("Failed to get archive entry input channel: archive entry not found.",
                            __FILE__, __LINE__);
   }
-  return ChannelRef(Vx::New<ArchiveFileEntryIBinaryChannel>(location, entry));
+  return Vx::IBinaryChannelRef(Vx::New<ArchiveFileEntryIBinaryChannel>(location, entry));
 }
 
 void ArchiveFile::ExtractTo(const ::IO::Location& folder) const {

@@ -32,8 +32,6 @@ class LARKSPAN_API ArchiveFile final {
   using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
   using EntryList = Vx::PagedArray<EntryRef>;
   using EntryIterator = Vx::ConstRandomContainerIterator<EntryList>;
-  using ChannelRef = Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>;
-
   /// Raises `Vx::IllegalArgumentException` for a location that is not valid or empty, and
   /// `ArchiveException` if the file is not there. The file is not read.
   explicit ArchiveFile(const ::IO::Location& archiveLocation);
@@ -87,7 +85,7 @@ class LARKSPAN_API ArchiveFile final {
   /// entries before this one. Its `Close`, which the destructor calls too, reads this one to its
   /// end without verifying it again. Raises `Vx::IllegalArgumentException` for an empty reference
   /// and `ArchiveException` for any other entry.
-  [[nodiscard]] ChannelRef GetInputChannel(const EntryRef& entry) const;
+  [[nodiscard]] Vx::IBinaryChannelRef GetInputChannel(const EntryRef& entry) const;
 
   /// Writes all entries as files below `folder`, which is made if missing; files that are there are
   /// replaced. Works on a closed object too, and looks at the file only.

@@ -9,8 +9,7 @@ namespace Larkspan::Common::IO {
 
 ArchiveFileEntryIBinaryChannel::ArchiveFileEntryIBinaryChannel(
     const ::IO::Location& location, const Vx::Ref<ArchiveEntry, Vx::Counter>& entry) {
-  const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter> file(
-      Vx::New<FileIBinaryChannel>(location, FileShare::NoShare));
+  const Vx::IBinaryChannelRef file(Vx::New<FileIBinaryChannel>(location, FileShare::NoShare));
   reader = Vx::MakeRef<ArchiveIBinaryChannel, Vx::AtomicCounter>(file);
   for (auto next = reader->GetNextEntry(); next && !next->Equals(*entry);
        next = reader->GetNextEntry()) {

@@ -26,7 +26,7 @@ class ArchiveFileReader final {
   void Close() { channel.Close(); }
 
  private:
-  Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter> file;
+  Vx::IBinaryChannelRef file;
   ArchiveIBinaryChannel channel;
 };
 

@@ -145,8 +145,7 @@ void CheckFooter(T stored, T found, const char* message, unsigned int line = __b
 
 }  // namespace
 
-ArchiveIBinaryChannel::ArchiveIBinaryChannel(
-    const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel)
+ArchiveIBinaryChannel::ArchiveIBinaryChannel(const Vx::IBinaryChannelRef& channel)
     : source(channel, "Invalid binary input channel: channel is null.", __FILE__, __LINE__),
       headers(0, 0) {}
 
@@ -235,7 +234,7 @@ unsigned __int64 ArchiveIBinaryChannel::GetAvailable() const {
 void ArchiveIBinaryChannel::Close() {
   if (closed) return;
   if (crcChannel) {
-    const ChannelRef entryChannel = std::exchange(crcChannel, ChannelRef());
+    const Vx::IBinaryChannelRef entryChannel = std::exchange(crcChannel, Vx::IBinaryChannelRef());
     currentEntry.Reset();
     try {
       entryChannel->Close();
@@ -322,16 +321,16 @@ ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::StartEntry() {
     newEntry->PutHeader(headerName, value);
   });
 
-  framing = ChannelRef(Vx::New<Vx::ChunkedIBinarySubChannel>(
+  framing = Vx::IBinaryChannelRef(Vx::New<Vx::ChunkedIBinarySubChannel>(
       GetInputChannel(), JavaDataInputProtocolX::GetInstance()));
-  archivedSizeCounter = ChannelRef(Vx::New<CountingIBinaryChannel>(framing));
-  ChannelRef plain = archivedSizeCounter;
+  archivedSizeCounter = Vx::IBinaryChannelRef(Vx::New<CountingIBinaryChannel>(framing));
+  Vx::IBinaryChannelRef plain = archivedSizeCounter;
   if (method == ArchiveEntry::Deflated) {
-    plain = ChannelRef(
+    plain = Vx::IBinaryChannelRef(
         Vx::New<InflaterIBinaryChannel>(archivedSizeCounter, ArchiveFormat::CompressionBufferSize));
   }
-  sizeCounter = ChannelRef(Vx::New<CountingIBinaryChannel>(plain));
-  crcChannel = ChannelRef(Vx::New<CRC32IBinaryChannel>(sizeCounter));
+  sizeCounter = Vx::IBinaryChannelRef(Vx::New<CountingIBinaryChannel>(plain));
+  crcChannel = Vx::IBinaryChannelRef(Vx::New<CRC32IBinaryChannel>(sizeCounter));
   footerFields = 0;
   decodedWhole = placeLost = false;
   currentEntry = entry;

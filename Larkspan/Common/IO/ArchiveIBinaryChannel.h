@@ -27,7 +27,7 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
 
   /// Raises `Vx::IllegalArgumentException` for an empty reference. Reads nothing.
-  explicit ArchiveIBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel);
+  explicit ArchiveIBinaryChannel(const Vx::IBinaryChannelRef& channel);
   explicit ArchiveIBinaryChannel(Vx::IBinaryChannel& channel);
   ~ArchiveIBinaryChannel() override;
 
@@ -79,7 +79,6 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   void Close() override;
 
  private:
-  using ChannelRef = Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>;
   using ByteText = std::basic_string<char, std::char_traits<char>, Vx::Allocator<char>>;
 
   // The three fields behind an entry's data, as read or as counted.
@@ -114,10 +113,10 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   bool endsInHeader = false;
   ArchiveHeaders headers;
   // The open entry's stack of channels; all but `crcChannel` live on until the next entry.
-  ChannelRef framing;
-  ChannelRef archivedSizeCounter;
-  ChannelRef sizeCounter;
-  ChannelRef crcChannel;
+  Vx::IBinaryChannelRef framing;
+  Vx::IBinaryChannelRef archivedSizeCounter;
+  Vx::IBinaryChannelRef sizeCounter;
+  Vx::IBinaryChannelRef crcChannel;
   EntryRef currentEntry;
   // What is known of the open entry's footer, so that it can be left after a failed verification.
   Footer counted;

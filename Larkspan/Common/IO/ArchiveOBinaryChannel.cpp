@@ -57,8 +57,8 @@ class SealedOutput final : public Vx::OBinaryChannel {
 
 }  // namespace
 
-ArchiveOBinaryChannel::ArchiveOBinaryChannel(
-    const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel, unsigned int headerSize)
+ArchiveOBinaryChannel::ArchiveOBinaryChannel(const Vx::OBinaryChannelRef& channel,
+                                             unsigned int headerSize)
     : target(channel, "Invalid binary output channel: channel is null.", __FILE__, __LINE__),
       reservedHeaderSize(CheckedHeaderSize(headerSize)),
       headers(0, 0) {}
@@ -149,7 +149,7 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(
   CheckOpened();
   CheckUnsealed();
   WriteArchiveHeader();
-  // Held to the end: the name may be that of the entry before.
+  // `name` may alias the previous entry's name; keep it alive.
   const EntryRef previous = currentEntry;
   if (previous) CloseEntry(previous);
   return StartEntry(name, entryHeaders, method);
@@ -277,19 +277,19 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(
   EntryRef entry(Vx::New<ArchiveEntryImpl>(name, entryHeaders, method));
   WriteEntryHeader(entry);
 
-  const ChannelRef framing(Vx::New<Vx::ChunkedOBinarySubChannel>(
+  const Vx::OBinaryChannelRef framing(Vx::New<Vx::ChunkedOBinarySubChannel>(
       GetOutputChannel(), JavaDataOutputProtocolX::GetInstance(), ArchiveFormat::ChunkSize));
-  archivedSizeCounter = ChannelRef(Vx::New<CountingOBinaryChannel>(framing));
+  archivedSizeCounter = Vx::OBinaryChannelRef(Vx::New<CountingOBinaryChannel>(framing));
   if (method == ArchiveEntry::Deflated) {
-    deflater = ChannelRef(Vx::New<DeflaterOBinaryChannel>(
+    deflater = Vx::OBinaryChannelRef(Vx::New<DeflaterOBinaryChannel>(
         archivedSizeCounter, DeflaterOBinaryChannel::DefaultCompression,
         ArchiveFormat::CompressionBufferSize));
   } else {
     deflater.Reset();
   }
-  sizeCounter =
-      ChannelRef(Vx::New<CountingOBinaryChannel>(deflater ? deflater : archivedSizeCounter));
-  crcChannel = ChannelRef(Vx::New<CRC32OBinaryChannel>(sizeCounter));
+  sizeCounter = Vx::OBinaryChannelRef(
+      Vx::New<CountingOBinaryChannel>(deflater ? deflater : archivedSizeCounter));
+  crcChannel = Vx::OBinaryChannelRef(Vx::New<CRC32OBinaryChannel>(sizeCounter));
   currentEntry = entry;
   return entry;
 }

@@ -24,8 +24,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
 
   /// `headerSize` is the reserved size of the archive header; see ArchiveHeaderSize.h.
   /// Raises `Vx::IllegalArgumentException` for another size and for an empty reference.
-  ArchiveOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel,
-                        unsigned int headerSize);
+  ArchiveOBinaryChannel(const Vx::OBinaryChannelRef& channel, unsigned int headerSize);
   ArchiveOBinaryChannel(Vx::OBinaryChannel& channel, unsigned int headerSize);
   ~ArchiveOBinaryChannel() override;
 
@@ -76,8 +75,6 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   void Close() override;
 
  private:
-  using ChannelRef = Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>;
-
   void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   void CheckHeaderUpdatable(const char* file = __builtin_FILE(),
                             unsigned int line = __builtin_LINE()) const;
@@ -100,10 +97,10 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   ArchiveHeaders headers;
   // The open entry's stack of channels. Whether `crcChannel` is set decides whether data is taken;
   // the others live on until the next entry.
-  ChannelRef archivedSizeCounter;
-  ChannelRef sizeCounter;
-  ChannelRef deflater;
-  ChannelRef crcChannel;
+  Vx::OBinaryChannelRef archivedSizeCounter;
+  Vx::OBinaryChannelRef sizeCounter;
+  Vx::OBinaryChannelRef deflater;
+  Vx::OBinaryChannelRef crcChannel;
   EntryRef currentEntry;
   ArchiveEntry::Method defaultMethod = ArchiveEntry::Deflated;
   ArchiveSeal seal;

@@ -137,7 +137,7 @@ void CopyEntry(ArchiveIBinaryChannel& source, const ArchiveEntry& entry,
 void CopyArchive(const ::IO::Location& location, const ::IO::Location& temporary,
                  const ArchiveHeaders& headers, unsigned int size) {
   DeleteTemporary(temporary);
-  const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter> targetFile(
+  const Vx::OBinaryChannelRef targetFile(
       Vx::New<FileOBinaryChannel>(temporary, false, FileShare::NoShare));
   KeepMode(location, temporary);
   ArchiveOBinaryChannel target(targetFile, size);

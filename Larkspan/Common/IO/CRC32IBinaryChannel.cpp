@@ -5,8 +5,7 @@ namespace Larkspan::Common::IO {
 CRC32IBinaryChannel::CRC32IBinaryChannel(Vx::IBinaryChannel& channel) noexcept
     : DigestIBinaryChannel(channel) {}
 
-CRC32IBinaryChannel::CRC32IBinaryChannel(
-    const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel)
+CRC32IBinaryChannel::CRC32IBinaryChannel(const Vx::IBinaryChannelRef& channel)
     : DigestIBinaryChannel(channel) {}
 
 CRC32IBinaryChannel::~CRC32IBinaryChannel() = default;

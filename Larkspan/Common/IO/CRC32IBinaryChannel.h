@@ -12,7 +12,7 @@ namespace Larkspan::Common::IO {
 class LARKSPAN_API CRC32IBinaryChannel final : public DigestIBinaryChannel<CRC32> {
  public:
   explicit CRC32IBinaryChannel(Vx::IBinaryChannel& channel) noexcept;
-  explicit CRC32IBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel);
+  explicit CRC32IBinaryChannel(const Vx::IBinaryChannelRef& channel);
   ~CRC32IBinaryChannel() override;
 
   [[nodiscard]] unsigned int GetCRC() const noexcept { return GetDigest().GetValue(); }

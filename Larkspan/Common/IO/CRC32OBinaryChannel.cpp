@@ -5,8 +5,7 @@ namespace Larkspan::Common::IO {
 CRC32OBinaryChannel::CRC32OBinaryChannel(Vx::OBinaryChannel& channel) noexcept
     : DigestOBinaryChannel(channel) {}
 
-CRC32OBinaryChannel::CRC32OBinaryChannel(
-    const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel)
+CRC32OBinaryChannel::CRC32OBinaryChannel(const Vx::OBinaryChannelRef& channel)
     : DigestOBinaryChannel(channel) {}
 
 CRC32OBinaryChannel::~CRC32OBinaryChannel() = default;

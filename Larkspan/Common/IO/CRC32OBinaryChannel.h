@@ -12,7 +12,7 @@ namespace Larkspan::Common::IO {
 class LARKSPAN_API CRC32OBinaryChannel final : public DigestOBinaryChannel<CRC32> {
  public:
   explicit CRC32OBinaryChannel(Vx::OBinaryChannel& channel) noexcept;
-  explicit CRC32OBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel);
+  explicit CRC32OBinaryChannel(const Vx::OBinaryChannelRef& channel);
   ~CRC32OBinaryChannel() override;
 
   [[nodiscard]] unsigned int GetCRC() const noexcept { return GetDigest().GetValue(); }

@@ -5,8 +5,7 @@ namespace Larkspan::Common::IO {
 CountingIBinaryChannel::CountingIBinaryChannel(Vx::IBinaryChannel& channel) noexcept
     : DigestIBinaryChannel(channel) {}
 
-CountingIBinaryChannel::CountingIBinaryChannel(
-    const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel)
+CountingIBinaryChannel::CountingIBinaryChannel(const Vx::IBinaryChannelRef& channel)
     : DigestIBinaryChannel(channel) {}
 
 CountingIBinaryChannel::~CountingIBinaryChannel() = default;

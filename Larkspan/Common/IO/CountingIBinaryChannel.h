@@ -12,7 +12,7 @@ namespace Larkspan::Common::IO {
 class LARKSPAN_API CountingIBinaryChannel final : public DigestIBinaryChannel<ByteCount> {
  public:
   explicit CountingIBinaryChannel(Vx::IBinaryChannel& channel) noexcept;
-  explicit CountingIBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel);
+  explicit CountingIBinaryChannel(const Vx::IBinaryChannelRef& channel);
   ~CountingIBinaryChannel() override;
 
   [[nodiscard]] unsigned __int64 GetCount() const noexcept { return GetDigest().GetValue(); }

@@ -5,8 +5,7 @@ namespace Larkspan::Common::IO {
 CountingOBinaryChannel::CountingOBinaryChannel(Vx::OBinaryChannel& channel) noexcept
     : DigestOBinaryChannel(channel) {}
 
-CountingOBinaryChannel::CountingOBinaryChannel(
-    const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel)
+CountingOBinaryChannel::CountingOBinaryChannel(const Vx::OBinaryChannelRef& channel)
     : DigestOBinaryChannel(channel) {}
 
 CountingOBinaryChannel::~CountingOBinaryChannel() = default;

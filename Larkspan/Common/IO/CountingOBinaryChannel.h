@@ -12,7 +12,7 @@ namespace Larkspan::Common::IO {
 class LARKSPAN_API CountingOBinaryChannel final : public DigestOBinaryChannel<ByteCount> {
  public:
   explicit CountingOBinaryChannel(Vx::OBinaryChannel& channel) noexcept;
-  explicit CountingOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel);
+  explicit CountingOBinaryChannel(const Vx::OBinaryChannelRef& channel);
   ~CountingOBinaryChannel() override;
 
   [[nodiscard]] unsigned __int64 GetCount() const noexcept { return GetDigest().GetValue(); }

@@ -37,9 +37,8 @@ DeflaterOBinaryChannel::DeflaterOBinaryChannel(Vx::OBinaryChannel& channel, Comp
   Initialize(level, bufferSize);
 }
 
-DeflaterOBinaryChannel::DeflaterOBinaryChannel(
-    const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel, CompressionLevel level,
-    unsigned int bufferSize)
+DeflaterOBinaryChannel::DeflaterOBinaryChannel(const Vx::OBinaryChannelRef& channel,
+                                               CompressionLevel level, unsigned int bufferSize)
     : wrapped(channel, "Invalid output channel: channel is null.", __FILE__, __LINE__) {
   Initialize(level, bufferSize);
 }
@@ -57,7 +56,7 @@ void DeflaterOBinaryChannel::Initialize(CompressionLevel level, unsigned int buf
                        "Failed to allocate output buffer for deflater output channel.",
                        "Failed to allocate deflater."},
                       __FILE__, __LINE__, input, output, stream);
-  if (deflateInit_(stream.get(), level, "1.2.3", static_cast<int>(sizeof(z_stream))) != Z_OK) {
+  if (deflateInit_(stream.get(), level, ZlibVersion, static_cast<int>(sizeof(z_stream))) != Z_OK) {
     // The stream was not set up: the members free the memory, and nothing else is to be ended.
     throw Vx::IOException("Failed to initialize deflater.", __FILE__, __LINE__);
   }

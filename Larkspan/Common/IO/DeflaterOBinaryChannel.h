@@ -31,8 +31,8 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
   /// Raises `Vx::IllegalArgumentException`, `Vx::OutOfMemoryException`, `Vx::IOException`.
   DeflaterOBinaryChannel(Vx::OBinaryChannel& channel, CompressionLevel level,
                          unsigned int bufferSize);
-  DeflaterOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel,
-                         CompressionLevel level, unsigned int bufferSize);
+  DeflaterOBinaryChannel(const Vx::OBinaryChannelRef& channel, CompressionLevel level,
+                         unsigned int bufferSize);
   ~DeflaterOBinaryChannel() override;
 
   void Write(const char* data, unsigned int size) override;

@@ -38,7 +38,7 @@ class DigestIBinaryChannel : public Vx::IBinaryChannel, public Vx::PeekableInput
  protected:
   explicit DigestIBinaryChannel(Vx::IBinaryChannel& channel) noexcept
       : wrapped(channel), peekable(PeekableInput::Find(channel)) {}
-  explicit DigestIBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel)
+  explicit DigestIBinaryChannel(const Vx::IBinaryChannelRef& channel)
       : wrapped(channel, "Invalid binary input channel: channel is null.", __FILE__, __LINE__),
         peekable(PeekableInput::Find(wrapped.Get())) {}
 

@@ -22,7 +22,7 @@ class DigestOBinaryChannel : public Vx::OBinaryChannel {
 
  protected:
   explicit DigestOBinaryChannel(Vx::OBinaryChannel& channel) noexcept : wrapped(channel) {}
-  explicit DigestOBinaryChannel(const Vx::Ref<Vx::OBinaryChannel, Vx::AtomicCounter>& channel)
+  explicit DigestOBinaryChannel(const Vx::OBinaryChannelRef& channel)
       : wrapped(channel, "Invalid binary output channel: channel is null.", __FILE__, __LINE__) {}
 
   [[nodiscard]] const Digest& GetDigest() const noexcept { return digest; }

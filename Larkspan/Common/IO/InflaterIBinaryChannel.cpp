@@ -11,13 +11,13 @@
 namespace Larkspan::Common::IO {
 namespace {
 
-// Input that is borrowed: zlib is markedly faster on more input at a time than a small buffer
-// holds. Where the wrapped channel has whole pieces of the buffer's size in memory, large reads
-// decompress them there, and then take from the channel those pieces that reading one by one would
-// have taken. Given more input, zlib may look a few bits behind the last byte that it puts out,
-// into a piece that would not have been read yet; the small refill that ends each large read needs
-// that piece in any case, as long as the buffer is larger than what zlib can put out without input,
-// 258 bytes.
+// Zero-copy input: zlib is markedly faster on more input at a time than a small buffer holds. Large
+// reads decompress the blocks of the buffer's size that lie in the wrapped channel's memory, and
+// then consume as many of them as reading block by block would have.
+//
+// Given more input, zlib may look a few bits past the last byte of its output, into a block that
+// would not have been read yet. The refill that ends each large read needs that block anyway, since
+// the buffer is larger than what zlib can put out without input, 258 bytes.
 constexpr unsigned int MinBorrowingSize = 512;
 
 // Keeps sums of sizes within 32 bits; no buffer is nearly as large.
@@ -30,8 +30,8 @@ InflaterIBinaryChannel::InflaterIBinaryChannel(Vx::IBinaryChannel& channel, unsi
   Initialize(bufferSize);
 }
 
-InflaterIBinaryChannel::InflaterIBinaryChannel(
-    const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel, unsigned int bufferSize)
+InflaterIBinaryChannel::InflaterIBinaryChannel(const Vx::IBinaryChannelRef& channel,
+                                               unsigned int bufferSize)
     : wrapped(channel, "Invalid input channel: channel is null.", __FILE__, __LINE__) {
   Initialize(bufferSize);
 }
@@ -55,7 +55,7 @@ void InflaterIBinaryChannel::Initialize(unsigned int bufferSize) {
                        "Failed to allocate output buffer for inflater input channel.",
                        "Failed to allocate inflater."},
                       __FILE__, __LINE__, input, output, stream);
-  if (inflateInit_(stream.get(), "1.2.3", static_cast<int>(sizeof(z_stream))) != Z_OK) {
+  if (inflateInit_(stream.get(), ZlibVersion, static_cast<int>(sizeof(z_stream))) != Z_OK) {
     // The stream was not set up: the members free the memory, and nothing else is to be ended.
     throw Vx::IOException("Failed to initialize inflater.", __FILE__, __LINE__);
   }

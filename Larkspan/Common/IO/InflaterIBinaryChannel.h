@@ -22,8 +22,7 @@ class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
   /// pieces of at most this size.
   /// Raises `Vx::IllegalArgumentException`, `Vx::OutOfMemoryException`, `Vx::IOException`.
   InflaterIBinaryChannel(Vx::IBinaryChannel& channel, unsigned int bufferSize);
-  InflaterIBinaryChannel(const Vx::Ref<Vx::IBinaryChannel, Vx::AtomicCounter>& channel,
-                         unsigned int bufferSize);
+  InflaterIBinaryChannel(const Vx::IBinaryChannelRef& channel, unsigned int bufferSize);
   ~InflaterIBinaryChannel() override;
 
   using IBinaryChannel::Read;

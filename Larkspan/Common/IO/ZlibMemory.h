@@ -9,6 +9,9 @@
 
 namespace Larkspan::Common::IO {
 
+/// zlib compares the first character alone with its own version.
+inline constexpr const char* ZlibVersion = "1.2.3";
+
 /// Gives memory back to `Vx_free`.
 struct VxFree {
   void operator()(void* memory) const noexcept { Vx_free(memory); }
