@@ -17,7 +17,7 @@ void CheckHeaderSize(const std::string& subject, unsigned __int64 size, unsigned
                      Console& console);
 
 /// An archive from front to back, in large pieces. A bad one raises `Failure` with the archive's
-/// name. One that ends inside a name is told of as cut off: the format counts that as an end.
+/// name. One that ends inside a name is reported as truncated: the format counts that as an end.
 class ArchiveReader final {
  public:
   using EntryRef = Archive::ArchiveIBinaryChannel::EntryRef;

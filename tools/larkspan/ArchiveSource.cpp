@@ -2,6 +2,7 @@
 
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {

@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Larkspan/Common/Version.h"
 #include "tools/larkspan/CatCommand.h"
 #include "tools/larkspan/CreateCommand.h"
 #include "tools/larkspan/ExtractCommand.h"
@@ -22,72 +23,75 @@
 namespace Tool {
 namespace {
 
-constexpr const char* Version = "larkspan 0.1.0";
-
 constexpr const char* GeneralHelp =
-    "Exit codes: 0 done; 1 done, but not all of it; 2 wrong usage; 3 the system said no;\n"
-    "4 the archive is bad; 130 interrupted.\n\n"
-    "Examples:\n"
-    "  larkspan create docs.lsa docs\n"
-    "  larkspan extract -C /tmp/copy docs.lsa\n"
-    "  larkspan create - docs | larkspan extract -C /tmp/copy -\n\n"
-    "larkspan COMMAND --help tells more of a command.";
+    R"(Exit codes: 0 done; 1 done, but not all of it; 2 wrong usage; 3 the system said no;
+4 the archive is bad; 130 interrupted.
+
+Examples:
+  larkspan create docs.lsa docs
+  larkspan extract -C /tmp/copy docs.lsa
+  larkspan create - docs | larkspan extract -C /tmp/copy -
+
+larkspan COMMAND --help tells more of a command.)";
 
 constexpr const char* CreateHelp =
-    "Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are\n"
-    "relative: a root and .. are dropped. Of a link to a file the file is stored; links to "
-    "folders,\n"
-    "and what is neither file nor folder, are left out, and so is the archive itself. Hard links\n"
-    "become files of their own; of folders with files in them only the names are kept. The "
-    "archive\n"
-    "appears under its name when it is complete and on the disk. Headers that don't fit the\n"
-    "reserve double it.\n\n"
-    "Examples:\n"
-    "  larkspan create docs.lsa docs README.md\n"
-    "  larkspan create -C /srv -H owner=ada --force /backup/srv.lsa www mail\n"
-    "  date | larkspan create --stdin-name now.txt now.lsa -";
+    R"(Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are
+relative: a root and .. are dropped. Of a link to a file the file is stored; links to folders,
+and what is neither file nor folder, are left out, and so is the archive itself. Hard links
+become files of their own; of folders with files in them only the names are kept. The archive
+appears under its name when it is complete and on the disk. Headers that don't fit the
+reserve double it.
+
+Examples:
+  larkspan create docs.lsa docs README.md
+  larkspan create -C /srv -H owner=ada --force /backup/srv.lsa www mail
+  date | larkspan create --stdin-name now.txt now.lsa -)";
 
 constexpr const char* ListHelp =
-    "Control characters and bytes that are no UTF-8 are shown as \\xHH. Empty folders end with /.\n"
-    "-l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name.\n\n"
-    "Examples:\n"
-    "  larkspan list docs.lsa\n"
-    "  larkspan create - docs | larkspan list -l -";
+    R"(Control characters and bytes that are no UTF-8 are shown as \xHH. Empty folders end with /.
+-l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name.
+
+Examples:
+  larkspan list docs.lsa
+  larkspan create - docs | larkspan list -l -)";
 
 constexpr const char* ExtractHelp =
-    "NAME is an entry, or a folder with all below it. A file gets its name when it is complete\n"
-    "and verified. Times and modes of files come back, but for the set-user-ID and set-group-ID\n"
-    "bits; of folders, the modes of empty ones. Names that lead out of the target folder are\n"
-    "refused, and so is the way through a link that stands in it; the work stops there.\n\n"
-    "Examples:\n"
-    "  larkspan extract docs.lsa\n"
-    "  larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md";
+    R"(NAME is an entry, or a folder with all below it. A file gets its name when it is complete
+and verified. Times and modes of files come back, but for the set-user-ID and set-group-ID
+bits; of folders, the modes of empty ones. Names that lead out of the target folder are
+refused, and so is the way through a link that stands in it; the work stops there.
+
+Examples:
+  larkspan extract docs.lsa
+  larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md)";
 
 constexpr const char* VerifyHelp =
-    "Reads every entry and compares its data with the sizes and the CRC-32 that stand behind it.\n"
-    "Names and headers have no check of their own, and an archive that was cut exactly between\n"
-    "two entries looks complete: compare the number of entries.\n\n"
-    "Examples:\n"
-    "  larkspan verify /backup/*.lsa";
+    R"(Reads every entry and compares its data with the sizes and the CRC-32 that stand behind it.
+Names and headers have no check of their own, and an archive that was cut exactly between
+two entries looks complete: compare the number of entries.
+
+Examples:
+  larkspan verify /backup/*.lsa)";
 
 constexpr const char* CatHelp =
-    "Entries come in the order of the archive; of entries with the same name, the first. What\n"
-    "comes out is proved only when the command ends with exit code 0.\n\n"
-    "Examples:\n"
-    "  larkspan cat docs.lsa docs/README.md";
+    R"(Entries come in the order of the archive; of entries with the same name, the first. What
+comes out is proved only when the command ends with exit code 0.
+
+Examples:
+  larkspan cat docs.lsa docs/README.md)";
 
 constexpr const char* HeadersHelp =
-    "Changes go in place where they fit the room that the archive reserves; otherwise the archive\n"
-    "is written anew as ARCHIVE.updated, and the two swap names. One change at a time.\n\n"
-    "Examples:\n"
-    "  larkspan headers get docs.lsa\n"
-    "  larkspan headers get docs.lsa owner\n"
-    "  larkspan headers set docs.lsa owner=ada state=final\n"
-    "  larkspan headers clear docs.lsa state";
+    R"(Changes go in place where they fit the room that the archive reserves; otherwise the archive
+is written anew as ARCHIVE.updated, and the two swap names. One change at a time.
 
-constexpr const char* InfoHelp =
-    "Examples:\n"
-    "  larkspan info docs.lsa";
+Examples:
+  larkspan headers get docs.lsa
+  larkspan headers get docs.lsa owner
+  larkspan headers set docs.lsa owner=ada state=final
+  larkspan headers clear docs.lsa state)";
+
+constexpr const char* InfoHelp = R"(Examples:
+  larkspan info docs.lsa)";
 
 // The parser takes an argument in brackets for a list, and loses sight of "--" behind the first of
 // several names. A zero byte in front, which no argument can have, keeps it from looking closer.
@@ -130,7 +134,7 @@ class Command final {
                const char* type = "") {
     CLI::Option* const option = app.add_option(name, (*options).*member, description);
     option->type_name(type);
-    // One value each, wherever a value begins with a dash or not.
+    // One value each, whether or not it begins with a dash.
     if (name[0] == '-') option->allow_extra_args(false);
     option->transform(Unshield);
     last = option;
@@ -261,7 +265,9 @@ Request ParseCommandLine(int count, const char* const* arguments) {
   Request request;
   CLI::App app("Archives that stream, verify themselves, and carry headers.", "larkspan");
   app.footer(GeneralHelp);
-  app.set_version_flag("--version", Version);
+  app.set_version_flag("--version", "larkspan " + std::to_string(LARKSPAN_VERSION_MAJOR) + "." +
+                                        std::to_string(LARKSPAN_VERSION_MINOR) + "." +
+                                        std::to_string(LARKSPAN_VERSION_PATCH));
   app.add_flag("--verbose", request.verbose, "Tell more, and the causes of failures");
   app.add_flag("--no-progress", request.noProgress, "No line that shows the progress");
   app.require_subcommand(0, 1);

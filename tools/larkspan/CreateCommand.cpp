@@ -7,7 +7,9 @@
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/FileTree.h"
 #include "tools/larkspan/HeaderArguments.h"
+#include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/TemporaryFile.h"
 #include "tools/larkspan/Text.h"
 
@@ -92,7 +94,7 @@ unsigned int ChooseReserve(unsigned int wanted, const ArchiveHeaders& headers) {
 class Creation final {
  public:
   Creation(const CreateOptions& options, const FileTree& files, Console& messages,
-           OutputChannel& output, const ArchiveHeaders& headers)
+           Vx::OBinaryChannel& output, const ArchiveHeaders& headers)
       : tree(files),
         console(messages),
         archive(output, ChooseReserve(options.reserve, headers)),
@@ -210,7 +212,8 @@ void CreateFile(const CreateOptions& options, Console& console) {
   TemporaryFile file(folder, subject);
   // The new archive is as private as the old one. Where the system keeps no modes, there is none.
   if (target.present) static_cast<void>(file.GetFile().SetAttributes(*target.present));
-  OutputChannel output(file.GetFile(), subject);
+  OutputChannel sink(file.GetFile(), subject);
+  Vx::BufferedOBinaryChannel output(sink, OutputChannel::BufferSize);
   Creation(options, tree, console, output, headers).Run();
   output.Flush();
   CheckInterruption();

@@ -93,6 +93,29 @@ bool ModeFromText(std::u16string_view text, unsigned int& mode) {
   return true;
 }
 
+bool IsPrivate(const Larkspan::Common::IO::ArchiveEntry& entry) {
+  constexpr unsigned int readableByAll = 0444;
+  unsigned int mode = readableByAll;
+  return ModeFromText(entry.GetHeader(ModeHeader), mode) && (mode & readableByAll) != readableByAll;
+}
+
+int RestoreAttributes(const Larkspan::Common::IO::ArchiveEntry& entry, unsigned int modeMask,
+                      ::IO::File& file) {
+  ::IO::Attributes stored;
+  const bool hasMode = ModeFromText(entry.GetHeader(ModeHeader), stored.mode);
+  const bool hasTime = TimeFromText(entry.GetHeader(TimeHeader), stored);
+  if (!hasMode && !hasTime) return ::IO::StatusSuccess;
+  ::IO::Attributes present;
+  const int status = hasMode && hasTime ? ::IO::StatusSuccess : file.GetAttributes(&present);
+  if (status != ::IO::StatusSuccess) return status;
+  stored.mode = hasMode ? stored.mode & modeMask : present.mode;
+  if (!hasTime) {
+    stored.modifiedSeconds = present.modifiedSeconds;
+    stored.modifiedNanoseconds = present.modifiedNanoseconds;
+  }
+  return file.SetAttributes(stored);
+}
+
 std::string ToCalendar(__int64 seconds) {
   // Years 0 to 9999, so that the text always has the same width.
   constexpr __int64 first = -62167219200;

@@ -3,7 +3,9 @@
 #include <string>
 #include <string_view>
 
+#include "Larkspan/Common/IO/ArchiveEntry.h"
 #include "foundation/IO/Attributes.h"
+#include "foundation/IO/File.h"
 #include "foundation/Vx/UniString.h"
 
 /// What the tool keeps in headers: of a file its time and mode, of an empty folder its mode.
@@ -19,9 +21,16 @@ inline constexpr std::u16string_view FolderPrefix = u"folder:";
 /// Octal digits with a leading zero.
 [[nodiscard]] Vx::UniString ModeToText(unsigned int mode);
 
-/// The same backwards. False, with nothing changed, for a text that is something else.
+/// The inverses. False, with nothing changed, for a text that is something else.
 [[nodiscard]] bool TimeFromText(std::u16string_view text, ::IO::Attributes& attributes);
 [[nodiscard]] bool ModeFromText(std::u16string_view text, unsigned int& mode);
+
+/// Whether the entry's mode keeps anybody from reading the file.
+[[nodiscard]] bool IsPrivate(const Larkspan::Common::IO::ArchiveEntry& entry);
+/// Gives the open file what the entry's headers hold of the two, of the mode the bits in
+/// `modeMask`. Returns the status of the file.
+[[nodiscard]] int RestoreAttributes(const Larkspan::Common::IO::ArchiveEntry& entry,
+                                    unsigned int modeMask, ::IO::File& file);
 
 /// Date and time of day in UTC; the text of a time that no calendar has is a dash.
 [[nodiscard]] std::string ToCalendar(__int64 seconds);

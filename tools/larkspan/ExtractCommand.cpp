@@ -12,6 +12,7 @@
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/NameSelection.h"
+#include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/TemporaryFile.h"
 #include "tools/larkspan/Text.h"
 
@@ -25,7 +26,6 @@ constexpr unsigned int RestoredModeBits = 0777;
 // In a folder, the sticky bit takes rights away.
 constexpr unsigned int RestoredFolderBits = 01777;
 constexpr unsigned int PrivateMode = 0600;
-constexpr unsigned int ReadableByAll = 0444;
 
 ::IO::Location GetTargetFolder(const std::string& argument) {
   ::IO::Location folder = LocationFromArgument(argument.empty() ? "." : argument);
@@ -160,28 +160,14 @@ class Extraction final {
   }
 
   void WriteData(const ArchiveEntry& entry, const ::IO::Location& place, ::IO::File& file) {
-    ::IO::Attributes attributes;
-    unsigned int mode = 0;
-    const bool hasMode = EntryFacts::ModeFromText(entry.GetHeader(EntryFacts::ModeHeader), mode);
-    mode &= RestoredModeBits;
-    if (hasMode && (mode & ReadableByAll) != ReadableByAll) MakePrivate(file);
+    if (EntryFacts::IsPrivate(entry)) MakePrivate(file);
     for (auto piece = reader.ReadPiece(); !piece.empty(); piece = reader.ReadPiece()) {
       const int status =
           file.WriteBin(piece.data(), static_cast<unsigned int>(piece.size()), nullptr);
       if (status != 0) throw SystemFailure(ToPrintable(place), "can't be written", status);
     }
     reader.Verify();
-    const bool hasTime =
-        EntryFacts::TimeFromText(entry.GetHeader(EntryFacts::TimeHeader), attributes);
-    if (!hasMode && !hasTime) return;
-    ::IO::Attributes present;
-    int status = hasMode && hasTime ? 0 : file.GetAttributes(&present);
-    attributes.mode = hasMode ? mode : present.mode;
-    if (!hasTime) {
-      attributes.modifiedSeconds = present.modifiedSeconds;
-      attributes.modifiedNanoseconds = present.modifiedNanoseconds;
-    }
-    if (status == 0) status = file.SetAttributes(attributes);
+    const int status = EntryFacts::RestoreAttributes(entry, RestoredModeBits, file);
     if (status != 0) WarnOfMode(place, status);
   }
 

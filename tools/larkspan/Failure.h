@@ -18,8 +18,8 @@ enum class ExitCode : int {
   Interrupted = 130,
 };
 
-/// The end of a command, with what there is to say about it. No `VxException`, so that no channel
-/// of an archive takes it for the end of its input.
+/// The end of a command, with what there is to say about it. Deliberately not a `VxException`, so
+/// that no channel of an archive takes it for the end of its input.
 class Failure final : public std::exception {
  public:
   /// `subject` is what the failure is about, ready to be printed; `report` the chain of causes.

@@ -8,6 +8,7 @@
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
@@ -15,8 +16,8 @@ namespace {
 
 using ::IO::EntryType;
 
-// One with names below it that differ in `/` alone from names beside it comes directly before
-// them: `/` counts as the lowest of all units.
+// Sorts a folder directly before its descendants, since `/` orders below every other unit:
+// "a", "a/b", "a-b" instead of "a", "a-b", "a/b".
 bool ComesBefore(const Vx::UniString& left, const Vx::UniString& right) noexcept {
   const auto rank = [](char16_t unit) { return unit == u'/' ? 0 : unit + 1; };
   return std::ranges::lexicographical_compare(left.GetView(), right.GetView(), {}, rank, rank);
@@ -33,7 +34,7 @@ struct NamedItem {
   const FileTree::Item* item;
 };
 
-// The ones that are there twice, and folders that are not empty after all, sorted by address.
+// Items to drop, sorted by address: duplicates, and folders that turn out not to be empty.
 std::vector<const FileTree::Item*> FindDropped(const std::vector<NamedItem>& sorted) {
   std::vector<const FileTree::Item*> dropped;
   const NamedItem* last = nullptr;
@@ -55,8 +56,7 @@ std::vector<const FileTree::Item*> FindDropped(const std::vector<NamedItem>& sor
   return dropped;
 }
 
-// The names of a path, resolved without a look at the file system. `changed` tells whether the
-// path is anything but a relative one downwards.
+// Lexically normalised components. Sets `changed` if the path was absolute or contained `..`.
 std::vector<std::string_view> SplitPath(std::string_view path, bool& changed) {
   std::vector<std::string_view> names;
   if (path.starts_with('/')) changed = true;

@@ -7,7 +7,9 @@
 #include "tools/larkspan/HeaderArguments.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/Text.h"
+#include "tools/larkspan/UnfinishedFile.h"
 
 namespace Tool {
 namespace {

@@ -4,11 +4,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <mutex>
 #include <thread>
 
-#include "foundation/IO/FileSystem.h"
 #include "tools/larkspan/Failure.h"
+#include "tools/larkspan/UnfinishedFile.h"
 
 namespace Tool {
 namespace {
@@ -20,22 +19,13 @@ extern "C" void NoteSignal(int) {
   signalCame = true;
 }
 
-// Both outlive the watching thread, which nobody waits for.
-constinit std::mutex unfinishedMutex;
-constinit const ::IO::Location* unfinished = nullptr;
-
-void Remove(const ::IO::Location& location) noexcept {
-  ::IO::fileSystem.Delete(location, ::IO::DataSafety::None, ::IO::AccessDeniedTreatment::Report);
-}
-
-// The work has a moment to end in its own way.
+// Leaves the work a grace period for a clean exit.
 [[noreturn]] void Watch() {
   constexpr std::chrono::milliseconds interval(50);
   constexpr std::chrono::milliseconds patience(500);
   while (!signalCame) std::this_thread::sleep_for(interval);
   std::this_thread::sleep_for(patience);
-  const std::lock_guard guard(unfinishedMutex);
-  if (unfinished != nullptr) Remove(*unfinished);
+  RemoveUnfinishedFile();
   std::_Exit(static_cast<int>(ExitCode::Interrupted));
 }
 
@@ -58,17 +48,6 @@ void CheckInterruption() {
 void EndWhereBlocked() {
   static const bool watched = (std::thread(Watch).detach(), true);
   static_cast<void>(watched);
-}
-
-UnfinishedFile::UnfinishedFile(const ::IO::Location& location) : place(location) {
-  const std::lock_guard guard(unfinishedMutex);
-  unfinished = &place;
-}
-
-UnfinishedFile::~UnfinishedFile() {
-  const std::lock_guard guard(unfinishedMutex);
-  unfinished = nullptr;
-  if (!kept) Remove(place);
 }
 
 }  // namespace Tool

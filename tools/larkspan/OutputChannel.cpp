@@ -1,6 +1,5 @@
 #include "tools/larkspan/OutputChannel.h"
 
-#include <cstring>
 #include <utility>
 
 #include "foundation/IO/Status.h"
@@ -8,32 +7,13 @@
 #include "tools/larkspan/Interruption.h"
 
 namespace Tool {
-namespace {
-
-constexpr unsigned int BufferSize = 0x40000;
-
-}  // namespace
 
 OutputChannel::OutputChannel(::IO::File& target, std::string printableName)
-    : file(target), subject(std::move(printableName)), buffer(Vx::NewByteArray(BufferSize)) {}
+    : file(target), subject(std::move(printableName)) {}
 
 OutputChannel::~OutputChannel() = default;
 
 void OutputChannel::Write(const char* data, unsigned int size) {
-  if (size > BufferSize - gathered) Flush();
-  if (size >= BufferSize) {
-    WriteOut(data, size);
-    return;
-  }
-  if (size > 0) std::memcpy(buffer.get() + gathered, data, size);
-  gathered += size;
-}
-
-void OutputChannel::Flush() {
-  if (gathered > 0) WriteOut(buffer.get(), std::exchange(gathered, 0));
-}
-
-void OutputChannel::WriteOut(const char* data, unsigned int size) {
   const int status = file.WriteBin(data, size, nullptr);
   // A signal to the whole pipeline takes the reader away too.
   if (status != ::IO::StatusSuccess) CheckInterruption();
@@ -43,7 +23,8 @@ void OutputChannel::WriteOut(const char* data, unsigned int size) {
 
 StandardOutput::StandardOutput()
     : file(::IO::StandardStream::Output),
-      channel(file, "standard output"),
+      sink(file, "standard output"),
+      channel(sink, OutputChannel::BufferSize),
       terminal(::IO::IsTerminal(::IO::StandardStream::Output)) {
   EndWhereBlocked();
 }

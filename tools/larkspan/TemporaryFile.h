@@ -5,12 +5,12 @@
 #include "foundation/IO/File.h"
 #include "foundation/IO/Location.h"
 #include "foundation/IO/Name.h"
-#include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/UnfinishedFile.h"
 
 namespace Tool {
 
 /// A new file that stands beside its place until it is complete, under a name that nobody can
-/// guess. Removed in the end, unless it got its own name. Failures are raised as `Failure`.
+/// guess. Deleted by the destructor unless completed. Failures are raised as `Failure`.
 class TemporaryFile final {
  public:
   /// Whether a file that has the name already is replaced, or a failure.

@@ -5,8 +5,8 @@
 
 #include "foundation/IO/FileSystem.h"
 #include "foundation/Vx/ConversionErrorException.h"
+#include "foundation/Vx/OutOfMemoryException.h"
 #include "foundation/Vx/Utf16.h"
-#include "tools/larkspan/Failure.h"
 
 namespace Tool {
 namespace {
@@ -76,8 +76,9 @@ std::string EscapeForTerminal(char32_t code, View units) {
 Vx::UniString DecodeName(std::string_view name) {
   if (name.empty() || name == "." || name == "..") return Vx::UniString::FromUTF8(name);
   ::IO::Location location;
-  const int status = ::IO::fileSystem.FromNativePath("/" + std::string(name), location);
-  if (status != 0) throw SystemFailure("arguments", "can't be decoded", status);
+  if (::IO::fileSystem.FromNativePath("/" + std::string(name), location) != 0) {
+    Vx::ThrowOutOfMemory();
+  }
   return FoldBackslashes(Vx::UniString(location.GetPath().substr(1)));
 }
 
@@ -116,24 +117,10 @@ Vx::UniString FoldBackslashes(Vx::UniString name) {
   return name;
 }
 
-::IO::Location LocationFromArgument(const std::string& argument) {
-  ::IO::Location location;
-  const int status = ::IO::fileSystem.FromNativePath(argument, location);
-  if (status != 0) {
-    const std::string subject = argument.empty() ? "\"\"" : ToPrintable(argument);
-    throw Failure(ExitCode::WrongUsage, subject, "can't be a path");
-  }
-  return location;
-}
-
 std::string ToPrintable(const ::IO::Location& location) {
   Vx::UniString path(location.GetPath());
   path.ReplaceAll(u'\\', u'/');
   return ToPrintable(path.GetView());
-}
-
-std::string Count(unsigned __int64 number, const char* one, const char* many) {
-  return std::to_string(number) + " " + (number == 1 ? one : many);
 }
 
 }  // namespace Tool

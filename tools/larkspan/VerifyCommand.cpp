@@ -2,10 +2,14 @@
 
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/OutputChannel.h"
-#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
+
+// "1 entry", "2 entries".
+std::string Count(unsigned __int64 number, const char* one, const char* many) {
+  return std::to_string(number) + " " + (number == 1 ? one : many);
+}
 
 void VerifyArchive(const std::string& archive, StandardOutput& output, Console& console) {
   ArchiveReader reader(archive, console);
