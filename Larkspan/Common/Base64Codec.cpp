@@ -83,7 +83,7 @@ void EncodeRest(const char* source, std::size_t size, char* target) noexcept {
   target[3] = '=';
 }
 
-// The whole bytes in the quartet that an `=` ends behind `count` characters; gives their number.
+// The whole bytes in the quartet that an `=` ends behind `count` characters; returns their number.
 std::size_t DecodeRest(std::uint32_t bits, unsigned int count, char* target) noexcept {
   if (count < 2) return 0;
   char triplet[3];
@@ -92,9 +92,9 @@ std::size_t DecodeRest(std::uint32_t bits, unsigned int count, char* target) noe
   return count - 1;
 }
 
-// Decodes one quartet, past whatever foreign stands in it, and gives the number of its bytes.
+// Decodes one quartet, past whatever foreign stands in it, and returns the number of its bytes.
 // Moves `source` behind it, or to `end` where an `=` ends the text. What the end of the source
-// cuts off gives nothing.
+// truncates yields nothing.
 std::size_t DecodeQuartet(const char*& source, const char* end, char* target) noexcept {
   std::uint32_t bits = 0;
   unsigned int count = 0;

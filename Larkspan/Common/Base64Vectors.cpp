@@ -86,7 +86,7 @@ unsigned int CountGood(std::uint32_t foreign) {
   return static_cast<std::uint32_t>(good) ^ 0xFFFFU;
 }
 
-// Gives the foreign characters; the bytes that stand for others are right in any case.
+// Returns the foreign characters; the bytes that stand for others are right in any case.
 [[gnu::target("ssse3")]] inline std::uint32_t DecodeBlock(__m128i text, char* target) {
   const __m128i half = _mm_set1_epi8(0x0F);
   const __m128i high = _mm_and_si128(_mm_srli_epi32(text, 4), half);
@@ -112,7 +112,7 @@ unsigned int CountGood(std::uint32_t foreign) {
 [[gnu::target("ssse3")]] std::size_t DecodeSsse3(const char* source, std::size_t size,
                                                  char* target) {
   std::size_t taken = 0;
-  // 16 bytes are written for every 12: the text must have room for one quartet and a bit more.
+  // 16 bytes are written for every 12: the text must have space for one quartet and a bit more.
   for (; size - taken >= 24; taken += 16, target += 12) {
     const std::uint32_t foreign = DecodeBlock(Load(source + taken), target);
     if (foreign != 0) return taken + CountGood(foreign);

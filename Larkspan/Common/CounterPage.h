@@ -5,7 +5,7 @@
 
 namespace Larkspan::Common {
 
-/// Six bytes: room for a counter, which is so aligned on two bytes only, and a link. The link is
+/// Six bytes: a counter, which is so aligned on two bytes only, and a link. The link is
 /// the index of the next free slot while this one is free, and this one's own index while it is in
 /// use.
 struct CounterSlot {
@@ -30,7 +30,7 @@ struct CounterPage {
     slots[SlotCount - 1].link = EndOfChain;
   }
 
-  /// Takes a slot and gives the address of its value. There must be a free one.
+  /// Takes a slot and returns the address of its value. There must be a free one.
   [[nodiscard]] void* Take() noexcept {
     const std::uint16_t index = firstFree;
     CounterSlot& slot = slots[index];
@@ -40,7 +40,7 @@ struct CounterPage {
     return slot.value;
   }
 
-  /// Gives back the slot of a value that `Take` gave, and gives the page that it belongs to.
+  /// Frees the slot of a value that `Take` returned, and returns the page that it belongs to.
   static CounterPage& GiveBack(void* value) noexcept {
     auto* const slot = static_cast<CounterSlot*>(value);
     const std::uint16_t index = slot->link;

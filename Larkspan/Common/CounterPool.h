@@ -33,8 +33,9 @@ class CounterPool final {
     while (list != nullptr) DeletePage(std::exchange(list, list->next));
   }
 
-  /// Gives the address of four bytes, aligned on two. Constant time; one allocation for 677 slots.
-  /// Raises `Vx::OutOfMemoryException`, without message and cause, and has then changed nothing.
+  /// Returns the address of four bytes, aligned on two. Constant time; one allocation for 677
+  /// slots. Throws `Vx::OutOfMemoryException`, without message and cause, and has then changed
+  /// nothing.
   [[nodiscard]] void* Take() {
     const Vx::LockGuard guard(lock);
     if (list == nullptr) list = std::exchange(spare, nullptr);
@@ -48,7 +49,7 @@ class CounterPool final {
     return value;
   }
 
-  /// Takes back what `Take` of this pool gave. A null pointer is ignored.
+  /// Takes back what `Take` of this pool returned. A null pointer is ignored.
   void GiveBack(void* value) noexcept {
     if (value == nullptr) return;
     const Vx::LockGuard guard(lock);

@@ -5,7 +5,7 @@
 namespace Larkspan::Common {
 namespace {
 
-// Room for most reports, so that they are built without growing.
+// Enough for most reports, so that they are built without growing.
 constexpr unsigned int StartCapacity = 2048;
 
 void AppendException(const char* heading, const VxException& exception, Vx::UniString& report) {

@@ -7,7 +7,7 @@ namespace Larkspan::Common {
 
 /// A report of an exception and its causes for people to read. It begins with a line break and has
 /// two lines for each exception, the outermost first: its name and message, and, after a tab, the
-/// source place that raised it.
+/// source position that threw it.
 [[nodiscard]] LARKSPAN_API Vx::UniString ToString(const VxException& exception);
 
 /// Sends the report to the debug output.

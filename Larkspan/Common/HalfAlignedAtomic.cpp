@@ -1,6 +1,6 @@
-// Slots of six bytes put every second counter at an address that is even but no multiple of four,
-// where neither the language nor every processor has an atomic 32-bit operation. What seems to
-// offer itself there fails:
+// Slots of six bytes put every second counter at an address that is even but not a multiple of
+// four, where neither the language nor every processor has an atomic 32-bit operation. What seems
+// to offer itself there fails:
 //
 // - The processor's own locked instruction, where it takes such an address at all, is undefined in
 //   C++; and where the value crosses a cache line, it stops all cores for the time of the access

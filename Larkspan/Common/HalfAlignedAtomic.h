@@ -10,7 +10,8 @@
 /// process. A part of `PagedAtomicCounter`, which inlines the common half of it.
 namespace Larkspan::Common::HalfAlignedAtomic {
 
-/// The way of the values whose address is no multiple of four. `AddUnderFlag` gives the new value.
+/// The way of the values whose address is not a multiple of four. `AddUnderFlag` returns the new
+/// value.
 LARKSPAN_API unsigned int AddUnderFlag(void* value, unsigned int step) noexcept;
 [[nodiscard]] LARKSPAN_API unsigned int ReadUnderFlag(const void* value) noexcept;
 
@@ -19,13 +20,13 @@ LARKSPAN_API unsigned int AddUnderFlag(void* value, unsigned int step) noexcept;
   return address % std::atomic_ref<unsigned int>::required_alignment == 0;
 }
 
-/// Adds 1 to `value` and gives the new value.
+/// Adds 1 to `value` and returns the new value.
 inline unsigned int Increment(void* value) noexcept {
   if (!IsAligned(value)) return AddUnderFlag(value, 1);
   return Vx::AtomicIncrement(*static_cast<unsigned int*>(value));
 }
 
-/// Takes 1 from `value` and gives the new value. Whoever brings it to 0 sees all that the other
+/// Takes 1 from `value` and returns the new value. Whoever brings it to 0 sees all that the other
 /// threads did before they took theirs.
 inline unsigned int Decrement(void* value) noexcept {
   if (!IsAligned(value)) return AddUnderFlag(value, 0U - 1U);

@@ -6,16 +6,16 @@
 namespace Larkspan::Common {
 
 /// Decimal literals of 64-bit integers, -2^63 to 2^63 - 1. Leading blanks and a sign are taken, and
-/// what stands behind the digits is not looked at.
+/// what follows the digits is not looked at.
 class LARKSPAN_API Integer64 {
  public:
-  /// Reads `literal` into `value` and gives true; gives false, and leaves `value` alone, if no
+  /// Reads `literal` into `value` and returns true; returns false, and leaves `value` alone, if no
   /// number stands there or if it does not fit.
-  /// Raises `Vx::IllegalArgumentException` for an empty literal.
+  /// Throws `Vx::IllegalArgumentException` for an empty literal.
   [[nodiscard]] static bool Parse(const Vx::UniString& literal, __int64& value);
 
-  /// The same with the value as result; raises `Vx::ConversionErrorException` where the other form
-  /// gives false.
+  /// The same with the value as result; throws `Vx::ConversionErrorException` where the other form
+  /// returns false.
   [[nodiscard]] static __int64 Parse(const Vx::UniString& literal);
 
   /// In decimal, a negative value with a minus sign.

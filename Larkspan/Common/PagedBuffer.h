@@ -23,8 +23,9 @@ namespace Larkspan::Common {
 /// only `SetCapacity` makes it so. Pages fill strictly in order.
 ///
 /// Sizes, positions and capacities are 32-bit numbers of bytes. What would take the buffer beyond
-/// `MaxSize` raises `Vx::IOException`, as any output that is full does, and changes nothing; lack
-/// of memory raises `Vx::OutOfMemoryException` and leaves bytes and capacity as they were.
+/// `MaxSize` throws `Vx::IOException`, as any output that is full does, and changes nothing;
+/// running out of memory throws `Vx::OutOfMemoryException` and leaves bytes and capacity as they
+/// were.
 template <unsigned int PageSize, unsigned int FixedPages>
 class PagedBuffer final {
  public:
@@ -34,7 +35,7 @@ class PagedBuffer final {
   /// The most bytes that a buffer holds: up to here, rounding up to whole pages stays in 32 bits.
   static constexpr unsigned int MaxSize = 0xFFFFFFFFU - (PageSize - 1);
 
-  /// An empty buffer, with room as `SetCapacity` makes it; 0 takes no memory.
+  /// An empty buffer, with the capacity that `SetCapacity` makes; 0 takes no memory.
   explicit PagedBuffer(unsigned int capacity) {
     if (capacity != 0) SetCapacity(capacity);
   }
@@ -44,12 +45,12 @@ class PagedBuffer final {
 
   /// The bytes stored.
   [[nodiscard]] unsigned int GetSize() const noexcept { return size; }
-  /// The bytes there is room for, stored ones included.
+  /// The bytes that fit without growing, stored ones included.
   [[nodiscard]] unsigned int GetCapacity() const noexcept {
     return pageCount == 0 ? 0 : GetStart(pageCount) + GetPage(*this, pageCount - 1).capacity;
   }
 
-  /// Makes room for exactly `capacity` bytes, in both directions. Raises
+  /// Allocates exactly `capacity` bytes, in both directions. Throws
   /// `Vx::IllegalArgumentException` if that is less than the buffer holds.
   void SetCapacity(unsigned int capacity) {
     if (capacity < size) {
@@ -66,13 +67,13 @@ class PagedBuffer final {
     }
   }
 
-  /// Makes room for at least `capacity` bytes, by whole pages.
+  /// Allocates at least `capacity` bytes, by whole pages.
   void EnsureCapacity(unsigned int capacity) {
     CheckLimit(capacity);
     if (capacity > GetCapacity()) Grow(GetPageCount(capacity), PageSize);
   }
 
-  /// Appends all `dataSize` bytes, or none if it fails. Raises `Vx::IllegalArgumentException` for a
+  /// Appends all `dataSize` bytes, or none if it fails. Throws `Vx::IllegalArgumentException` for a
   /// null pointer and for no bytes.
   void Write(const char* data, unsigned int dataSize) {
     CheckMemory(data, dataSize);
@@ -89,8 +90,8 @@ class PagedBuffer final {
     }
   }
 
-  /// Copies out `bufferSize` bytes from `position` on, or as many as there are, and gives their
-  /// number: 0 from the end on. Raises `Vx::IllegalArgumentException` for a null pointer and for
+  /// Copies out `bufferSize` bytes from `position` on, or as many as there are, and returns their
+  /// number: 0 from the end on. Throws `Vx::IllegalArgumentException` for a null pointer and for
   /// no bytes.
   [[nodiscard]] unsigned int Read(unsigned int position, char* buffer,
                                   unsigned int bufferSize) const {

@@ -6,16 +6,16 @@
 namespace Larkspan::Common {
 
 /// Decimal literals of unsigned 32-bit integers, 0 to 4294967295. Leading blanks and a plus sign
-/// are taken, no minus sign, and what stands behind the digits is not looked at.
+/// are taken, no minus sign, and what follows the digits is not looked at.
 class LARKSPAN_API UnsignedInteger32 {
  public:
-  /// Reads `literal` into `value` and gives true; gives false, and leaves `value` alone, if no
+  /// Reads `literal` into `value` and returns true; returns false, and leaves `value` alone, if no
   /// number stands there or if it does not fit.
-  /// Raises `Vx::IllegalArgumentException` for an empty literal.
+  /// Throws `Vx::IllegalArgumentException` for an empty literal.
   [[nodiscard]] static bool Parse(const Vx::UniString& literal, unsigned int& value);
 
-  /// The same with the value as result; raises `Vx::ConversionErrorException` where the other form
-  /// gives false.
+  /// The same with the value as result; throws `Vx::ConversionErrorException` where the other form
+  /// returns false.
   [[nodiscard]] static unsigned int Parse(const Vx::UniString& literal);
 
   /// In decimal.

@@ -9,32 +9,32 @@ namespace Tool {
 namespace {
 
 // Reads as large as this are inflated without another copy.
-constexpr unsigned int PieceSize = 0x40000;
+constexpr unsigned int ChunkSize = 0x40000;
 
 }  // namespace
 
 void CheckHeaderSize(const std::string& subject, unsigned __int64 size, unsigned int reserved,
                      Console& console) {
   if (size >= reserved) return;
-  console.Warn(subject, "the archive ends inside its header and may be cut off");
+  console.Warn(subject, "the archive ends inside its header and may be truncated");
 }
 
 template <class Work>
 auto ArchiveReader::Guard(Work&& work) {
   return PresentFailures(std::forward<Work>(work), [this](const VxException& exception) {
-    return LibraryFailure(ExitCode::BadArchive, GetSubject(), "bad archive, " + DescribePlace(),
+    return LibraryFailure(ExitCode::BadArchive, GetSubject(), "bad archive, " + DescribePosition(),
                           exception);
   });
 }
 
 // Where the damage is.
-std::string ArchiveReader::DescribePlace() const {
+std::string ArchiveReader::DescribePosition() const {
   if (current) return "entry " + ToPrintable(current->GetName().GetView());
-  return previous.empty() ? "at its head" : "behind entry " + previous;
+  return previous.empty() ? "at its head" : "after entry " + previous;
 }
 
 ArchiveReader::ArchiveReader(const std::string& argument, Console& messages)
-    : console(messages), source(argument), channel(source), buffer(Vx::NewByteArray(PieceSize)) {
+    : console(messages), source(argument), channel(source), buffer(Vx::NewByteArray(ChunkSize)) {
   const unsigned int reserved = Guard([this] { return channel.GetReservedHeaderSize(); });
   CheckHeaderSize(GetSubject(), source.GetPosition(), reserved, console);
 }
@@ -47,24 +47,25 @@ ArchiveReader::EntryRef ArchiveReader::Next() {
   if (current) {
     console.GetProgress().AdvanceItem();
   } else if (source.GetPosition() > end) {
-    console.Warn(GetSubject(),
-                 "the archive ends inside the name of an entry: it is cut off there, or something "
-                 "was appended");
+    console.Warn(
+        GetSubject(),
+        "the archive ends inside the name of an entry: it is truncated there, or something "
+        "was appended");
   }
   return entry;
 }
 
-std::string_view ArchiveReader::ReadPiece() {
+std::string_view ArchiveReader::ReadChunk() {
   CheckInterruption();  // a little input can make a lot of data
   const unsigned int size =
-      Guard([this] { return channel.Read(buffer.get(), PieceSize, Vx::IBinaryChannel::ReadAll); });
+      Guard([this] { return channel.Read(buffer.get(), ChunkSize, Vx::IBinaryChannel::ReadAll); });
   console.GetProgress().Advance(size);
   return std::string_view(buffer.get(), size);
 }
 
 void ArchiveReader::Verify() {
   if (!current) return;
-  while (!ReadPiece().empty()) {
+  while (!ReadChunk().empty()) {
   }
   Guard([this] { channel.CloseEntry(); });
   previous = ToPrintable(current->GetName().GetView());

@@ -16,7 +16,7 @@ namespace Archive = Larkspan::Common::IO;
 void CheckHeaderSize(const std::string& subject, unsigned __int64 size, unsigned int reserved,
                      Console& console);
 
-/// An archive from front to back, in large pieces. A bad one raises `Failure` with the archive's
+/// An archive from front to back, in large chunks. A bad one throws `Failure` with the archive's
 /// name. One that ends inside a name is reported as truncated: the format counts that as an end.
 class ArchiveReader final {
  public:
@@ -35,17 +35,17 @@ class ArchiveReader final {
   /// Bytes of the archive so far.
   [[nodiscard]] unsigned __int64 GetPosition() const noexcept { return source.GetPosition(); }
 
-  /// Verifies the entry before and gives the next one; empty at the end.
+  /// Verifies the entry before and returns the next one; empty at the end.
   [[nodiscard]] EntryRef Next();
   /// More of the entry's data, empty at its end. Valid until the next call.
-  [[nodiscard]] std::string_view ReadPiece();
+  [[nodiscard]] std::string_view ReadChunk();
   /// Reads what is left of the entry and verifies it.
   void Verify();
 
  private:
   template <class Work>
   auto Guard(Work&& work);
-  [[nodiscard]] std::string DescribePlace() const;
+  [[nodiscard]] std::string DescribePosition() const;
 
   Console& console;
   ArchiveSource source;

@@ -9,7 +9,7 @@
 
 namespace Tool {
 
-/// The bytes of an archive, from a file or the standard input. What the system refuses is raised
+/// The bytes of an archive, from a file or the standard input. What the system refuses is thrown
 /// as `Failure`, which no channel above takes for the end of the input; an interruption as
 /// `Interrupted`.
 class ArchiveSource final : public Vx::IBinaryChannel, public Vx::PeekableInput {

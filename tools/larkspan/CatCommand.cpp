@@ -15,8 +15,8 @@ void RunCat(const CatOptions& options, Console& console) {
     const ArchiveReader::EntryRef entry = reader.Next();
     if (!entry) break;
     if (!selection.TakeOnce(entry->GetName())) continue;
-    for (auto piece = reader.ReadPiece(); !piece.empty(); piece = reader.ReadPiece()) {
-      output.Print(piece);
+    for (auto chunk = reader.ReadChunk(); !chunk.empty(); chunk = reader.ReadChunk()) {
+      output.Print(chunk);
     }
     reader.Verify();
   }

@@ -24,7 +24,7 @@ namespace Tool {
 namespace {
 
 constexpr const char* GeneralHelp =
-    R"(Exit codes: 0 done; 1 done, but not all of it; 2 wrong usage; 3 the system said no;
+    R"(Exit codes: 0 done; 1 done, but not all of it; 2 wrong usage; 3 the system refused;
 4 the archive is bad; 130 interrupted.
 
 Examples:
@@ -32,15 +32,15 @@ Examples:
   larkspan extract -C /tmp/copy docs.lsa
   larkspan create - docs | larkspan extract -C /tmp/copy -
 
-larkspan COMMAND --help tells more of a command.)";
+larkspan COMMAND --help says more about a command.)";
 
 constexpr const char* CreateHelp =
     R"(Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are
 relative: a root and .. are dropped. Of a link to a file the file is stored; links to folders,
 and what is neither file nor folder, are left out, and so is the archive itself. Hard links
 become files of their own; of folders with files in them only the names are kept. The archive
-appears under its name when it is complete and on the disk. Headers that don't fit the
-reserve double it.
+appears under its name when it is complete and synced. Headers that don't fit the
+reserved size double it.
 
 Examples:
   larkspan create docs.lsa docs README.md
@@ -48,7 +48,7 @@ Examples:
   date | larkspan create --stdin-name now.txt now.lsa -)";
 
 constexpr const char* ListHelp =
-    R"(Control characters and bytes that are no UTF-8 are shown as \xHH. Empty folders end with /.
+    R"(Control characters and bytes that are not UTF-8 are shown as \xHH. Empty folders end with /.
 -l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name.
 
 Examples:
@@ -66,7 +66,7 @@ Examples:
   larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md)";
 
 constexpr const char* VerifyHelp =
-    R"(Reads every entry and compares its data with the sizes and the CRC-32 that stand behind it.
+    R"(Reads every entry and compares its data with the sizes and the CRC-32 that follow it.
 Names and headers have no check of their own, and an archive that was cut exactly between
 two entries looks complete: compare the number of entries.
 
@@ -81,7 +81,7 @@ Examples:
   larkspan cat docs.lsa docs/README.md)";
 
 constexpr const char* HeadersHelp =
-    R"(Changes go in place where they fit the room that the archive reserves; otherwise the archive
+    R"(Changes go in place where they fit the size that the archive reserves; otherwise the archive
 is written anew as ARCHIVE.updated, and the two swap names. One change at a time.
 
 Examples:
@@ -268,8 +268,8 @@ Request ParseCommandLine(int count, const char* const* arguments) {
   app.set_version_flag("--version", "larkspan " + std::to_string(LARKSPAN_VERSION_MAJOR) + "." +
                                         std::to_string(LARKSPAN_VERSION_MINOR) + "." +
                                         std::to_string(LARKSPAN_VERSION_PATCH));
-  app.add_flag("--verbose", request.verbose, "Tell more, and the causes of failures");
-  app.add_flag("--no-progress", request.noProgress, "No line that shows the progress");
+  app.add_flag("--verbose", request.verbose, "Say more, with the causes of failures");
+  app.add_flag("--no-progress", request.noProgress, "Show no progress");
   app.require_subcommand(0, 1);
   app.fallthrough();
   AddCreate(app, request);

@@ -13,7 +13,7 @@ struct Request {
   std::function<void(Console&)> command;
 };
 
-/// Raises `Failure` for arguments that make no sense. Help is a command that prints it.
+/// Throws `Failure` for arguments that make no sense. Help is a command that prints it.
 [[nodiscard]] Request ParseCommandLine(int count, const char* const* arguments);
 
 }  // namespace Tool

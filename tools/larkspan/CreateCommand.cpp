@@ -19,12 +19,12 @@ namespace {
 namespace Archive = Larkspan::Common::IO;
 using Archive::ArchiveHeaders;
 
-constexpr unsigned int PieceSize = 0x40000;
+constexpr unsigned int ChunkSize = 0x40000;
 constexpr unsigned int DefaultFileMode = 0644;
 
 // The archive as it stands before the work.
 struct Target {
-  ::IO::Location place;
+  ::IO::Location location;
   std::optional<::IO::Attributes> present;
 };
 
@@ -32,15 +32,15 @@ Target FindTarget(const CreateOptions& options) {
   const std::string subject = ToPrintable(options.archive);
   Target target{LocationFromArgument(options.archive), std::nullopt};
   ::IO::Attributes attributes;
-  int status = ::IO::fileSystem.GetAttributes(target.place, &attributes, false);
+  int status = ::IO::fileSystem.GetAttributes(target.location, &attributes, false);
   if (status == ::IO::StatusNotFound) return target;
   if (status == 0 && attributes.type == ::IO::EntryType::SymbolicLink) {
-    status = ::IO::fileSystem.GetAttributes(target.place, &attributes, true);
+    status = ::IO::fileSystem.GetAttributes(target.location, &attributes, true);
     if (status == ::IO::StatusNotFound) status = 0;
   }
   if (status != 0) throw SystemFailure(subject, "can't be made", status);
   if (attributes.type == ::IO::EntryType::Folder || attributes.type == ::IO::EntryType::Other) {
-    throw Failure(ExitCode::SystemFailure, subject, "stands for something that is no file");
+    throw Failure(ExitCode::SystemFailure, subject, "is not a file");
   }
   if (!options.force) {
     throw Failure(ExitCode::SystemFailure, subject, "exists already; --force replaces it");
@@ -82,14 +82,6 @@ ArchiveHeaders MakeHeaders(const CreateOptions& options, const FileTree& tree) {
   return headers;
 }
 
-unsigned int ChooseReserve(unsigned int wanted, const ArchiveHeaders& headers) {
-  return PresentFailures([&] { return Archive::FitReservedHeaderSize(headers, wanted); },
-                         [](const VxException& exception) {
-                           return LibraryFailure(ExitCode::WrongUsage, "--reserve",
-                                                 "can't hold the headers", exception);
-                         });
-}
-
 // Writes the archive and all that goes into it.
 class Creation final {
  public:
@@ -97,8 +89,8 @@ class Creation final {
            Vx::OBinaryChannel& output, const ArchiveHeaders& headers)
       : tree(files),
         console(messages),
-        archive(output, ChooseReserve(options.reserve, headers)),
-        buffer(Vx::NewByteArray(PieceSize)) {
+        archive(output, Archive::FitReservedHeaderSize(headers, options.reserve)),
+        buffer(Vx::NewByteArray(ChunkSize)) {
     archive.SetMethod(options.method == "stored" ? Archive::ArchiveEntry::Stored
                                                  : Archive::ArchiveEntry::Deflated);
     for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
@@ -117,26 +109,26 @@ class Creation final {
       AddStandardInput(item);
       return;
     }
-    const ::IO::Location place = tree.GetLocation(item);
-    ::IO::File file(place, ::IO::OnNotFound::Ignore);
+    const ::IO::Location location = tree.GetLocation(item);
+    ::IO::File file(location, ::IO::OnNotFound::Ignore);
     const int status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
     if (status != 0) {
-      console.Warn(ToPrintable(place), "left out: " + DescribeStatus(status));
+      console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
       return;
     }
-    AddFile(file, item, [&place] { return ToPrintable(place); });
+    AddFile(file, item, [&location] { return ToPrintable(location); });
   }
 
   // A pipe has no time of its own, and gets none, so that equal input gives equal bytes.
   void AddStandardInput(const FileTree::Item& item) {
     EndWhereBlocked();
     ::IO::File file(::IO::StandardStream::Input);
-    FileTree::Item facts(item);
-    const bool known = file.GetAttributes(&facts.attributes) == 0;
-    if (!known) facts.attributes.type = ::IO::EntryType::Other;
-    facts.attributes.mode = DefaultFileMode;
+    FileTree::Item input(item);
+    const bool known = file.GetAttributes(&input.attributes) == 0;
+    if (!known) input.attributes.type = ::IO::EntryType::Other;
+    input.attributes.mode = DefaultFileMode;
     entryHeaders.Clear();
-    AddFile(file, facts, [] { return std::string("standard input"); });
+    AddFile(file, input, [] { return std::string("standard input"); });
     entryHeaders.Clear();
   }
 
@@ -152,7 +144,7 @@ class Creation final {
     for (int status = 0; status == 0;) {
       CheckInterruption();
       unsigned int count = 0;
-      status = file.ReadBin(buffer.get(), PieceSize, &count);
+      status = file.ReadBin(buffer.get(), ChunkSize, &count);
       if (status != 0 && status != ::IO::StatusEndOfInput) {
         throw SystemFailure(subject(), "can't be read to its end", status);
       }
@@ -205,8 +197,8 @@ void CreateFile(const CreateOptions& options, Console& console) {
   const ArchiveHeaders headers = MakeHeaders(options, tree);
   ::IO::Location folder;
   ::IO::Name name;
-  if (target.place.Split(folder, name) != 0) {
-    throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "no name of a file");
+  if (target.location.Split(folder, name) != 0) {
+    throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "not a file name");
   }
   const std::string subject = ToPrintable(options.archive);
   TemporaryFile file(folder, subject);
@@ -217,7 +209,7 @@ void CreateFile(const CreateOptions& options, Console& console) {
   Creation(options, tree, console, output, headers).Run();
   output.Flush();
   CheckInterruption();
-  file.CompleteOnDisk(
+  file.CompleteDurably(
       name, options.force ? TemporaryFile::Naming::Replacing : TemporaryFile::Naming::IfFree);
 }
 

@@ -29,7 +29,7 @@ std::string ToAscii(std::u16string_view text) {
   return result;
 }
 
-// The decimals as billionths; digits behind the ninth don't count.
+// The decimals as billionths; digits after the ninth don't count.
 bool TakeDecimals(std::string_view& text, unsigned int& billionths) {
   billionths = 0;
   if (text.empty()) return true;

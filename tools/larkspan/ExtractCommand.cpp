@@ -54,7 +54,7 @@ class Extraction final {
 
  private:
   struct EmptyFolder {
-    ::IO::Location place;
+    ::IO::Location location;
     bool existed;
     Vx::UniString mode;
   };
@@ -63,17 +63,17 @@ class Extraction final {
     return selection.IsEmpty() || selection.TakeTree(name);
   }
 
-  ::IO::Location FindPlace(const Vx::UniString& name) {
-    ::IO::Location place = PlaceFromName(name);
-    PresentFailures([&] { Archive::CheckWayToEntry(folder, place); },
+  ::IO::Location FindLocation(const Vx::UniString& name) {
+    ::IO::Location location = LocationFromName(name);
+    PresentFailures([&] { Archive::CheckWayToEntry(folder, location); },
                     [&](const VxException& exception) {
-                      return LibraryFailure(ExitCode::SystemFailure, ToPrintable(place),
+                      return LibraryFailure(ExitCode::SystemFailure, ToPrintable(location),
                                             "can't be written", exception);
                     });
-    return place;
+    return location;
   }
 
-  ::IO::Location PlaceFromName(const Vx::UniString& name) {
+  ::IO::Location LocationFromName(const Vx::UniString& name) {
     return PresentFailures([&] { return Archive::LocationFromEntryName(folder, name); },
                            [&](const VxException& exception) {
                              return LibraryFailure(
@@ -90,65 +90,67 @@ class Extraction final {
       if (!name.GetView().starts_with(EntryFacts::FolderPrefix)) continue;
       const Vx::UniString path = name.GetSubstring(EntryFacts::FolderPrefix.size());
       if (!IsWanted(path)) continue;
-      EmptyFolder row{FindPlace(path), false, value};
-      const int status = ::IO::fileSystem.Contains(row.place, &row.existed);
-      if (status != 0) throw SystemFailure(ToPrintable(row.place), "can't be looked at", status);
+      EmptyFolder row{FindLocation(path), false, value};
+      const int status = ::IO::fileSystem.Contains(row.location, &row.existed);
+      if (status != 0) throw SystemFailure(ToPrintable(row.location), "can't be looked at", status);
       emptyFolders.push_back(row);
     }
     for (const EmptyFolder& row : emptyFolders) MakeFolder(row);
   }
 
   void MakeFolder(const EmptyFolder& row) {
-    const int status = ::IO::fileSystem.CreateFolderTree(row.place);
+    const int status = ::IO::fileSystem.CreateFolderTree(row.location);
     if (status == 0 || (row.existed && options.overwrite == "skip")) return;
-    throw SystemFailure(ToPrintable(row.place), "the folder can't be made", status);
+    throw SystemFailure(ToPrintable(row.location), "the folder can't be made", status);
   }
 
   // Last, and from the deepest one upwards: a mode can take away what the work needs.
   void SetFolderModes() {
-    const auto depth = [](const EmptyFolder& row) { return row.place.GetLocalLength(); };
+    const auto depth = [](const EmptyFolder& row) { return row.location.GetLocalLength(); };
     std::ranges::stable_sort(emptyFolders, std::ranges::greater(), depth);
     for (const EmptyFolder& row : emptyFolders) {
       unsigned int mode = 0;
       const bool mayChange = !row.existed || options.overwrite == "always";
       if (!mayChange || !EntryFacts::ModeFromText(row.mode, mode)) continue;
       ::IO::Attributes attributes;
-      int status = ::IO::fileSystem.GetAttributes(row.place, &attributes, false);
+      int status = ::IO::fileSystem.GetAttributes(row.location, &attributes, false);
       attributes.mode = mode & RestoredFolderBits;
-      if (status == 0) status = ::IO::fileSystem.SetAttributes(row.place, attributes);
-      if (status != 0) WarnOfMode(row.place, status);
+      if (status == 0) status = ::IO::fileSystem.SetAttributes(row.location, attributes);
+      if (status != 0) WarnOfMode(row.location, status);
     }
   }
 
   void Extract(const ArchiveEntry& entry) {
-    const ::IO::Location place = FindPlace(entry.GetName());
-    const bool ownFile = IsOwnFile(place);
-    if (!ownFile && !IsFree(place)) return;
+    const ::IO::Location location = FindLocation(entry.GetName());
+    const bool ownFile = IsOwnFile(location);
+    if (!ownFile && !IsFree(location)) return;
     ::IO::Location parent;
     ::IO::Name name;
-    if (place.Split(parent, name) != 0) Vx::ThrowOutOfMemory();
+    if (location.Split(parent, name) != 0) Vx::ThrowOutOfMemory();
     MakeParent(parent);
-    TemporaryFile file(parent, ToPrintable(place));
-    WriteData(entry, place, file.GetFile());
+    TemporaryFile file(parent, ToPrintable(location));
+    WriteData(entry, location, file.GetFile());
     const bool replacing = ownFile || options.overwrite == "always";
     file.Complete(name,
                   replacing ? TemporaryFile::Naming::Replacing : TemporaryFile::Naming::IfFree);
   }
 
   // An archive can have a name twice, and the later entry holds.
-  bool IsOwnFile(const ::IO::Location& place) { return !written.emplace(place.GetPath()).second; }
+  bool IsOwnFile(const ::IO::Location& location) {
+    return !written.emplace(location.GetPath()).second;
+  }
 
   // False if a file stands there and stays.
-  bool IsFree(const ::IO::Location& place) {
+  bool IsFree(const ::IO::Location& location) {
     if (options.overwrite == "always") return true;
     bool found = false;
-    const int status = ::IO::fileSystem.Contains(place, &found);
-    if (status != 0) throw SystemFailure(ToPrintable(place), "can't be looked at", status);
+    const int status = ::IO::fileSystem.Contains(location, &found);
+    if (status != 0) throw SystemFailure(ToPrintable(location), "can't be looked at", status);
     if (found && options.overwrite == "fail") {
-      throw Failure(ExitCode::SystemFailure, ToPrintable(place),
+      throw Failure(ExitCode::SystemFailure, ToPrintable(location),
                     "exists already; --overwrite skip or always says what to do");
     }
-    if (found) console.Detail(ToPrintable(place), "exists already, and stays");
+    if (found) console.Detail(ToPrintable(location), "exists already, and stays");
     return !found;
   }
 
@@ -159,16 +161,16 @@ class Extraction final {
     lastParent = parent;
   }
 
-  void WriteData(const ArchiveEntry& entry, const ::IO::Location& place, ::IO::File& file) {
+  void WriteData(const ArchiveEntry& entry, const ::IO::Location& location, ::IO::File& file) {
     if (EntryFacts::IsPrivate(entry)) MakePrivate(file);
-    for (auto piece = reader.ReadPiece(); !piece.empty(); piece = reader.ReadPiece()) {
+    for (auto chunk = reader.ReadChunk(); !chunk.empty(); chunk = reader.ReadChunk()) {
       const int status =
-          file.WriteBin(piece.data(), static_cast<unsigned int>(piece.size()), nullptr);
-      if (status != 0) throw SystemFailure(ToPrintable(place), "can't be written", status);
+          file.WriteBin(chunk.data(), static_cast<unsigned int>(chunk.size()), nullptr);
+      if (status != 0) throw SystemFailure(ToPrintable(location), "can't be written", status);
     }
     reader.Verify();
     const int status = EntryFacts::RestoreAttributes(entry, RestoredModeBits, file);
-    if (status != 0) WarnOfMode(place, status);
+    if (status != 0) WarnOfMode(location, status);
   }
 
   // Nobody reads in the unfinished file what the finished one hides.
@@ -179,8 +181,8 @@ class Extraction final {
     static_cast<void>(file.SetAttributes(attributes));
   }
 
-  void WarnOfMode(const ::IO::Location& place, int status) {
-    console.Warn(ToPrintable(place), "mode and time can't be set: " + DescribeStatus(status));
+  void WarnOfMode(const ::IO::Location& location, int status) {
+    console.Warn(ToPrintable(location), "mode and time can't be set: " + DescribeStatus(status));
   }
 
   const ExtractOptions& options;

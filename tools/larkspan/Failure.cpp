@@ -32,7 +32,7 @@ std::string DescribeStatus(int status) {
   };
   constexpr Row rows[] = {
       {::IO::StatusOutOfMemory, "out of memory"},
-      {::IO::StatusInvalidLocation, "no path that the system takes"},
+      {::IO::StatusInvalidLocation, "not a path that the system takes"},
       {::IO::StatusReadError, "the device failed to read"},
       {::IO::StatusOutputFull, "no space left"},
       {::IO::StatusWriteError, "the device failed to write"},

@@ -8,7 +8,7 @@
 
 namespace Tool {
 
-/// What the program tells its caller, from good to bad.
+/// What the program returns to its caller, from good to bad.
 enum class ExitCode : int {
   Done = 0,
   Incomplete = 1,  // done, but not all of it
@@ -39,7 +39,7 @@ class Failure final : public std::exception {
 /// The system refused `action` with `status`, one of the file-system layer's.
 [[nodiscard]] Failure SystemFailure(const std::string& subject, std::string_view action,
                                     int status);
-/// The same as the library tells it: `text` and the message of `reason`.
+/// The same as the library reports it: `text` and the message of `reason`.
 [[nodiscard]] Failure LibraryFailure(ExitCode code, const std::string& subject,
                                      std::string_view text, const VxException& reason);
 

@@ -76,15 +76,15 @@ std::vector<std::string_view> SplitPath(std::string_view path, bool& changed) {
 
 }  // namespace
 
-unsigned int FileTree::AddBranch(const ::IO::Location& place, Vx::UniString prefix) {
-  branches.push_back(Branch{place, std::move(prefix)});
+unsigned int FileTree::AddBranch(const ::IO::Location& location, Vx::UniString prefix) {
+  branches.push_back(Branch{location, std::move(prefix)});
   return static_cast<unsigned int>(branches.size() - 1);
 }
 
 ::IO::Location FileTree::GetLocation(const Item& item) const {
-  ::IO::Location place(branches[item.folder].place);
-  if (place.AppendToLocal(::IO::Name(item.name)) != 0) Vx::ThrowOutOfMemory();
-  return place;
+  ::IO::Location location(branches[item.folder].location);
+  if (location.AppendToLocal(::IO::Name(item.name)) != 0) Vx::ThrowOutOfMemory();
+  return location;
 }
 
 Vx::UniString FileTree::GetEntryName(const Item& item) const {
@@ -110,18 +110,18 @@ Vx::UniString FileTree::NameFromPath(const std::string& path) {
 void FileTree::Add(const std::string& base, const std::string& path) {
   ++additions;
   const bool relative = !path.empty() && path.front() != '/' && !base.empty();
-  ::IO::Location place = LocationFromArgument(relative ? base + "/" + path : path);
+  ::IO::Location location = LocationFromArgument(relative ? base + "/" + path : path);
   ::IO::Attributes attributes;
-  const int status = ::IO::fileSystem.GetAttributes(place, &attributes, false);
+  const int status = ::IO::fileSystem.GetAttributes(location, &attributes, false);
   if (status != 0) throw SystemFailure(ToPrintable(path), "can't be read", status);
   const Vx::UniString name = NameFromPath(path);
   if (name.IsEmpty()) {
-    Walk(AddBranch(place, Vx::UniString()));
+    Walk(AddBranch(location, Vx::UniString()));
     return;
   }
-  if (place.DeleteLastLocalName() != 0) Vx::ThrowOutOfMemory();
+  if (location.DeleteLastLocalName() != 0) Vx::ThrowOutOfMemory();
   const std::size_t slash = name.GetView().rfind(u'/') + 1;  // 0 where there is none
-  Visit(AddBranch(place, Vx::UniString(name.GetView().substr(0, slash))),
+  Visit(AddBranch(location, Vx::UniString(name.GetView().substr(0, slash))),
         Vx::UniString(name.GetView().substr(slash)));
 }
 
@@ -140,15 +140,15 @@ void FileTree::AddStandardInput(const std::string& name) {
 
 void FileTree::Visit(unsigned int folder, Vx::UniString name) {
   CheckInterruption();
-  ::IO::Location place(branches[folder].place);
-  int status = place.AppendToLocal(::IO::Name(name));
+  ::IO::Location location(branches[folder].location);
+  int status = location.AppendToLocal(::IO::Name(name));
   ::IO::Attributes attributes;
-  if (status == 0) status = ::IO::fileSystem.GetAttributes(place, &attributes, false);
+  if (status == 0) status = ::IO::fileSystem.GetAttributes(location, &attributes, false);
   if (status != 0) {
-    console.Warn(ToPrintable(place), "left out: " + DescribeStatus(status));
+    console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
     return;
   }
-  if (attributes.type == EntryType::SymbolicLink && !FindAttributes(place, attributes)) return;
+  if (attributes.type == EntryType::SymbolicLink && !FindAttributes(location, attributes)) return;
   if (attributes.type == EntryType::File) {
     Take(folder, std::move(name), attributes);
   } else if (attributes.type == EntryType::Folder) {
@@ -156,21 +156,21 @@ void FileTree::Visit(unsigned int folder, Vx::UniString name) {
     prefix.Append(name.GetView());
     prefix.Append(u'/');
     const std::size_t before = items.size();
-    Walk(AddBranch(place, std::move(prefix)));
+    Walk(AddBranch(location, std::move(prefix)));
     if (items.size() == before) items.push_back(Item{folder, std::move(name), attributes});
   } else {
-    console.Warn(ToPrintable(place), "left out: neither file nor folder");
+    console.Warn(ToPrintable(location), "left out: neither file nor folder");
   }
 }
 
 // What the link leads to; false for what is left out.
-bool FileTree::FindAttributes(const ::IO::Location& place, ::IO::Attributes& attributes) {
-  if (::IO::fileSystem.GetAttributes(place, &attributes, true) != 0) {
-    console.Warn(ToPrintable(place), "left out: a link that leads nowhere");
+bool FileTree::FindAttributes(const ::IO::Location& location, ::IO::Attributes& attributes) {
+  if (::IO::fileSystem.GetAttributes(location, &attributes, true) != 0) {
+    console.Warn(ToPrintable(location), "left out: a link that leads nowhere");
     return false;
   }
   if (attributes.type == EntryType::Folder) {
-    console.Warn(ToPrintable(place), "left out: a link to a folder; name the folder itself");
+    console.Warn(ToPrintable(location), "left out: a link to a folder; name the folder itself");
     return false;
   }
   return true;
@@ -184,16 +184,16 @@ void FileTree::Take(unsigned int folder, Vx::UniString name, const ::IO::Attribu
   items.pop_back();
 }
 
-bool FileTree::ListNames(const ::IO::Location& place, ::IO::Folder::Names& names) {
-  ::IO::Folder folder(place, ::IO::OnNotFound::Fail);
+bool FileTree::ListNames(const ::IO::Location& location, ::IO::Folder::Names& names) {
+  ::IO::Folder folder(location, ::IO::OnNotFound::Fail);
   const int status = folder.GetNames(names);
-  if (status != 0) console.Warn(ToPrintable(place), "left out: " + DescribeStatus(status));
+  if (status != 0) console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
   return status == 0;
 }
 
 void FileTree::Walk(unsigned int folder) {
   ::IO::Folder::Names names;
-  if (!ListNames(branches[folder].place, names)) return;
+  if (!ListNames(branches[folder].location, names)) return;
   std::ranges::sort(names);
   for (Vx::UniString& name : names) Visit(folder, std::move(name));
 }

@@ -12,7 +12,7 @@
 namespace Tool {
 
 /// The files and empty folders that some paths lead to, in an order that depends on nothing but
-/// paths and names. It is a list of names and facts; no content is read.
+/// paths and names. It is a list of names and metadata; no content is read.
 ///
 /// A link to a file counts as the file. Links to folders, and what is neither file nor folder, are
 /// left out with a warning.
@@ -32,17 +32,17 @@ class FileTree final {
 
   explicit FileTree(Console& messages) noexcept : console(messages) {}
 
-  /// Leaves out the file of this device and node: the archive itself.
+  /// Leaves out the file of this device and inode: the archive itself.
   void Exclude(const ::IO::Attributes& attributes) { excluded.push_back(attributes); }
 
-  /// All below the place that the argument names, counted from the folder `base`, a path as the
+  /// All below the path that the argument names, counted from the folder `base`, a path as the
   /// platform writes it or nothing. The entries' names are the path's: without a root, and with
-  /// `.` and `..` resolved or dropped, which is told once. Raises `Failure` where nothing is.
+  /// `.` and `..` resolved or dropped, which is reported once. Throws `Failure` where nothing is.
   void Add(const std::string& base, const std::string& path);
   /// The standard input, as one file of that name.
   void AddStandardInput(const std::string& name);
 
-  /// Drops what was found twice. Raises `Failure` for two different files of one name, and for a
+  /// Drops what was found twice. Throws `Failure` for two different files of one name, and for a
   /// file that has the name of a folder.
   void CheckNames();
 
@@ -53,17 +53,17 @@ class FileTree final {
 
  private:
   struct Branch {
-    ::IO::Location place;
+    ::IO::Location location;
     Vx::UniString prefix;  // of the entries' names: empty, or ends with `/`
   };
 
-  unsigned int AddBranch(const ::IO::Location& place, Vx::UniString prefix);
+  unsigned int AddBranch(const ::IO::Location& location, Vx::UniString prefix);
   Vx::UniString NameFromPath(const std::string& path);
   void Visit(unsigned int folder, Vx::UniString name);
-  bool FindAttributes(const ::IO::Location& place, ::IO::Attributes& attributes);
+  bool FindAttributes(const ::IO::Location& location, ::IO::Attributes& attributes);
   void Take(unsigned int folder, Vx::UniString name, const ::IO::Attributes& attributes);
   void Walk(unsigned int folder);
-  bool ListNames(const ::IO::Location& place, ::IO::Folder::Names& names);
+  bool ListNames(const ::IO::Location& location, ::IO::Folder::Names& names);
 
   Console& console;
   std::vector<::IO::Attributes> excluded;

@@ -6,11 +6,11 @@
 
 namespace Tool {
 
-/// Puts the header that an argument NAME=VALUE says. Raises `Failure` for any other argument, and
+/// Puts the header that an argument NAME=VALUE says. Throws `Failure` for any other argument, and
 /// for texts that are too long for an archive.
 void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::ArchiveHeaders& headers);
 
-/// Raises `Failure` for a text that is too long for an archive.
+/// Throws `Failure` for a text that is too long for an archive.
 void CheckTextLength(const Vx::UniString& text);
 
 }  // namespace Tool

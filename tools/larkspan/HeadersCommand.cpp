@@ -32,8 +32,8 @@ using Archive::ArchiveHeaders;
   if (status != 0) throw SystemFailure(ToPrintable(location), "can't be looked at", status);
   if (!found) return location;
   throw Failure(ExitCode::SystemFailure, ToPrintable(location),
-                "stands where the archive is rewritten: another change is under way, or was cut "
-                "short; remove it if not");
+                "stands where the archive is rewritten: another change is under way, or was "
+                "interrupted; remove it if not");
 }
 
 void Update(Archive::ArchiveFile& archive) {
@@ -63,7 +63,7 @@ void ChangeFile(const std::string& argument, Console& console, Change&& change) 
   }
 }
 
-// Reads the headers, lets `change` work on them, and brings them to the file.
+// Reads the headers, lets `change` work on them, and updates the file.
 template <class Change>
 void ChangeHeaders(const std::string& argument, Console& console, Change&& change) {
   if (argument == "-") {
@@ -96,7 +96,7 @@ std::string FormatValue(const Vx::UniString& value) {
 
 Vx::UniString NameFromArgument(const std::string& argument) {
   if (!argument.empty()) return TextFromArgument(argument);
-  throw Failure(ExitCode::WrongUsage, "\"\"", "no name of a header");
+  throw Failure(ExitCode::WrongUsage, "\"\"", "not a header name");
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ struct HeadersClearOptions {
 };
 
 /// Print or change the headers of an archive. Changes are made in place where they fit; else the
-/// archive is rewritten beside its place, and takes its name when it is complete.
+/// archive is rewritten beside itself, and the copy takes its name when it is complete.
 void RunHeadersGet(const HeadersGetOptions& options, Console& console);
 void RunHeadersSet(const HeadersSetOptions& options, Console& console);
 /// `all` leaves the headers that stand for empty folders.

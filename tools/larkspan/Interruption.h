@@ -9,7 +9,7 @@ struct Interrupted {};
 /// Takes notice of signals from now on, and makes a closed pipe a failure of writing.
 void InstallInterruption() noexcept;
 
-/// Raises `Interrupted` if a signal has come.
+/// Throws `Interrupted` if a signal has come.
 void CheckInterruption();
 
 /// From now on the process also ends, with its unfinished file removed, when blocked in a system

@@ -8,7 +8,7 @@
 namespace Tool {
 namespace {
 
-// As a shell completes it: perhaps with `./` in front and `/` behind.
+// As a shell completes it: perhaps with a leading `./` and a trailing `/`.
 Vx::UniString ToName(std::string_view argument) {
   while (argument.starts_with("./")) argument.remove_prefix(2);
   while (argument.size() > 1 && argument.ends_with('/')) argument.remove_suffix(1);

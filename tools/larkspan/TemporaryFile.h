@@ -9,8 +9,8 @@
 
 namespace Tool {
 
-/// A new file that stands beside its place until it is complete, under a name that nobody can
-/// guess. Deleted by the destructor unless completed. Failures are raised as `Failure`.
+/// A new file that stands beside its final path until it is complete, under a name that nobody can
+/// guess. Deleted by the destructor unless completed. Failures are thrown as `Failure`.
 class TemporaryFile final {
  public:
   /// Whether a file that has the name already is replaced, or a failure.
@@ -21,16 +21,16 @@ class TemporaryFile final {
 
   [[nodiscard]] ::IO::File& GetFile() noexcept { return file; }
 
-  /// Gives the file its name. It is complete after that, but perhaps not on the disk.
+  /// Gives the file its name. It is complete after that, but perhaps not durable.
   void Complete(const ::IO::Name& name, Naming naming);
-  /// The same; file and name are on the disk afterwards.
-  void CompleteOnDisk(const ::IO::Name& name, Naming naming);
+  /// The same; file and name are durable afterwards.
+  void CompleteDurably(const ::IO::Name& name, Naming naming);
 
  private:
   void Close();
   void Check(int status, const char* action) const;
 
-  const ::IO::Location place;
+  const ::IO::Location location;
   const std::string subject;
   UnfinishedFile unfinished;
   ::IO::File file;

@@ -34,7 +34,7 @@ std::string ToUTF8(View text) {
   return Vx::UniString(text).ToUTF8();
 }
 
-// UTF-8, with the characters for which `escape` gives a text replaced by it.
+// UTF-8, with the characters for which `escape` returns a text replaced by it.
 template <class Escape>
 std::string Encode(View text, Escape&& escape) {
   std::string result;
@@ -72,7 +72,7 @@ std::string EscapeForTerminal(char32_t code, View units) {
   return IsObeyedByTerminals(code) ? ToHex(ToUTF8(units)) : std::string();
 }
 
-// One name of a path that is no UTF-8. The file system knows how it reads such names.
+// One name of a path that is not UTF-8. The file system knows how it reads such names.
 Vx::UniString DecodeName(std::string_view name) {
   if (name.empty() || name == "." || name == "..") return Vx::UniString::FromUTF8(name);
   ::IO::Location location;

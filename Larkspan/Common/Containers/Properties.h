@@ -7,9 +7,9 @@
 namespace Larkspan::Common::Containers {
 
 /// Named string values, in the order in which they came; a removal puts the last one in the place
-/// of the removed. Names are never empty, values may be. Growing raises `Vx::OutOfMemoryException`.
+/// of the removed. Names are never empty, values may be. Growing throws `Vx::OutOfMemoryException`.
 ///
-/// Every operation with a key raises `Vx::IllegalArgumentException`, "Invalid key.", for an empty
+/// Every operation with a key throws `Vx::IllegalArgumentException`, "Invalid key.", for an empty
 /// one, and changes nothing then. Finding a key takes constant time on average.
 class LARKSPAN_API Properties {
  public:
@@ -20,8 +20,8 @@ class LARKSPAN_API Properties {
   Properties() noexcept;
   Properties(const Properties& source);
   ~Properties();
-  /// Replaces all by the properties of `source`, in the same order. Lack of memory leaves the
-  /// first of them.
+  /// Replaces all by the properties of `source`, in the same order. Running out of memory leaves
+  /// the first of them.
   Properties& operator=(const Properties& source);
 
   /// Whether both have the same keys with the same values, in whatever order.
@@ -30,7 +30,7 @@ class LARKSPAN_API Properties {
 
   [[nodiscard]] unsigned int GetSize() const noexcept;
   [[nodiscard]] bool IsEmpty() const noexcept;
-  /// Removes all and gives the memory back.
+  /// Removes all and frees the memory.
   void Clear() noexcept;
 
   [[nodiscard]] bool HasProperty(const Vx::UniString& key) const;
@@ -38,8 +38,8 @@ class LARKSPAN_API Properties {
   /// The value, or an empty text for a key that is not there.
   [[nodiscard]] Vx::UniString GetProperty(const Vx::UniString& key) const;
 
-  /// Assigns the value and gives true; gives false, and leaves `value` alone, for a key that is not
-  /// there.
+  /// Assigns the value and returns true; returns false, and leaves `value` alone, for a key that is
+  /// not there.
   [[nodiscard]] bool GetProperty(const Vx::UniString& key, Vx::UniString& value) const;
 
   /// The value itself, or `defaultValue` itself for a key that is not there; nothing is copied.
@@ -48,12 +48,12 @@ class LARKSPAN_API Properties {
   [[nodiscard]] const Vx::UniString& GetProperty(const Vx::UniString& key,
                                                  const Vx::UniString& defaultValue) const;
 
-  /// Replaces the value of a key in its place, or adds the key at the end. Lack of memory changes
-  /// nothing.
+  /// Replaces the value of a key in its place, or adds the key at the end. Running out of memory
+  /// changes nothing.
   void SetProperty(const Vx::UniString& key, const Vx::UniString& value);
 
-  /// A key that is not there is no failure. Lack of memory, if giving memory back needs some, is
-  /// raised when the property is gone.
+  /// A key that is not there is no failure. Running out of memory, if freeing memory needs some, is
+  /// thrown when the property is gone.
   void RemoveProperty(const Vx::UniString& key);
 
   /// At the first property. Also stands in a range-based `for`:

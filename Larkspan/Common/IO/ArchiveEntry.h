@@ -38,11 +38,11 @@ class LARKSPAN_API ArchiveEntry {
   [[nodiscard]] virtual unsigned int GetHeaderCount() const noexcept = 0;
   [[nodiscard]] virtual bool HasHeaders() const noexcept = 0;
   [[nodiscard]] virtual ArchiveHeaderIterator EnumerateHeaders() const = 0;
-  /// The operations with a header's name raise `Vx::IllegalArgumentException` for an empty one.
+  /// The operations with a header's name throw `Vx::IllegalArgumentException` for an empty one.
   [[nodiscard]] virtual bool ConstainsHeader(const Vx::UniString& name) const = 0;
   /// The value, or an empty string if there is no such header.
   [[nodiscard]] virtual Vx::UniString GetHeader(const Vx::UniString& name) const;
-  /// Assigns the value and gives true, or leaves `value` alone and gives false.
+  /// Assigns the value and returns true, or leaves `value` alone and returns false.
   virtual bool GetHeader(const Vx::UniString& name, Vx::UniString& value) const = 0;
 
   [[nodiscard]] virtual Method GetMethod() const noexcept = 0;

@@ -7,7 +7,7 @@ namespace Larkspan::Common::IO {
 /// The entry that the channels make and fill.
 class ArchiveEntryImpl final : public ArchiveEntry {
  public:
-  /// An entry without headers. Raises `Vx::IllegalArgumentException` for an empty name.
+  /// An entry without headers. Throws `Vx::IllegalArgumentException` for an empty name.
   ArchiveEntryImpl(const Vx::UniString& name, Method method);
   /// An entry with a copy of `headers`, whose names must not be empty either.
   ArchiveEntryImpl(const Vx::UniString& name, const ArchiveHeaders& headers, Method method);

@@ -41,7 +41,7 @@ void CreateParentOfFile(const ::IO::Location& location) {
   }
 }
 
-// What stands at the place now must be a file, and not the archive that is being read.
+// What is at the location now must be a file, and not the archive that is being read.
 void CheckPlace(const ::IO::Location& location, const ::IO::Attributes& archive) {
   ::IO::Attributes present;
   if (::IO::fileSystem.GetAttributes(location, &present, true) != 0) return;

@@ -32,7 +32,7 @@ class LARKSPAN_API ArchiveFile final {
   using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
   using EntryList = Vx::PagedArray<EntryRef>;
   using EntryIterator = Vx::ConstRandomContainerIterator<EntryList>;
-  /// Raises `Vx::IllegalArgumentException` for a location that is not valid or empty, and
+  /// Throws `Vx::IllegalArgumentException` for a location that is not valid or empty, and
   /// `ArchiveException` if the file is not there. The file is not read.
   explicit ArchiveFile(const ::IO::Location& archiveLocation);
   ArchiveFile(const ArchiveFile&) = delete;
@@ -45,7 +45,7 @@ class LARKSPAN_API ArchiveFile final {
   void Close() noexcept { closed = true; }
   [[nodiscard]] const ::IO::Location& GetLocation() const noexcept { return location; }
 
-  /// The room in bytes that the file keeps for its header, 0 for none. After an `Update` that
+  /// The bytes that the file reserves for its header, 0 for none. After an `Update` that
   /// rewrote the file, that of the new file.
   [[nodiscard]] unsigned int GetReservedHeaderSize() const;
   [[nodiscard]] unsigned int GetHeaderCount() const;
@@ -55,7 +55,7 @@ class LARKSPAN_API ArchiveFile final {
   bool GetHeader(const Vx::UniString& name, Vx::UniString& value) const;
   [[nodiscard]] Vx::UniString GetHeader(const Vx::UniString& name) const;
 
-  /// Changes in memory; `Update` brings them to the file.
+  /// Changes in memory; `Update` writes them to the file.
   void PutHeader(const Vx::UniString& name, const Vx::UniString& value);
   void ClearHeader(const Vx::UniString& name);
   void ClearHeaders();
@@ -76,14 +76,14 @@ class LARKSPAN_API ArchiveFile final {
   /// footer for the end, as the format has it, so that damage in the name of an entry hides that
   /// entry and all behind it from them: who needs all entries asks here. Costs nothing once the
   /// entries have been read, and else one pass that decodes and verifies nothing and seeks over the
-  /// data, linear in the number of entries and frames. Raises `ArchiveException` and
+  /// data, linear in the number of entries and frames. Throws `ArchiveException` and
   /// `Vx::EndOfInputException` where that pass can't find the end.
   [[nodiscard]] ArchiveEnd GetEnd() const;
 
   /// The plain data of `entry`, which must come from this object and be the last of its name. The
   /// channel owns a file and a reader of its own and may outlive this object. Opening it reads all
   /// entries before this one. Its `Close`, which the destructor calls too, reads this one to its
-  /// end without verifying it again. Raises `Vx::IllegalArgumentException` for an empty reference
+  /// end without verifying it again. Throws `Vx::IllegalArgumentException` for an empty reference
   /// and `ArchiveException` for any other entry.
   [[nodiscard]] Vx::IBinaryChannelRef GetInputChannel(const EntryRef& entry) const;
 
@@ -93,17 +93,17 @@ class LARKSPAN_API ArchiveFile final {
   /// A name is refused that leads out of the folder, through a symbolic link below it, to the
   /// archive itself, or to a device or pipe; nobody else may change the folder meanwhile. Each
   /// entry is verified after its file is complete; on failure all files so far stay. Whether these
-  /// are all entries that were written, `GetEnd` tells. Raises
+  /// are all entries that were written, `GetEnd` tells. Throws
   /// `Vx::IllegalArgumentException` for the folder's location, `ArchiveException` if the folder
   /// can't be made, and else `Vx::IOException` with the reason as cause.
   void ExtractTo(const ::IO::Location& folder) const;
 
-  /// Brings changed headers to the file. If they fit the room reserved for them, the first bytes
+  /// Writes changed headers to the file. If they fit the size reserved for them, the first bytes
   /// of the file are replaced, at a cost that does not depend on its size; a process killed on the
-  /// way leaves old or new headers if that room is at most 4096 bytes. Otherwise the archive is
+  /// way leaves old or new headers if that size is at most 4096 bytes. Otherwise the archive is
   /// copied to a file beside it (its name and ".updated"; a file that has that name is removed),
   /// and the two swap names: whatever happens, a complete archive stands under the name. The file
-  /// that a symbolic link leads to is rewritten where it is. Raises `ArchiveException` and the
+  /// that a symbolic link leads to is rewritten where it is. Throws `ArchiveException` and the
   /// failures of the channels; the file is then as it was, unless writing in place failed.
   void Update();
   /// Whether `Update` would copy the archive, as far as this object knows the file.

@@ -10,7 +10,7 @@ namespace Larkspan::Common::IO {
 class ArchiveFileEntryIBinaryChannel final : public Vx::IBinaryChannel {
  public:
   /// Opens the file and walks to the first entry that equals `entry`, verifying all before it.
-  /// Raises `ArchiveException` if there is none.
+  /// Throws `ArchiveException` if there is none.
   ArchiveFileEntryIBinaryChannel(const ::IO::Location& location,
                                  const Vx::Ref<ArchiveEntry, Vx::Counter>& entry);
   ~ArchiveFileEntryIBinaryChannel() override;

@@ -6,14 +6,14 @@
 
 namespace Larkspan::Common::IO {
 
-/// Raises `ArchiveException` if an archive's file has not been read to its end. A stream takes
+/// Throws `ArchiveException` if an archive's file has not been read to its end. A stream takes
 /// every failure to read a name for its end; of a file more is known.
 void CheckReadToEnd(const Vx::IBinaryChannel& file);
 
 /// An archive file opened for one pass over its stream.
 class ArchiveFileReader final {
  public:
-  /// Raises as `FileIBinaryChannel` does.
+  /// Throws as `FileIBinaryChannel` does.
   ArchiveFileReader(const ::IO::Location& location, const FileShare& share);
 
   [[nodiscard]] ArchiveIBinaryChannel& GetChannel() noexcept { return channel; }

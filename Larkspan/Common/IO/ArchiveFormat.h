@@ -2,7 +2,7 @@
 
 #include "foundation/Vx/Types.h"
 
-/// The numbers of the archive format, which docs/archive-format.md tells whole, and the sizes with
+/// The numbers of the archive format, which docs/archive-format.md describes, and the sizes with
 /// which writer and reader work on it.
 namespace Larkspan::Common::IO::ArchiveFormat {
 

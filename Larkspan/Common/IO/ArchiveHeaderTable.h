@@ -8,15 +8,15 @@
 namespace Larkspan::Common::IO {
 
 /// What entries, channels and files do alike with their tables of headers. Each of them has its own
-/// words for a bad name, which it passes in with the place to report.
+/// words for a bad name, which it passes in with the position to report.
 
 inline constexpr const char* EmptyEntryName = "Invalid archive entry name: name is empty.";
 
-/// Raises `Vx::IllegalArgumentException` with `message` if `name` is empty.
+/// Throws `Vx::IllegalArgumentException` with `message` if `name` is empty.
 void CheckName(const Vx::UniString& name, const char* message, const char* file = __builtin_FILE(),
                unsigned int line = __builtin_LINE());
 
-/// Raises `Vx::IllegalArgumentException` if any header of the table has an empty name.
+/// Throws `Vx::IllegalArgumentException` if any header of the table has an empty name.
 void CheckHeaderNames(const ArchiveHeaders& headers, const char* file = __builtin_FILE(),
                       unsigned int line = __builtin_LINE());
 

@@ -17,7 +17,7 @@ namespace Larkspan::Common::IO {
 /// `GetNextEntry`, any number of `Read`, and `CloseEntry`, which verifies it. What of an entry was
 /// not read is read then, so an entry is always verified whole.
 ///
-/// The archive header is read by the first operation that needs it. Damage raises
+/// The archive header is read by the first operation that needs it. Damage throws
 /// `ArchiveException`, `Vx::EndOfInputException` for input that ends early, or the failure of the
 /// decompression. An archive that ends before or within the name of an entry counts as complete:
 /// the format has no end marker. What stands there, and whether it is the seal that the header
@@ -26,17 +26,17 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
  public:
   using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
 
-  /// Raises `Vx::IllegalArgumentException` for an empty reference. Reads nothing.
+  /// Throws `Vx::IllegalArgumentException` for an empty reference. Reads nothing.
   explicit ArchiveIBinaryChannel(const Vx::IBinaryChannelRef& channel);
   explicit ArchiveIBinaryChannel(Vx::IBinaryChannel& channel);
   ~ArchiveIBinaryChannel() override;
 
-  /// The room in bytes that the archive keeps for its header, 0 for none.
+  /// The bytes that the archive reserves for its header, 0 for none.
   [[nodiscard]] unsigned int GetReservedHeaderSize() const;
   [[nodiscard]] unsigned int GetHeaderCount() const;
   [[nodiscard]] bool HasHeaders() const;
   [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const;
-  /// The operations with a name raise `Vx::IllegalArgumentException` for an empty one.
+  /// The operations with a name throw `Vx::IllegalArgumentException` for an empty one.
   [[nodiscard]] bool ConstainsHeader(const Vx::UniString& name) const;
   bool GetHeader(const Vx::UniString& name, Vx::UniString& value) const;
   [[nodiscard]] Vx::UniString GetHeader(const Vx::UniString& name) const;
@@ -55,7 +55,7 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   /// with what its footer claims, unverified. Works after a failure within the entry, in its data
   /// or in its verification, too, so that one damaged entry does not hide those behind it.
   ///
-  /// Raises `ArchiveException` if the end of the entry can't be found: the input ends before it, or
+  /// Throws `ArchiveException` if the end of the entry can't be found: the input ends before it, or
   /// the frames do not add up to what the footer says. After that the channel can only be closed.
   void LeaveEntry();
 

@@ -23,12 +23,12 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   using EntryRef = Vx::Ref<ArchiveEntry, Vx::Counter>;
 
   /// `headerSize` is the reserved size of the archive header; see ArchiveHeaderSize.h.
-  /// Raises `Vx::IllegalArgumentException` for another size and for an empty reference.
+  /// Throws `Vx::IllegalArgumentException` for another size and for an empty reference.
   ArchiveOBinaryChannel(const Vx::OBinaryChannelRef& channel, unsigned int headerSize);
   ArchiveOBinaryChannel(Vx::OBinaryChannel& channel, unsigned int headerSize);
   ~ArchiveOBinaryChannel() override;
 
-  /// These raise `Vx::IllegalArgumentException` for an empty name, `Vx::IOException` after `Close`,
+  /// These throw `Vx::IllegalArgumentException` for an empty name, `Vx::IOException` after `Close`,
   /// and `ArchiveException` once the archive header has been written.
   void PutHeader(const Vx::UniString& name, const Vx::UniString& value);
   void ClearHeader(const Vx::UniString& name);
@@ -60,16 +60,16 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   /// Promises in the header that a seal ends the archive, so that a cut that takes the seal away
   /// shows. The header `seal`, whatever the caller has put there, then gets its value when the
   /// archive header is written: a check of all other headers. It takes 18 bytes of the reserved
-  /// room, and one more byte must stay free. Raises what `PutHeader` raises for its state.
+  /// size, and one more byte must stay free. Throws what `PutHeader` throws for its state.
   void PromiseSeal();
   /// Completes the open entry, if there is one, and writes the seal: `ArchiveEnd` tells what
-  /// readers make of it. After that only `Flush` and `Close` are left. Raises `ArchiveException` if
+  /// readers make of it. After that only `Flush` and `Close` are left. Throws `ArchiveException` if
   /// no seal was promised, or one has been written.
   void WriteSeal();
 
-  /// Data of the open entry. Raises `ArchiveException` if there is none.
+  /// Data of the open entry. Throws `ArchiveException` if there is none.
   void Write(const char* data, unsigned int size) override;
-  /// Brings the data so far to the target, as far as zlib lets go of it, and flushes the target.
+  /// Writes the data so far to the target, as far as zlib lets go of it, and flushes the target.
   /// Without an entry, writes the archive header.
   void Flush() override;
   void Close() override;

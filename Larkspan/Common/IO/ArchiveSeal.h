@@ -13,7 +13,7 @@ namespace Larkspan::Common::IO {
 
 /// The seal of an archive, gathered while its entries go by: their number, the sum of their sizes,
 /// and one CRC-32 over the header of each entry, as it stands, and the size and CRC of its footer.
-/// docs/archive-format.md tells its bytes. A value.
+/// docs/archive-format.md describes its bytes. A value.
 class LARKSPAN_API ArchiveSeal final {
  public:
   static constexpr unsigned int Size = 42;
@@ -31,9 +31,9 @@ class LARKSPAN_API ArchiveSeal final {
   /// something else: a damaged name swallows the entries up to the seal.
   [[nodiscard]] static bool HasMark(std::string_view tail) noexcept;
 
-  /// Takes in the bytes of an entry's header, from the length of its name on, in any pieces.
+  /// Takes in the bytes of an entry's header, from the length of its name on, in any chunks.
   void AddHeaderBytes(const char* bytes, unsigned int size) noexcept;
-  /// Takes in an entry's footer, behind its header, and so completes it.
+  /// Takes in an entry's footer, after its header, and so completes it.
   void AddFooter(unsigned __int64 size, unsigned int crc) noexcept;
 
   [[nodiscard]] Bytes Encode() const noexcept;

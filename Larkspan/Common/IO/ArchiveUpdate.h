@@ -9,7 +9,7 @@ namespace Larkspan::Common::IO {
 [[nodiscard]] bool NeedsRewrite(const ArchiveHeaders& headers, unsigned int reservedSize);
 [[nodiscard]] ::IO::Location GetRewriteLocation(const ::IO::Location& location);
 
-/// The work of `ArchiveFile::Update`: gives the archive the headers, in place if they fit
+/// The work of `ArchiveFile::Update`: writes the headers to the archive, in place if they fit
 /// `reservedSize` bytes, else by a rewrite. Returns the file's reserved header size afterwards.
 [[nodiscard]] unsigned int UpdateArchiveHeaders(const ::IO::Location& location,
                                                 const ArchiveHeaders& headers,

@@ -57,8 +57,8 @@ template <class T>
 [[nodiscard]] constexpr auto ToPattern(T value) noexcept {
   using Pattern = typename PatternOf<Width<T>>::Type;
   if constexpr (std::is_same_v<T, bool>) {
-    // By its byte: what a caller read from somewhere may hold more than 0 and 1. A compiler may
-    // take it that this can't be, so there is no promise.
+    // By its byte, which may hold more than 0 and 1 where a caller read it from somewhere. This is
+    // best effort: a compiler may assume that it can't.
     return static_cast<Pattern>(std::bit_cast<unsigned char>(value) != 0 ? 1 : 0);
   } else if constexpr (std::is_same_v<T, float>) {
     return std::isnan(value) ? Pattern{0x7FC00000U} : std::bit_cast<Pattern>(value);

@@ -8,7 +8,7 @@ namespace Larkspan::Common::IO {
 
 /// Takes the CRC-32 of the bytes that are read through it.
 /// A counted reference shares ownership; a plain reference must outlive this channel.
-/// An empty reference raises `Vx::IllegalArgumentException`.
+/// An empty reference throws `Vx::IllegalArgumentException`.
 class LARKSPAN_API CRC32IBinaryChannel final : public DigestIBinaryChannel<CRC32> {
  public:
   explicit CRC32IBinaryChannel(Vx::IBinaryChannel& channel) noexcept;

@@ -8,7 +8,7 @@
 /// the input. `Channel` is a `Vx::IBinaryChannel` or a `Vx::IChannelX`.
 namespace Larkspan::Common::IO::ChannelX {
 
-/// Reads `size` bytes. Raises `Vx::EndOfInputException` if there are fewer.
+/// Reads `size` bytes. Throws `Vx::EndOfInputException` if there are fewer.
 template <class Channel>
 void ReadBytes(Channel& channel, char* target, unsigned int size) {
   if (Vx::IBinaryChannelUtilities::ReadFully(channel, target, size) != size) {

@@ -8,7 +8,7 @@ namespace Larkspan::Common::IO {
 
 /// Counts the bytes that are written through it.
 /// A counted reference shares ownership; a plain reference must outlive this channel.
-/// An empty reference raises `Vx::IllegalArgumentException`.
+/// An empty reference throws `Vx::IllegalArgumentException`.
 class LARKSPAN_API CountingOBinaryChannel final : public DigestOBinaryChannel<ByteCount> {
  public:
   explicit CountingOBinaryChannel(Vx::OBinaryChannel& channel) noexcept;

@@ -10,7 +10,7 @@ namespace Larkspan::Common::IO {
 /// start is not looked at; one that does is removed by `Abort` too.
 class LARKSPAN_API CreateFileTransaction final : public FileTransaction {
  public:
-  /// Does not touch the file system. Raises `Vx::IllegalArgumentException` for a location that is
+  /// Does not touch the file system. Throws `Vx::IllegalArgumentException` for a location that is
   /// not valid or empty.
   explicit CreateFileTransaction(const ::IO::Location& location);
   CreateFileTransaction(const CreateFileTransaction&) = delete;
@@ -20,7 +20,7 @@ class LARKSPAN_API CreateFileTransaction final : public FileTransaction {
   [[nodiscard]] bool IsCommitted() const noexcept override { return committed; }
   [[nodiscard]] bool IsAborted() const noexcept override { return aborted; }
 
-  /// Does not touch the file system: whether the file is on the disk already is the writer's
+  /// Does not touch the file system: whether the file is durable is the writer's
   /// affair.
   void Commit() override;
   void Abort() override;

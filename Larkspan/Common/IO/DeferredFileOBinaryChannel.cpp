@@ -76,7 +76,7 @@ void DeferredFileOBinaryChannel::WriteTo(Vx::OBinaryChannel& target) const {
     WriteFileTo(target);
     return;
   }
-  // The write that led to the file was refused, and none that was large enough has followed.
+  // The file could not be opened, and no write since then was large enough to try again.
   if (memory == nullptr) FailAsIncomplete(__LINE__);
   memory->WriteTo(target);
 }

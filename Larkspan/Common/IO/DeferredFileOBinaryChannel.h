@@ -14,18 +14,18 @@ namespace Larkspan::Common::IO {
 /// the output into another channel from wherever it lies.
 ///
 /// From the move on, writes go to the file unbuffered, and the memory is free. The file is never
-/// removed: where `IsThresholdExceeded` tells that there is one, and after a failed write, it is
+/// removed: where `IsThresholdExceeded` says that there is one, and after a failed write, it is
 /// the caller's affair.
 ///
 /// If the move fails, or a later write into the file, or its closing, nobody knows what the file
-/// holds: from then on `Write` and `WriteTo` raise `Vx::IOException`, while `Flush` and `Close`
+/// holds: from then on `Write` and `WriteTo` throw `Vx::IOException`, while `Flush` and `Close`
 /// work on. A write that fails in memory has stored nothing and can be tried again, and so has one
 /// that is refused for its arguments.
 class LARKSPAN_API DeferredFileOBinaryChannel final : public ThresholdingOBinaryChannel {
  public:
   /// Creates no file and takes no memory for data. The threshold, in bytes, is from 1 to
-  /// 0xFFFFFFFF; above 0xFFF00000, what memory can't hold raises `Vx::IOException` before it moves
-  /// to the file. Raises `Vx::IllegalArgumentException` for another threshold and for a location
+  /// 0xFFFFFFFF; above 0xFFF00000, what memory can't hold throws `Vx::IOException` before it moves
+  /// to the file. Throws `Vx::IllegalArgumentException` for another threshold and for a location
   /// that is not valid or empty, and `Vx::OutOfMemoryException`.
   DeferredFileOBinaryChannel(const ::IO::Location& fileLocation, unsigned __int64 thresholdSize);
   DeferredFileOBinaryChannel(const DeferredFileOBinaryChannel&) = delete;
@@ -33,19 +33,19 @@ class LARKSPAN_API DeferredFileOBinaryChannel final : public ThresholdingOBinary
   /// Closes a file that is open, and leaves it where it is; a failure of that goes unseen.
   ~DeferredFileOBinaryChannel() override;
 
-  /// In memory raises what `PagedBufferOBinaryChannel` does; from the write on that leads past the
+  /// In memory throws what `PagedBufferOBinaryChannel` does; from the write on that leads past the
   /// threshold, what `FileOBinaryChannel` does. A file that is at the location is emptied then.
   void Write(const char* data, unsigned int size) override;
   void Close() override;
 
-  /// The place of the file, whether or not there is one.
+  /// The location of the file, whether or not there is one.
   [[nodiscard]] const ::IO::Location& GetLocation() const noexcept { return location; }
 
-  /// Writes the whole output to `target`, as often as wanted; from the file in pieces of at most
+  /// Writes the whole output to `target`, as often as wanted; from the file in chunks of at most
   /// 16,384 bytes, from memory as `PagedBufferOBinaryChannel` does. Closes and flushes nothing.
-  /// Raises `Vx::IOException` before `Close`, for an output that is not complete, and where a file
+  /// Throws `Vx::IOException` before `Close`, for an output that is not complete, and where a file
   /// was made but no write has led past the threshold, and for a file that is shorter than what was
-  /// written, since somebody else changed it; also what reading the file raises, and what
+  /// written, since somebody else changed it; also what reading the file throws, and what
   /// `target` does.
   void WriteTo(Vx::OBinaryChannel& target) const;
 

@@ -27,8 +27,8 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
   };
 
   /// `bufferSize`, at least 64, is the size of each of the two buffers: what is written reaches
-  /// zlib in pieces of this size, and the wrapped channel in pieces of at most this size.
-  /// Raises `Vx::IllegalArgumentException`, `Vx::OutOfMemoryException`, `Vx::IOException`.
+  /// zlib in blocks of this size, and the wrapped channel in blocks of at most this size.
+  /// Throws `Vx::IllegalArgumentException`, `Vx::OutOfMemoryException`, `Vx::IOException`.
   DeflaterOBinaryChannel(Vx::OBinaryChannel& channel, CompressionLevel level,
                          unsigned int bufferSize);
   DeflaterOBinaryChannel(const Vx::OBinaryChannelRef& channel, CompressionLevel level,
@@ -36,7 +36,7 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
   ~DeflaterOBinaryChannel() override;
 
   void Write(const char* data, unsigned int size) override;
-  /// Brings the stream to a point up to which it can be decompressed, and flushes the wrapped
+  /// Completes the stream to a point up to which it can be decompressed, and flushes the wrapped
   /// channel. Where zlib has more than one buffer to give, the rest follows with the next call.
   /// Writes nothing where nothing waits.
   void Flush() override;

@@ -6,7 +6,7 @@
 
 namespace Larkspan::Common::IO {
 
-/// The shape of the input filters that let everything through and take a digest of it. `Digest` has
+/// Base of pass-through filters that compute a digest of the input. `Digest` has
 /// `Update(data, size)`, `GetValue()` and `Reset()`.
 ///
 /// Adds no buffer and no closed state. `Close` closes the wrapped channel; destruction does not.

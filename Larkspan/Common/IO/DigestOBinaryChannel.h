@@ -5,7 +5,7 @@
 
 namespace Larkspan::Common::IO {
 
-/// The shape of the output filters that let everything through and take a digest of it. `Digest`
+/// Base of pass-through filters that compute a digest of the output. `Digest`
 /// has `Update(data, size)`, `GetValue()` and `Reset()`; it sees only what the wrapped channel has
 /// taken without a failure.
 ///

@@ -9,10 +9,10 @@
 namespace Larkspan::Common::IO {
 
 /// Runs `work` so that its failures come out as one type: a failure of a `Failure` class of the
-/// work's own passes on, and so does lack of memory; everything else becomes a `Failure` with the
-/// message given and the failure as cause. What is no `Vx::IOException` is unexpected, and goes to
-/// the debug output too. With `Vx::IOException` as `Failure`, which has no class of its own,
-/// nothing but lack of memory passes on.
+/// work's own passes on, and so does running out of memory; everything else becomes a `Failure`
+/// with the message given and the failure as cause. What is not a `Vx::IOException` is unexpected,
+/// and goes to the debug output too. With `Vx::IOException` as `Failure`, which has no class of its
+/// own, nothing but running out of memory passes on.
 template <class Failure, class Work>
 void PresentFailuresAs(const char* message, const char* fileName, unsigned int lineNumber,
                        Work work) {

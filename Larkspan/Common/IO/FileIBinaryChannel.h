@@ -10,12 +10,12 @@
 namespace Larkspan::Common::IO {
 
 /// Reads a file. One `Read` is one read of the file object. A read of no bytes, or into a null
-/// buffer, raises `Vx::IllegalArgumentException`. The destructor closes the file.
+/// buffer, throws `Vx::IllegalArgumentException`. The destructor closes the file.
 class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel,
                                               public Vx::PeekableInput,
                                               public Vx::SkippableInput {
  public:
-  /// Opens the file. Raises `Vx::IllegalArgumentException` for a location that is not valid or
+  /// Opens the file. Throws `Vx::IllegalArgumentException` for a location that is not valid or
   /// empty, `FileNotFoundException` for a missing file, and `Vx::IOException` for one that can't
   /// be opened.
   FileIBinaryChannel(const ::IO::Location& location, const FileShare& share);

@@ -8,14 +8,14 @@
 namespace Larkspan::Common::IO {
 
 /// Writes a file. One `Write` is one write of the file object, which reaches the system before it
-/// returns; `Flush` therefore has nothing to do, and does not force the disk. A write of no bytes,
-/// or from a null buffer, raises `Vx::IllegalArgumentException`. The destructor closes the file; a
+/// returns; `Flush` therefore has nothing to do, and does not sync. A write of no bytes,
+/// or from a null buffer, throws `Vx::IllegalArgumentException`. The destructor closes the file; a
 /// failure of that goes unseen.
 class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
  public:
   /// Opens the file, and creates it if it is missing. With `append` the bytes go behind the
   /// content, else the file is emptied. Only `FileShare::NoShare` is supported.
-  /// Raises `Vx::IllegalArgumentException` for a location that is not valid or empty and for the
+  /// Throws `Vx::IllegalArgumentException` for a location that is not valid or empty and for the
   /// share, and `Vx::IOException` for a file that can't be opened.
   FileOBinaryChannel(const ::IO::Location& location, bool append, const FileShare& share);
   ~FileOBinaryChannel() override;

@@ -7,9 +7,9 @@ namespace Larkspan::Common::IO {
 /// A change of one file that happens as a whole or not at all. The host makes the transaction,
 /// does its own writing at the file's location, and then calls `Commit` or `Abort` once; one that
 /// is destroyed unfinished aborts by itself, and nobody is told if that fails. A transaction writes
-/// no content: it decides what stays on the disk.
+/// no content: it decides what stays.
 ///
-/// Lack of memory is `Vx::OutOfMemoryException` throughout.
+/// Running out of memory is `Vx::OutOfMemoryException` throughout.
 ///
 /// One thread at a time. Two transactions on one file, or one and somebody else who writes there,
 /// are not coordinated.
@@ -21,13 +21,13 @@ class LARKSPAN_API FileTransaction {
   /// True once `Abort` has begun, whether or not it could do all of its work.
   [[nodiscard]] virtual bool IsAborted() const = 0;
 
-  /// Keeps what the host wrote. Raises `FileTransactionException` if that can't be done, and leaves
-  /// the transaction open: `Commit` can be tried again, or `Abort` called. Raises it too for a
+  /// Keeps what the host wrote. Throws `FileTransactionException` if that can't be done, and leaves
+  /// the transaction open: `Commit` can be tried again, or `Abort` called. Throws it too for a
   /// transaction that is finished.
   virtual void Commit() = 0;
 
-  /// Brings back what was there before. Raises `FileTransactionException` if that can't be done; no
-  /// further attempt is made. Raises it too for a transaction that is finished.
+  /// Restores what was there before. Throws `FileTransactionException` if that can't be done; no
+  /// further attempt is made. Throws it too for a transaction that is finished.
   virtual void Abort() = 0;
 
  protected:

@@ -38,7 +38,7 @@ inline void DeleteIfThere(const ::IO::Location& location) {
 }
 
 /// Aborts a transaction that is being destroyed, if it is not finished. Only the debug output is
-/// left to be told of a failure, and not even that of lack of memory.
+/// left to be told of a failure, and not even that of running out of memory.
 template <class Transaction>
 void AbortInDestructor(Transaction& transaction) noexcept {
   if (transaction.Transaction::IsCommitted() || transaction.Transaction::IsAborted()) return;

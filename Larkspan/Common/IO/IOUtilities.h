@@ -4,7 +4,7 @@
 #include "foundation/IO/Location.h"
 #include "foundation/Vx/Types.h"
 
-/// Questions and commands on one place in the file system. All but `Delete` raise
+/// Questions and commands on one path in the file system. All but `Delete` throw
 /// `Vx::IllegalArgumentException` first for a location that is not valid or empty; what the file
 /// system refuses is a `Vx::IOException`. Nothing is undone: a command that failed halfway leaves
 /// what it did. There is no state, and any number of threads can call.

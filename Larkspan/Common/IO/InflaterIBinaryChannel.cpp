@@ -71,7 +71,7 @@ void InflaterIBinaryChannel::EnsureOpened(const char* file, unsigned int line) c
   if (closed) throw Vx::IOException("Inflater input channel closed.", file, line);
 }
 
-// The pump: decompresses into `target` until it is full or the stream has ended; gives the bytes.
+// The pump: decompresses into `target` until it is full or the stream has ended; returns the bytes.
 unsigned int InflaterIBinaryChannel::Inflate(char* target, unsigned int size,
                                              bool borrowing) const {
   stream->avail_out = size;

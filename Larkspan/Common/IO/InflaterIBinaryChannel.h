@@ -19,8 +19,8 @@ namespace Larkspan::Common::IO {
 class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
  public:
   /// `bufferSize`, above 0, is the size of each of the two buffers: the wrapped channel is read in
-  /// pieces of at most this size.
-  /// Raises `Vx::IllegalArgumentException`, `Vx::OutOfMemoryException`, `Vx::IOException`.
+  /// blocks of at most this size.
+  /// Throws `Vx::IllegalArgumentException`, `Vx::OutOfMemoryException`, `Vx::IOException`.
   InflaterIBinaryChannel(Vx::IBinaryChannel& channel, unsigned int bufferSize);
   InflaterIBinaryChannel(const Vx::IBinaryChannelRef& channel, unsigned int bufferSize);
   ~InflaterIBinaryChannel() override;

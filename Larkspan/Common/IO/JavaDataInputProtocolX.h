@@ -12,7 +12,7 @@ namespace Larkspan::Common::IO {
 /// which may quieten a signalling NaN. For texts as Java's `writeUTF` writes them there is
 /// `ReadUTF`.
 ///
-/// Input that ends within a value raises `Vx::EndOfInputException`, "End of input reached."; the
+/// Input that ends within a value throws `Vx::EndOfInputException`, "End of input reached."; the
 /// value is then not to be used. Has no state: any number of threads may share an instance.
 class LARKSPAN_API JavaDataInputProtocolX : public Vx::IProtocolX {
  public:

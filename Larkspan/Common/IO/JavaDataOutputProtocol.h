@@ -7,8 +7,8 @@
 namespace Larkspan::Common::IO {
 
 /// `JavaDataOutputProtocolX` for channels that report by status: the same bytes for the same
-/// primitive values, each in one call of the channel's `WriteBin`. Every operation gives the
-/// channel's status; what the channel raises passes through, except where a text is written. Has no
+/// primitive values, each in one call of the channel's `WriteBin`. Every operation returns the
+/// channel's status; what the channel throws passes through, except where a text is written. Has no
 /// state: any number of threads may share an instance.
 class LARKSPAN_API JavaDataOutputProtocol : public Vx::OProtocol {
  public:
@@ -23,10 +23,10 @@ class LARKSPAN_API JavaDataOutputProtocol : public Vx::OProtocol {
   using OProtocol::Write;
   /// A `Vx::UniString` as `WriteUTF` writes it; any other object writes itself.
   [[nodiscard]] int Write(Vx::OChannel& channel, const Vx::Object& value) override;
-  /// A zero-terminated text in ISO 8859-1, as `WriteUTF` writes it. Gives `Vx::StatusWriteError`
+  /// A zero-terminated text in ISO 8859-1, as `WriteUTF` writes it. Returns `Vx::StatusWriteError`
   /// for any `VxException`.
   [[nodiscard]] int Write(Vx::OChannel& channel, const char* value) override;
-  /// Writes nothing and gives 0: a pointer means nothing to whoever reads.
+  /// Writes nothing and returns 0: a pointer means nothing to whoever reads.
   [[nodiscard]] int Write(Vx::OChannel& channel, const void* value) override;
   [[nodiscard]] int Write(Vx::OChannel& channel, long double value) override;
   [[nodiscard]] int Write(Vx::OChannel& channel, double value) override;

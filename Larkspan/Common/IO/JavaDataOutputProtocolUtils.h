@@ -15,12 +15,12 @@ inline constexpr unsigned int MaxUTFSize = 65535;
 
 /// Writes a text as Java's `writeUTF` does: the number of encoded bytes as 2 bytes, big-endian,
 /// and the text in modified UTF-8.
-/// Raises `Vx::DataIntegrityException` for a text of more than `MaxUTFSize` encoded bytes, before
+/// Throws `Vx::DataIntegrityException` for a text of more than `MaxUTFSize` encoded bytes, before
 /// anything is written, and `Vx::OutOfMemoryException`.
 LARKSPAN_API void WriteUTF(Vx::OChannelX& channel, const Vx::UniString& text);
 
-/// The same to a channel that reports by status. Gives the channel's status; nothing follows a
-/// length that could not be written. Gives `Vx::StatusWriteError` for a text that is too long,
+/// The same to a channel that reports by status. Returns the channel's status; nothing follows a
+/// length that could not be written. Returns `Vx::StatusWriteError` for a text that is too long,
 /// before anything is written, and for any `VxException`.
 [[nodiscard]] LARKSPAN_API int WriteUTF(Vx::OChannel& channel, const Vx::UniString& text);
 

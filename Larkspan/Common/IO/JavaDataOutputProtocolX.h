@@ -9,7 +9,7 @@ namespace Larkspan::Common::IO {
 /// NaN as the one canonical pattern (IEEE 754 quiet NaN without payload). Each value reaches the
 /// channel in one call of its `Write`. Has no state: any number of threads may share an instance.
 ///
-/// Beware: on every platform `long` takes 4 bytes, and what it holds beyond 32 bits is cut off
+/// Beware: on every platform `long` takes 4 bytes, and what it holds beyond 32 bits is truncated
 /// without a word. Where `long` has 8 bytes, `std::int64_t`, `std::size_t` and `std::time_t` are
 /// `long`: write them as `__int64`, which takes 8. `long double` is written as `double`. For texts
 /// as Java's `writeUTF` writes them there is `WriteUTF`.

@@ -5,7 +5,7 @@
 #include "foundation/IO/RelativeLocation.h"
 #include "foundation/Vx/UniString.h"
 
-/// Places in the file system as text, and text as names. Failures are
+/// Paths in the file system as text, and text as names. Failures are
 /// `Vx::IllegalArgumentException` for an argument that is wrong in itself and `Vx::IOException` for
 /// one that does not work out.
 namespace Larkspan::Common::IO {

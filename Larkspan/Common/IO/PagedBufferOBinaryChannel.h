@@ -14,11 +14,11 @@ namespace Larkspan::Common::IO {
 template <unsigned int PageSize, unsigned int FixedPages>
 class PagedBufferOBinaryChannel final : public Vx::OBinaryChannel {
  public:
-  /// Takes memory for `capacity` bytes, 0 for none. Raises what `PagedBuffer::SetCapacity` does.
+  /// Takes memory for `capacity` bytes, 0 for none. Throws what `PagedBuffer::SetCapacity` does.
   explicit PagedBufferOBinaryChannel(unsigned int capacity) : buffer(capacity) {}
   ~PagedBufferOBinaryChannel() override = default;
 
-  /// Takes all bytes, or none if it fails. Raises `Vx::IllegalArgumentException` for a null pointer
+  /// Takes all bytes, or none if it fails. Throws `Vx::IllegalArgumentException` for a null pointer
   /// and for no bytes, `Vx::OutOfMemoryException`, and `Vx::IOException` for more bytes in all than
   /// `PagedBuffer::MaxSize`.
   void Write(const char* data, unsigned int size) override {
@@ -34,8 +34,8 @@ class PagedBufferOBinaryChannel final : public Vx::OBinaryChannel {
   void Flush() override { CheckOpened(); }
   void Close() override { closed = true; }
 
-  /// Writes the whole content to `target`, in pieces of at most 65,536 bytes, and takes no memory
-  /// for that. Closes and flushes nothing; raises what `target` does. Works before and after
+  /// Writes the whole content to `target`, in chunks of at most 65,536 bytes, and takes no memory
+  /// for that. Closes and flushes nothing; throws what `target` does. Works before and after
   /// `Close`.
   void WriteTo(Vx::OBinaryChannel& target) const {
     char piece[0x10000];

@@ -8,7 +8,7 @@
 /// the input. Nothing here catches anything.
 namespace Larkspan::Common::IO::StatusChannel {
 
-/// Reads `size` bytes in one call and gives the status: input that ends behind some of them is
+/// Reads `size` bytes in one call and returns the status: input that ends after some of them is
 /// truncated, input that ends before the first is at its end.
 [[nodiscard]] inline int ReadBytes(Vx::IChannel& channel, char* target, unsigned int size) {
   unsigned int delivered = 0;
@@ -25,7 +25,7 @@ template <class T>
   return status;
 }
 
-/// Writes one value in one call and gives the channel's status.
+/// Writes one value in one call and returns the channel's status.
 template <class T>
 [[nodiscard]] int WriteValue(Vx::OChannel& channel, T value) {
   const auto bytes = BigEndian::Encode(value);

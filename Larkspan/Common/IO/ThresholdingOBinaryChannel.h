@@ -8,12 +8,12 @@ namespace Larkspan::Common::IO {
 
 /// Counts what is written through it to an output channel that a derived class provides, and calls
 /// that class once, before the first write that leads past a given number of bytes. Everything
-/// raises what the output channel does.
+/// throws what the output channel does.
 class LARKSPAN_API ThresholdingOBinaryChannel : public Vx::OBinaryChannel {
  public:
-  /// Raises `Vx::IOException` if the channel is closed.
+  /// Throws `Vx::IOException` if the channel is closed.
   void Write(const char* data, unsigned int size) override;
-  /// Raises `Vx::IOException` if the channel is closed.
+  /// Throws `Vx::IOException` if the channel is closed.
   void Flush() override;
   /// Closes the output channel, every time. If that fails, this channel does not count as closed.
   void Close() override;
@@ -26,7 +26,7 @@ class LARKSPAN_API ThresholdingOBinaryChannel : public Vx::OBinaryChannel {
   [[nodiscard]] bool IsThresholdExceeded() const noexcept { return count > threshold; }
 
  protected:
-  /// Raises `Vx::IllegalArgumentException` for a threshold of 0.
+  /// Throws `Vx::IllegalArgumentException` for a threshold of 0.
   explicit ThresholdingOBinaryChannel(unsigned __int64 thresholdSize);
   /// Copies threshold, count and state.
   ThresholdingOBinaryChannel(const ThresholdingOBinaryChannel& source) noexcept;
@@ -37,11 +37,11 @@ class LARKSPAN_API ThresholdingOBinaryChannel : public Vx::OBinaryChannel {
   [[nodiscard]] virtual Vx::OBinaryChannel& GetOutputChannel() const = 0;
 
   /// Called when a write is about to lead past the threshold, before any of its bytes is written or
-  /// counted. May change what `GetOutputChannel` gives. Called once only, even if it fails; the
+  /// counted. May change what `GetOutputChannel` returns. Called once only, even if it fails; the
   /// write fails with it then.
   virtual void ThresholdReached() = 0;
 
-  /// Raises the failure of a closed channel, with the place given.
+  /// Throws the failure of a closed channel, with the position given.
   void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   /// Calls `ThresholdReached` if `size` more bytes lead past the threshold for the first time.
   void CheckThreshold(unsigned __int64 size);

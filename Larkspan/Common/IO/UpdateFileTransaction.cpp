@@ -23,7 +23,7 @@ struct Backup {
   ::IO::Name name;
 };
 
-// The place of a file's backup, whether or not anything is there.
+// The location of a file's backup, whether or not anything is there.
 Backup FindBackup(const ::IO::Location& file, const char* locationFailure,
                   const char* nameFailure) {
   if (file.GetLocalLength() == 0) Fail(nameFailure, __LINE__);
@@ -39,7 +39,7 @@ class ParentFolder final {
   explicit ParentFolder(const ::IO::Location& file) noexcept
       : folder(file.GetParent(), ::IO::OnNotFound::Fail) {}
 
-  // Puts its names on the disk.
+  // Syncs its names.
   [[nodiscard]] int Flush() noexcept {
     return folder.GetStatus() != 0 ? folder.GetStatus() : folder.Flush();
   }
@@ -48,7 +48,7 @@ class ParentFolder final {
   ::IO::Folder folder;
 };
 
-// Puts a file's data on the disk. What is no file has none of its own.
+// Syncs a file's data. What is not a file has none of its own.
 int FlushData(const ::IO::Location& location) noexcept {
   ::IO::EntryType type = ::IO::EntryType::Other;
   int status = ::IO::fileSystem.GetType(location, &type);
@@ -116,7 +116,7 @@ void UpdateFileTransaction::MoveToBackup() {
       FindBackup(fileLocation,
                  "Failed to start update file transaction: failed to create backup file location.",
                  "Failed to start update file transaction: failed to create backup file name.");
-  // The backup is to survive a power cut whole. If its data can't be put on the disk, say because
+  // The backup is to survive a power cut whole. If its data can't be synced, say because
   // the file may be neither read nor written, it is no worse off than before.
   static_cast<void>(FlushData(fileLocation));
   if (::IO::fileSystem.Rename(fileLocation, backup.name, AccessDeniedTreatment::Report) != 0) {
@@ -148,7 +148,7 @@ void UpdateFileTransaction::Commit() {
       Fail("Failed to commit update file transaction: failed to delete backup file.", __LINE__,
            exception);
     }
-    // Else a power cut could bring the backup back, and `Recover` undo what was committed. If this
+    // Else a power cut could restore the backup, and `Recover` undo what was committed. If this
     // fails there is no way back any more: the new file is the only one.
     static_cast<void>(folder.Flush());
   }

@@ -12,7 +12,7 @@ namespace Larkspan::Common::IO {
 /// backup belongs to these transactions: nothing else should have it.
 ///
 /// Whatever happens on the way, a kill or a power cut included, the old file is complete under its
-/// own name or its backup's, or the new one is complete and on the disk. A host that starts after a
+/// own name or its backup's, or the new one is complete and durable. A host that starts after a
 /// crash, or goes on after an `Abort` that failed, calls `Recover` before it looks at the file or
 /// begins another transaction on it. Where there was no old file, there is nothing to go back to: a
 /// crash leaves of the new one what was written.
@@ -23,7 +23,7 @@ namespace Larkspan::Common::IO {
 /// replaced itself, not what it leads to.
 class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
  public:
-  /// Moves the file that stands at the location, if there is one, to its backup. Raises
+  /// Moves the file that stands at the location, if there is one, to its backup. Throws
   /// `Vx::IllegalArgumentException` for a location that is not valid or empty, and
   /// `FileTransactionException`, with everything as it was, if the backup can't be made: a file
   /// that has its name already is never replaced.
@@ -35,7 +35,7 @@ class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
   [[nodiscard]] bool IsCommitted() const noexcept override { return committed; }
   [[nodiscard]] bool IsAborted() const noexcept override { return aborted; }
 
-  /// Puts the new file's data and name on the disk itself, and only then deletes the backup. That
+  /// Syncs the new file's data and name, and only then deletes the backup. That
   /// is so too where the host has made no new file: a commit then means that there is none. The
   /// host must have closed the file, or at least have written all of it to the system. If either
   /// step fails, both files are still there. Systems tell only once that data did not reach the
@@ -47,11 +47,11 @@ class LARKSPAN_API UpdateFileTransaction final : public FileTransaction {
 
   /// Undoes an update of the file that a crash has left unfinished: what stands under the backup's
   /// name, if anything does, gets the file's name in one step, and replaces what stands there.
-  /// Gives whether there was a backup. It can be interrupted and called again. Not to be called
+  /// Returns whether there was a backup. It can be interrupted and called again. Not to be called
   /// while a transaction on the file is open, by anybody.
   ///
-  /// Raises `Vx::IllegalArgumentException` for a location that is not valid or empty, and
-  /// `FileTransactionException` if the backup can't be put back, or not on the disk.
+  /// Throws `Vx::IllegalArgumentException` for a location that is not valid or empty, and
+  /// `FileTransactionException` if the backup can't be put back, or not synced.
   static bool Recover(const ::IO::Location& location);
 
  private:

@@ -12,7 +12,7 @@ namespace Larkspan::Common::IO {
 /// zlib compares the first character alone with its own version.
 inline constexpr const char* ZlibVersion = "1.2.3";
 
-/// Gives memory back to `Vx_free`.
+/// Frees memory by `Vx_free`.
 struct VxFree {
   void operator()(void* memory) const noexcept { Vx_free(memory); }
 };
@@ -21,7 +21,7 @@ struct VxFree {
 template <class T>
 using ZlibMemory = std::unique_ptr<T, VxFree>;
 
-/// `size` bytes from `Vx_malloc`. Raises `Vx::OutOfMemoryException` with the message and place
+/// `size` bytes from `Vx_malloc`. Throws `Vx::OutOfMemoryException` with the message and position
 /// given.
 template <class T>
 [[nodiscard]] ZlibMemory<T> AllocateZlibMemory(std::size_t size, const char* message,
@@ -32,7 +32,7 @@ template <class T>
   return memory;
 }
 
-/// The words for lack of memory for each piece that a channel needs.
+/// The messages for running out of memory, for each block that a channel needs.
 struct ZlibFailures {
   const char* input;
   const char* output;
@@ -40,7 +40,7 @@ struct ZlibFailures {
 };
 
 /// Takes the memory of a channel, in the order in which it is told: two buffers of `bufferSize`
-/// bytes, and the stream, cleared as zlib wants it. Raises as above.
+/// bytes, and the stream, cleared as zlib wants it. Throws as above.
 template <class Stream>
 void AllocateZlibChannel(unsigned int bufferSize, const ZlibFailures& failures,
                          const char* fileName, unsigned int lineNumber, ZlibMemory<char[]>& input,
