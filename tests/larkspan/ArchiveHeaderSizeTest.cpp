@@ -12,7 +12,7 @@ using namespace Larkspan::Common::IO;
 // Headers whose block takes 31 + 2 + 1 + 2 + `valueSize` bytes.
 ArchiveHeaders HeadersOf(std::size_t valueSize) {
   ArchiveHeaders headers;
-  headers.Put(u"h", Text(std::string(valueSize, 'v')));
+  headers.Put(u"h", Vx::UniString::FromUTF8(std::string(valueSize, 'v')));
   return headers;
 }
 
@@ -51,7 +51,7 @@ TEST_F(ArchiveRewrite, IsForetoldWithThePathOfTheCopy) {
   EXPECT_FALSE(file.NeedsRewrite());
   file.ClearHeaders();
   EXPECT_FALSE(file.NeedsRewrite());
-  file.PutHeader(u"h", Text(std::string(221, 'v')));
+  file.PutHeader(u"h", Vx::UniString::FromUTF8(std::string(221, 'v')));
   EXPECT_TRUE(file.NeedsRewrite());
   EXPECT_EQ(file.GetRewriteLocation().GetPath(), folder.At("a.lsa.updated").GetPath());
 }

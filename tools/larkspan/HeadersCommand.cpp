@@ -26,7 +26,7 @@ using Archive::ArchiveHeaders;
 // Where an update makes a new file. Something that stands there may be a change that is under way,
 // or what somebody else keeps there: it is not for an update to remove.
 ::IO::Location FindRewriteLocation(const Archive::ArchiveFile& archive) {
-  const ::IO::Location location = archive.GetRewriteLocation();
+  ::IO::Location location = archive.GetRewriteLocation();
   bool found = false;
   const int status = ::IO::fileSystem.Contains(location, &found);
   if (status != 0) throw SystemFailure(ToPrintable(location), "can't be looked at", status);

@@ -47,13 +47,13 @@ class OpenFileInput final : public Vx::IBinaryChannel {
   explicit OpenFileInput(::IO::File& target) noexcept : file(target) {}
 
   using IBinaryChannel::Read;
-  unsigned int Read(char* buffer, unsigned int size, ReadSomeModeSelector) override {
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size, ReadSomeModeSelector) override {
     unsigned int count = 0;
     const int status = file.ReadBin(buffer, size, &count);
     if (status == 0 || status == ::IO::StatusEndOfInput) return count;
     throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
   }
-  unsigned __int64 GetAvailable() const override { return 0; }
+  [[nodiscard]] unsigned __int64 GetAvailable() const override { return 0; }
   void Close() override {}
 
  private:
