@@ -15,42 +15,30 @@ namespace {
 using Larkspan::Common::IO::ArchiveIBinaryChannel;
 using namespace Tests;
 
-constexpr unsigned int CRCOfABC = 0x352441C2U;
-
-ByteBuilder Header(unsigned int reserved = 0, unsigned int count = 0, unsigned int major = 1,
-                   unsigned int minor = 0) {
-  return ByteBuilder().Raw("LarkspanArchive").U32(major).U32(minor).U32(reserved).U32(count);
-}
-
-ByteBuilder EntryABC(ByteBuilder bytes, unsigned int archived, unsigned int size,
-                     unsigned int crc) {
-  bytes.Utf("a").U32(2).U32(0).U32(3).Raw("abc").U32(0);
-  return bytes.U64(archived).U64(size).U32(crc);
-}
-
 TEST(ArchiveReading, EachCheckHasItsMessage) {
   const std::string header = "ArchiveException: Failed to read archive header: ";
   const std::string entry = "ArchiveException: Failed to read archive entry: ";
   const std::pair<std::string, std::string> rows[] = {
       {"larkspanArchive" + std::string(16, '\0'), header + "invalid archive header magic."},
-      {Header(0, 0, 1, 7), ""},
-      {Header(0, 0, 2, 1), header + "unsupported archive version read."},
-      {Header(31), ""},
-      {Header(30), header + "archive header size exceeds the specified header size."},
-      {Header(0, 1), "EndOfInputException: End of input reached."},
-      {Header().U16(0), entry + "invalid entry name."},
-      {Header().Utf("a").U32(3), entry + "invalid entry method."},
-      {Header().Utf("a").U32(2).U32(1).Utf("").Utf("v"),
+      {HeaderBytes(0, 0, 1, 7), ""},
+      {HeaderBytes(0, 0, 2, 1), header + "unsupported archive version read."},
+      {HeaderBytes(31), ""},
+      {HeaderBytes(30), header + "archive header size exceeds the specified header size."},
+      {HeaderBytes(0, 1), "EndOfInputException: End of input reached."},
+      {HeaderBytes().U16(0), entry + "invalid entry name."},
+      {HeaderBytes().Utf("a").U32(3), entry + "invalid entry method."},
+      {HeaderBytes().Utf("a").U32(2).U32(1).Utf("").Utf("v"),
        "IllegalArgumentException: Invalid archive entry header name: header name is empty."},
-      {EntryABC(Header(), 4, 4, 0), entry + "entry archived size check failed."},
-      {EntryABC(Header(), 3, 4, 0), entry + "entry size check failed."},
-      {Header().Utf("\xFF"), "ConversionErrorException: Failed to convert bytes: malformed UTF-8."},
+      {WithEntryABC(HeaderBytes(), 4, 4, 0), entry + "entry archived size check failed."},
+      {WithEntryABC(HeaderBytes(), 3, 4, 0), entry + "entry size check failed."},
+      {HeaderBytes().Utf("\xFF"),
+       "ConversionErrorException: Failed to convert bytes: malformed UTF-8."},
   };
   for (const auto& [bytes, failure] : rows) EXPECT_EQ(ReadArchive(bytes).failure, failure);
 }
 
 TEST(ArchiveReading, WhatAStateDoesNotAllowIsRefused) {
-  PiecewiseInput source(EntryABC(EntryABC(Header(), 3, 3, 0), 3, 3, CRCOfABC));
+  PiecewiseInput source(WithEntryABC(WithEntryABC(HeaderBytes(), 3, 3, 0)));
   ArchiveIBinaryChannel channel(source);
   const auto entry = channel.GetNextEntry();
   const std::string closed = "IOException: Archive binary input channel is closed.";
@@ -68,7 +56,7 @@ TEST(ArchiveReading, WhatAStateDoesNotAllowIsRefused) {
       {[&] { return channel.GetCurrentEntry(); }, closed},
   });
   EXPECT_FALSE(entry->IsClosed());
-  PiecewiseInput whole(EntryABC(Header(), 3, 3, CRCOfABC));
+  PiecewiseInput whole(WithEntryABC(HeaderBytes()));
   ArchiveIBinaryChannel other(whole);
   const auto read = other.GetNextEntry();
   EXPECT_TRUE(other.HasCurrentEntry());
@@ -76,7 +64,7 @@ TEST(ArchiveReading, WhatAStateDoesNotAllowIsRefused) {
   EXPECT_FALSE(other.HasCurrentEntry());
   EXPECT_TRUE(entry->Equals(*read));
   EXPECT_TRUE(read->Equals(*entry));
-  PiecewiseInput cut(Header().Utf("a").U32(2).U32(0).U32(3).Raw("a"));
+  PiecewiseInput cut(HeaderBytes().Utf("a").U32(2).U32(0).U32(3).Raw("a"));
   ArchiveIBinaryChannel damaged(cut);
   static_cast<void>(damaged.GetNextEntry());
   EXPECT_NE(FailureOf([&] { damaged.Close(); }), "");
@@ -122,10 +110,10 @@ TEST(ArchiveReading, NoFlippedBitPassesForTheOriginalNorDoPiecesMatter) {
 TEST(ArchiveReading, LengthsThatLieTakeNoMemory) {
   if (!MallocWatch::IsAvailable()) GTEST_SKIP() << "The sanitizer has its own malloc.";
   const std::string claims[] = {
-      Header(0xFFFFFFFFU),
-      Header(0, 0xFFFFFFFFU),
-      Header().Utf("a").U32(2).U32(0).U32(0xFFFFFFFFU).Raw("abc"),
-      Header().Utf("a").U32(1).U32(0).U32(0xFFFFFFFFU).Raw("\x78\x9C\x03"),
+      HeaderBytes(0xFFFFFFFFU),
+      HeaderBytes(0, 0xFFFFFFFFU),
+      HeaderBytes().Utf("a").U32(2).U32(0).U32(0xFFFFFFFFU).Raw("abc"),
+      HeaderBytes().Utf("a").U32(1).U32(0).U32(0xFFFFFFFFU).Raw("\x78\x9C\x03"),
   };
   for (const std::string& bytes : claims) {
     MallocWatch::largest = 0;

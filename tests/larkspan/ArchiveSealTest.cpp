@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
@@ -19,15 +18,12 @@
 namespace {
 
 using Larkspan::Common::IO::ArchiveEnd;
-using Larkspan::Common::IO::ArchiveEntry;
 using Larkspan::Common::IO::ArchiveFile;
-using Larkspan::Common::IO::ArchiveHeaders;
 using Larkspan::Common::IO::ArchiveIBinaryChannel;
 using Larkspan::Common::IO::ArchiveOBinaryChannel;
 using Larkspan::Common::IO::ArchiveSeal;
 using Larkspan::Common::IO::FileIBinaryChannel;
 using Larkspan::Common::IO::FileShare;
-using Vx::UniString;
 using namespace Tests;
 using enum ArchiveEnd::State;
 using enum ArchiveEnd::HeaderCheck;
@@ -39,30 +35,17 @@ std::string WriteSealed(const SampleArchive& archive, std::vector<std::size_t>* 
   RecordingOutput output;
   ArchiveOBinaryChannel channel(output, archive.reserved);
   channel.PromiseSeal();
-  for (const auto& [name, value] : archive.headers) {
-    channel.PutHeader(UniString::FromUTF8(name), UniString::FromUTF8(value));
-  }
+  PutHeaders(channel, archive);
   channel.Flush();
-  for (const auto& [name, method, headers, data] : archive.entries) {
+  for (const SampleEntry& entry : archive.entries) {
     if (starts) starts->push_back(output.content.size());
-    ArchiveHeaders table(0, 0);
-    for (const auto& [header, value] : headers) {
-      table.Put(UniString::FromUTF8(header), UniString::FromUTF8(value));
-    }
-    channel.PutNextEntry(UniString::FromUTF8(name), table,
-                         static_cast<ArchiveEntry::Method>(method));
-    channel.Write(data.data(), static_cast<unsigned int>(data.size()));
+    WriteEntry(channel, entry);
     channel.CloseEntry();
   }
   if (starts) starts->push_back(output.content.size());
   channel.WriteSeal();
   channel.Close();
   return output.content;
-}
-
-unsigned int Sum(const std::string& bytes) {
-  return static_cast<unsigned int>(
-      crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
 }
 
 // Hands every simple mutation of `bytes`, and every removal, repetition and swap of whole entries,
@@ -100,25 +83,16 @@ void ForEachMutation(const std::string& bytes, const std::vector<std::size_t>& s
   }
 }
 
-ByteBuilder Header(unsigned int reserved, unsigned int count, unsigned int minor = 0) {
-  return ByteBuilder().Raw("LarkspanArchive").U32(1).U32(minor).U32(reserved).U32(count);
-}
-
-ByteBuilder EntryABC(ByteBuilder bytes) {
-  bytes.Utf("a").U32(2).U32(0).U32(3).Raw("abc").U32(0);
-  return bytes.U64(3).U64(3).U32(0x352441C2U);
-}
-
 std::string Promise(const std::string& otherPairs) {
   char value[11];
-  std::snprintf(value, sizeof(value), "1 %08X", Sum(otherPairs));
+  std::snprintf(value, sizeof(value), "1 %08X", SumOf(otherPairs));
   return ByteBuilder().Utf("seal").Utf(value);
 }
 
 std::string Seal(std::uint64_t count, std::uint64_t size, const std::string& summed) {
   ByteBuilder seal;
-  seal.Raw("\xFF\xFFLarkspanSeal").U32(1).U64(count).U64(size).U32(Sum(summed));
-  return seal.U32(Sum(seal));
+  seal.Raw("\xFF\xFFLarkspanSeal").U32(1).U64(count).U64(size).U32(SumOf(summed));
+  return seal.U32(SumOf(seal));
 }
 
 const std::string Author = ByteBuilder().Utf("author").Utf("Ada");
@@ -127,7 +101,7 @@ const std::string SealOfABC =
 
 TEST(ArchiveSeal, ItsBytesAreThoseOfTheFormat) {
   const std::string expected =
-      ByteBuilder(EntryABC(Header(0, 2).Raw(Author).Raw(Promise(Author)))).Raw(SealOfABC);
+      ByteBuilder(WithEntryABC(HeaderBytes(0, 2).Raw(Author).Raw(Promise(Author)))).Raw(SealOfABC);
   EXPECT_EQ(WriteSealed({0, {{"seal", "mine"}, {"author", "Ada"}}, {{"a", 2, {}, "abc"}}}),
             expected);
 }
@@ -157,21 +131,21 @@ TEST(ArchiveSeal, AHeaderBlockIsRightOnlyAsItWasWritten) {
   const std::string other = ByteBuilder().Utf("x").Utf("");
   const std::string fitting = ByteBuilder().Utf("room").Utf(std::string(256 - 31 - 18 - 8, 'x'));
   const std::pair<std::string, ArchiveEnd::HeaderCheck> rows[] = {
-      {Header(0, 1).Raw(Author), None},
-      {Header(0, 1).Raw(Promise("")), Right},
-      {Header(0, 2).Raw(Author).Raw(promise), Right},
-      {Header(0, 2, 7).Raw(Author).Raw(promise), Wrong},
-      {Header(0, 2).Raw(promise).Raw(Author), Wrong},
-      {Header(0, 3).Raw(Author).Raw(promise).Raw(other), Wrong},
-      {Header(0, 2).Raw(other).Raw(promise), Wrong},
-      {Header(0, 1).Utf("seal").Utf("1 0000000a"), None},
-      {Header(0, 1).Utf("seal").Utf("a walrus"), None},
-      {Header(256, 2).Raw(Author).Raw(promise).FillTo(256), Right},
-      {Header(256, 2).Raw(Author).Raw(promise).FillTo(255), Wrong},
-      {Header(256, 2).Raw(Author).Raw(promise).FillTo(255).Raw("\1"), Wrong},
+      {HeaderBytes(0, 1).Raw(Author), None},
+      {HeaderBytes(0, 1).Raw(Promise("")), Right},
+      {HeaderBytes(0, 2).Raw(Author).Raw(promise), Right},
+      {HeaderBytes(0, 2, 1, 7).Raw(Author).Raw(promise), Wrong},
+      {HeaderBytes(0, 2).Raw(promise).Raw(Author), Wrong},
+      {HeaderBytes(0, 3).Raw(Author).Raw(promise).Raw(other), Wrong},
+      {HeaderBytes(0, 2).Raw(other).Raw(promise), Wrong},
+      {HeaderBytes(0, 1).Utf("seal").Utf("1 0000000a"), None},
+      {HeaderBytes(0, 1).Utf("seal").Utf("a walrus"), None},
+      {HeaderBytes(256, 2).Raw(Author).Raw(promise).FillTo(256), Right},
+      {HeaderBytes(256, 2).Raw(Author).Raw(promise).FillTo(255), Wrong},
+      {HeaderBytes(256, 2).Raw(Author).Raw(promise).FillTo(255).Raw("\1"), Wrong},
       // Without a byte of fill the entries stand where they would without a reserved size.
-      {Header(0, 2).Raw(fitting).Raw(Promise(fitting)), Right},
-      {Header(256, 2).Raw(fitting).Raw(Promise(fitting)), Wrong},
+      {HeaderBytes(0, 2).Raw(fitting).Raw(Promise(fitting)), Right},
+      {HeaderBytes(256, 2).Raw(fitting).Raw(Promise(fitting)), Wrong},
   };
   for (const auto& [bytes, check] : rows) {
     const ArchiveEnd end = ReadArchive(bytes).end;
@@ -188,8 +162,8 @@ TEST(ArchiveSeal, AHeaderBlockIsRightOnlyAsItWasWritten) {
 }
 
 TEST(ArchiveSeal, EachEndHasItsState) {
-  const std::string plain = EntryABC(Header(0, 0));
-  const std::string promising = EntryABC(Header(0, 1).Raw(Promise("")));
+  const std::string plain = WithEntryABC(HeaderBytes(0, 0));
+  const std::string promising = WithEntryABC(HeaderBytes(0, 1).Raw(Promise("")));
   const struct {
     std::string archive;
     std::string tail;
@@ -197,7 +171,7 @@ TEST(ArchiveSeal, EachEndHasItsState) {
     bool isDamaged;
   } rows[] = {
       {plain, "", EndsAtFooter, false},
-      {Header(40, 0), "", EndsInHeader, false},
+      {HeaderBytes(40, 0), "", EndsInHeader, false},
       {plain, "x", TrailingBytes, false},
       {plain, "\xFF\xFFLarkspan", TrailingBytes, false},
       {plain, SealOfABC, SealWithoutPromise, true},
@@ -332,7 +306,7 @@ TEST_F(SealedFile, IsPassedOverWithoutReadingItsData) {
   const std::string bytes = WriteSealed(large);
   std::vector<std::string> footers;
   for (const auto& [name, method, headers, data] : large.entries) {
-    footers.push_back(ByteBuilder().U64(data.size()).U32(Sum(data)));
+    footers.push_back(ByteBuilder().U64(data.size()).U32(SumOf(data)));
   }
   PiecewiseInput pieces(bytes, 700);
   Vx::MemoryIBinaryChannel memory(bytes.data(), static_cast<unsigned int>(bytes.size()));

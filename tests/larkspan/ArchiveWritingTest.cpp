@@ -22,18 +22,8 @@ TEST(ArchiveWriting, WholeSampleComesOutAsPutTogetherByHand) {
     RecordingOutput sink;
     ArchiveOBinaryChannel archive(sink, reserved);
     archive.PutHeader(u"author", u"keeps its place");
-    for (const auto& [name, value] : sample.headers) {
-      archive.PutHeader(UniString::FromUTF8(name), UniString::FromUTF8(value));
-    }
-    for (const auto& entry : sample.entries) {
-      ArchiveHeaders headers;
-      for (const auto& [name, value] : entry.headers) {
-        headers.Put(UniString::FromUTF8(name), UniString::FromUTF8(value));
-      }
-      const auto method = static_cast<ArchiveEntry::Method>(entry.method);
-      archive.PutNextEntry(UniString::FromUTF8(entry.name), headers, method);
-      archive.Write(entry.data.data(), static_cast<unsigned int>(entry.data.size()));
-    }
+    PutHeaders(archive, sample);
+    for (const SampleEntry& entry : sample.entries) WriteEntry(archive, entry);
     archive.CloseEntry();
     archive.Close();
     EXPECT_EQ(sink.content, ToBytes(sample)) << reserved;
@@ -50,7 +40,7 @@ TEST(ArchiveWriting, DataIsFramedByChunkAndFlush) {
   archive.Flush();
   archive.Write(data.data(), chunk + 1);
   archive.Close();
-  ByteBuilder expected = ByteBuilder().Raw("LarkspanArchive").U32(1).U32(0).U32(0).U32(0);
+  ByteBuilder expected = HeaderBytes();
   expected.Utf("a").U32(2).U32(0).U32(3).Raw("abc").U32(chunk).Raw(data.substr(1));
   EXPECT_EQ(sink.content, std::string(expected));
 }
@@ -61,8 +51,7 @@ TEST(ArchiveWriting, WhatAStateDoesNotAllowIsRefused) {
   ArchiveHeaders unnamed;
   unnamed.Put(u"", u"value");
   ArchiveOBinaryChannel full(sink, 256);
-  full.PutHeader(u"n",
-                 Vx::UniString::FromUTF8(std::string(257 - 36, 'v')));  // 36 bytes are around it
+  full.PutHeader(u"n", UniString::FromUTF8(std::string(257 - 36, 'v')));  // 36 bytes are around it
   const std::string closed = "IOException: Archive binary output channel is closed.";
   const std::string invalid = "IllegalArgumentException: Invalid ";
   ExpectFailures({

@@ -23,7 +23,7 @@ inline void PrintTo(const Location& location, std::ostream* stream) {
   if (location.ToPath(path) == 0) {
     Vx::PrintTo(path, stream);
   } else {
-    *stream << (location.IsEmpty() ? "an empty location" : "an invalid location");
+    *stream << "an invalid location";
   }
 }
 
