@@ -64,8 +64,10 @@ set(LARKSPAN_PUBLIC_HEADERS
     foundation/IO/File.h
     foundation/IO/FileSystem.h
     foundation/IO/Folder.h
+    foundation/IO/FolderTree.h
     foundation/IO/Location.h
     foundation/IO/Name.h
+    foundation/IO/NewFile.h
     foundation/IO/OnNotFound.h
     foundation/IO/OpenMode.h
     foundation/IO/RelativeLocation.h

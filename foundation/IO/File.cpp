@@ -18,6 +18,8 @@ Posix::Access GetAccess(OpenMode mode, bool createIfMissing) noexcept {
       return createIfMissing ? Posix::Access::WriteCreated : Posix::Access::Write;
     case OpenMode::WriteEmpty:
       return Posix::Access::WriteEmptied;
+    case OpenMode::WriteNew:
+      return Posix::Access::WriteNew;
     case OpenMode::Update:
       return Posix::Access::ReadAndWrite;
     case OpenMode::Read:
@@ -45,6 +47,32 @@ File::File(const Location& location, OnNotFound onNotFound) noexcept
   status = location.IsValid() ? Posix::LookupStatus(error) : location.GetStatus();
 }
 
+File::File(const Folder& folder, const Name& name, OnNotFound onNotFound) noexcept
+    : folderDescriptor(folder.descriptor), createIfMissing(onNotFound == OnNotFound::Ignore) {
+  if (folder.descriptor < 0) {
+    status = folder.status != 0 ? folder.status : StatusFileNotFound;
+    return;
+  }
+  int error = Posix::NameToBytes(name.GetText(), nativePath);
+  if (error == 0 && !createIfMissing) {
+    Attributes facts;
+    error = Posix::ReadAttributes(folderDescriptor, nativePath, false, &facts);
+  }
+  if (error != 0) status = Posix::LookupStatus(error);
+}
+
+File::File(File&& source) noexcept
+    : nativePath(std::move(source.nativePath)),
+      readBuffer(std::move(source.readBuffer)),
+      bufferStart(std::exchange(source.bufferStart, 0)),
+      bufferEnd(std::exchange(source.bufferEnd, 0)),
+      status(source.status),
+      descriptor(std::exchange(source.descriptor, -1)),
+      folderDescriptor(source.folderDescriptor),
+      createIfMissing(source.createIfMissing),
+      isStandard(std::exchange(source.isStandard, false)),
+      isRegular(source.isRegular) {}
+
 File::File(StandardStream stream) noexcept
     : descriptor(static_cast<int>(stream)),
       isStandard(true),
@@ -60,14 +88,19 @@ int File::Open(OpenMode mode, AccessDeniedTreatment) noexcept {
   if (nativePath.IsEmpty()) return status != 0 ? status : StatusFileNotFound;
   const bool reads = mode != OpenMode::Write && mode != OpenMode::WriteEmpty;
   if (const int outcome = reads ? MakeBuffer() : StatusSuccess; outcome != 0) return outcome;
-  const int error = Posix::OpenFile(nativePath, GetAccess(mode, createIfMissing), &descriptor);
+  const bool inFolder = folderDescriptor != NoFolder;
+  const Posix::Access access = GetAccess(mode, createIfMissing);
+  const int error = inFolder ? Posix::OpenFileIn(folderDescriptor, nativePath, access, &descriptor)
+                             : Posix::OpenFile(nativePath, access, &descriptor);
   if (error != 0) return Posix::LookupStatus(error);
   Attributes facts;
   const int unknown = Posix::ReadAttributes(descriptor, &facts);
   isRegular = facts.type == EntryType::File;
-  if (unknown == 0 && facts.type != EntryType::Folder) return StatusSuccess;
+  const bool wanted = isRegular || (!inFolder && facts.type != EntryType::Folder);
+  if (unknown == 0 && wanted) return StatusSuccess;
   Close();
-  return unknown != 0 ? Posix::FileStatus(unknown) : StatusIsAFolder;
+  if (unknown != 0) return Posix::FileStatus(unknown);
+  return facts.type == EntryType::Folder ? StatusIsAFolder : StatusNotAFile;
 }
 
 int File::Close() noexcept {
@@ -158,6 +191,11 @@ int File::Seek(SeekOrigin origin, __int64 offset) noexcept {
   const int error = Posix::Seek(descriptor, origin, offset, nullptr);
   if (error == 0) DropBuffer();
   return Posix::FileStatus(error);
+}
+
+int File::SetSize(unsigned __int64 size) noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  return Posix::WriteStatus(Posix::SetSize(descriptor, size));
 }
 
 int File::GetAvailableSize(unsigned __int64* size) const noexcept {

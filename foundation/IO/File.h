@@ -5,7 +5,9 @@
 #include "foundation/Export.h"
 #include "foundation/IO/AccessDeniedTreatment.h"
 #include "foundation/IO/Attributes.h"
+#include "foundation/IO/Folder.h"
 #include "foundation/IO/Location.h"
+#include "foundation/IO/Name.h"
 #include "foundation/IO/OnNotFound.h"
 #include "foundation/IO/OpenMode.h"
 #include "foundation/IO/SeekOrigin.h"
@@ -31,10 +33,16 @@ class FOUNDATION_API File final {
 
   /// Looks whether the file is there, without opening it; `GetStatus` tells the outcome.
   File(const Location& location, OnNotFound onNotFound) noexcept;
+  /// A file of a folder that is held open, which must outlive `Open`. A symbolic link of that name
+  /// is never followed, and only what is a file can be opened.
+  File(const Folder& folder, const Name& name, OnNotFound onNotFound) noexcept;
   /// A standard stream, open at once. The descriptor beneath it is never closed.
   explicit File(StandardStream stream) noexcept;
   File(const File&) = delete;
   File& operator=(const File&) = delete;
+  /// The source is closed, and has no path, afterwards.
+  File(File&& source) noexcept;
+  File& operator=(File&&) = delete;
   /// Closes the file; a failure of that goes unseen.
   ~File();
 
@@ -71,6 +79,9 @@ class FOUNDATION_API File final {
 
   [[nodiscard]] int Seek(SeekOrigin origin, __int64 offset) noexcept;
 
+  /// Truncates the open file to `size` bytes, or lengthens it by zeros.
+  [[nodiscard]] int SetSize(unsigned __int64 size) noexcept;
+
   /// Bytes from the present position to the end of the file. For a pipe or a device: those that
   /// have been read ahead.
   [[nodiscard]] int GetAvailableSize(unsigned __int64* size) const noexcept;
@@ -88,6 +99,8 @@ class FOUNDATION_API File final {
   [[nodiscard]] int SetAttributes(const Attributes& attributes) noexcept;
 
  private:
+  friend class NewFile;
+
   [[nodiscard]] unsigned int GetBuffered() const noexcept { return bufferEnd - bufferStart; }
   unsigned int TakeBuffered(char* target, unsigned int size) noexcept;
   int MakeBuffer() noexcept;
@@ -95,12 +108,15 @@ class FOUNDATION_API File final {
   int ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept;
   void DropBuffer() noexcept { bufferStart = bufferEnd = 0; }
 
+  static constexpr int NoFolder = -1;
+
   Vx::String nativePath;
   Vx::ByteArray readBuffer;
   unsigned int bufferStart = 0;
   unsigned int bufferEnd = 0;
   int status = 0;
   int descriptor = -1;
+  int folderDescriptor = NoFolder;  // borrowed; what the path counts from
   bool createIfMissing = false;
   bool isStandard = false;
   bool isRegular = false;

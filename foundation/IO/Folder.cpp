@@ -1,9 +1,12 @@
 #include "foundation/IO/Folder.h"
 
+#include <utility>
+
 #include "foundation/IO/MemoryGuard.h"
 #include "foundation/IO/posix/Descriptor.h"
 #include "foundation/IO/posix/ErrorStatus.h"
 #include "foundation/IO/posix/FolderEntries.h"
+#include "foundation/IO/posix/ItemAttributes.h"
 #include "foundation/IO/posix/NameExchange.h"
 #include "foundation/IO/posix/PathText.h"
 
@@ -15,6 +18,15 @@ Folder::Folder(const Location& location, OnNotFound onNotFound) noexcept {
   if (error == 0) error = Posix::OpenFolder(path, &descriptor);
   if (error == 0 || (onNotFound == OnNotFound::Ignore && Posix::IsMissing(error))) return;
   status = location.IsValid() ? Posix::FileSystemStatus(error) : location.GetStatus();
+}
+
+Folder::Folder(Folder&& source) noexcept
+    : status(source.status), descriptor(std::exchange(source.descriptor, -1)) {}
+
+Folder& Folder::operator=(Folder&& source) noexcept {
+  std::swap(status, source.status);
+  std::swap(descriptor, source.descriptor);
+  return *this;
 }
 
 Folder::~Folder() {
@@ -29,6 +41,38 @@ int Folder::Exchange(const Name& first, const Name& second, AccessDeniedTreatmen
   if (error == 0) error = Posix::NameToBytes(second.GetText(), secondBytes);
   if (error == 0) error = Posix::ExchangeNames(descriptor, firstBytes, secondBytes);
   return Posix::FileSystemStatus(error);
+}
+
+// Hands the bytes of the name to `work`, which returns a value of `errno`.
+template <class Work>
+int Folder::OnName(const Name& name, Work&& work) const noexcept {
+  if (descriptor < 0) return status != 0 ? status : StatusNotFound;
+  Vx::String bytes;
+  int error = Posix::NameToBytes(name.GetText(), bytes);
+  if (error == 0) error = work(bytes);
+  return Posix::FileSystemStatus(error);
+}
+
+int Folder::GetAttributes(const Name& name, Attributes* attributes) const noexcept {
+  return OnName(name, [&](const Vx::String& bytes) {
+    return Posix::ReadAttributes(descriptor, bytes, false, attributes);
+  });
+}
+
+int Folder::SetFolderAttributes(const Name& name, const Attributes& attributes) const noexcept {
+  return OnName(name, [&](const Vx::String& bytes) {
+    return Posix::WriteFolderAttributes(descriptor, bytes, attributes);
+  });
+}
+
+int Folder::MakeFolder(const Name& name) const noexcept {
+  return OnName(name,
+                [&](const Vx::String& bytes) { return Posix::MakeFolderIn(descriptor, bytes); });
+}
+
+int Folder::Delete(const Name& name) const noexcept {
+  return OnName(name,
+                [&](const Vx::String& bytes) { return Posix::RemoveItemIn(descriptor, bytes); });
 }
 
 int Folder::GetNames(Names& names) const noexcept {

@@ -4,6 +4,7 @@
 
 #include "foundation/Export.h"
 #include "foundation/IO/AccessDeniedTreatment.h"
+#include "foundation/IO/Attributes.h"
 #include "foundation/IO/Location.h"
 #include "foundation/IO/Name.h"
 #include "foundation/IO/OnNotFound.h"
@@ -22,6 +23,8 @@ class FOUNDATION_API Folder final {
   Folder(const Location& location, OnNotFound onNotFound) noexcept;
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
+  Folder(Folder&& source) noexcept;
+  Folder& operator=(Folder&& source) noexcept;
   ~Folder();
 
   /// 0 if the folder is there, or if it is missing and that is ignored.
@@ -36,13 +39,32 @@ class FOUNDATION_API Folder final {
   [[nodiscard]] int Exchange(const Name& first, const Name& second,
                              AccessDeniedTreatment treatment) noexcept;
 
+  /// What stands under the name. Like all that follows, it doesn't follow a symbolic link.
+  [[nodiscard]] int GetAttributes(const Name& name, Attributes* attributes) const noexcept;
+  /// Sets mode and time of modification of a folder of this folder.
+  [[nodiscard]] int SetFolderAttributes(const Name& name,
+                                        const Attributes& attributes) const noexcept;
+  /// Makes a folder. 0 for one that exists.
+  [[nodiscard]] int MakeFolder(const Name& name) const noexcept;
+  /// Removes a file, a symbolic link itself, or an empty folder.
+  int Delete(const Name& name) const noexcept;
+
   /// The names of all items of the folder, in no order, replacing what `names` holds.
   [[nodiscard]] int GetNames(Names& names) const noexcept;
 
-  /// Makes names that were made, changed or removed durable.
+  /// Makes names that were made, changed or removed durable. 0, with nothing done, for a folder
+  /// that may be changed but not listed (mode 0300): nobody can sync that.
   [[nodiscard]] int Flush() noexcept;
 
  private:
+  friend class File;
+  friend class FolderTree;
+  friend class NewFile;
+
+  Folder() noexcept = default;
+  template <class Work>
+  int OnName(const Name& name, Work&& work) const noexcept;
+
   int status = 0;
   int descriptor = -1;
 };

@@ -41,4 +41,9 @@ inline constexpr int StatusNotAFolder = Vx::StatusCode(0x81010203U);
 inline constexpr int StatusIsAFolder = Vx::StatusCode(0x81010204U);
 inline constexpr int StatusFolderNotEmpty = Vx::StatusCode(0x81010205U);
 
+/// A device, a pipe or a symbolic link has the name of a file.
+inline constexpr int StatusNotAFile = Vx::StatusCode(0x81010206U);
+/// A symbolic link stands on a way that must not lead through one.
+inline constexpr int StatusLinkOnTheWay = Vx::StatusCode(0x81010207U);
+
 }  // namespace IO

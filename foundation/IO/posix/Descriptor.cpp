@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace IO::Posix {
@@ -19,19 +20,58 @@ int GetFlags(Access access) noexcept {
       return O_WRONLY | O_CREAT;
     case Access::WriteEmptied:
       return O_WRONLY | O_CREAT | O_TRUNC;
+    case Access::WriteNew:
+      return O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW;
     case Access::Read:
       break;
   }
   return O_RDONLY;
 }
 
-int OpenPath(const Vx::String& path, int flags, int* descriptor) noexcept {
+int OpenPath(int folder, const Vx::String& path, int flags, int* descriptor) noexcept {
   constexpr mode_t everybody = 0666;  // less what the process masks out
   int opened = -1;
   do {
-    opened = ::open(path.GetBuffer(), flags | O_CLOEXEC | O_NOCTTY, everybody);
+    opened = ::openat(folder, path.GetBuffer(), flags | O_CLOEXEC | O_NOCTTY, everybody);
   } while (opened < 0 && errno == EINTR);
   if (opened < 0) return errno;
+  return KeepFromStreams(opened, descriptor);
+}
+
+// For its names alone, where the system has such a thing.
+#ifdef O_PATH
+constexpr int NamesOnly = O_PATH;
+#else
+constexpr int NamesOnly = O_SEARCH;
+#endif
+
+int OpenFolderPath(int folder, const Vx::String& path, int flags, int* descriptor) noexcept {
+  const int error = OpenPath(folder, path, O_RDONLY | O_DIRECTORY | flags, descriptor);
+  return error == EACCES ? OpenPath(folder, path, NamesOnly | O_DIRECTORY | flags, descriptor)
+                         : error;
+}
+
+// Of a folder that may be changed but not listed. Nobody can sync such a one.
+bool IsForNamesOnly(int descriptor) noexcept {
+  const int flags = ::fcntl(descriptor, F_GETFL);
+  return flags >= 0 && (flags & NamesOnly) != 0;
+}
+
+int SyncResult(int result, int descriptor) noexcept {
+  if (result == 0) return 0;
+  // EINVAL is the system's word for a pipe, a terminal, or a folder that has no sync of its own.
+  const int error = errno;
+  const bool hasNone = error == EINVAL || (error == EBADF && IsForNamesOnly(descriptor));
+  return hasNone ? 0 : error;
+}
+
+}  // namespace
+
+int GetCurrentFolder() noexcept {
+  return AT_FDCWD;
+}
+
+int KeepFromStreams(int opened, int* descriptor) noexcept {
   if (opened < FirstOwnDescriptor) {
     const int moved = ::fcntl(opened, F_DUPFD_CLOEXEC, FirstOwnDescriptor);
     const int error = moved < 0 ? errno : 0;
@@ -43,20 +83,27 @@ int OpenPath(const Vx::String& path, int flags, int* descriptor) noexcept {
   return 0;
 }
 
-int SyncResult(int result) noexcept {
-  if (result == 0) return 0;
-  // EINVAL is the system's word for a pipe, a terminal, or a folder that has no sync of its own.
-  return errno == EINVAL ? 0 : errno;
+int OpenFile(const Vx::String& path, Access access, int* descriptor) noexcept {
+  return OpenPath(AT_FDCWD, path, GetFlags(access), descriptor);
 }
 
-}  // namespace
-
-int OpenFile(const Vx::String& path, Access access, int* descriptor) noexcept {
-  return OpenPath(path, GetFlags(access), descriptor);
+int OpenFileIn(int folder, const Vx::String& name, Access access, int* descriptor) noexcept {
+  return OpenPath(folder, name, GetFlags(access) | O_NOFOLLOW | O_NONBLOCK, descriptor);
 }
 
 int OpenFolder(const Vx::String& path, int* descriptor) noexcept {
-  return OpenPath(path, O_RDONLY | O_DIRECTORY, descriptor);
+  return OpenFolderPath(AT_FDCWD, path, 0, descriptor);
+}
+
+int OpenFolderIn(int folder, const Vx::String& name, int* descriptor) noexcept {
+  return OpenFolderPath(folder, name, O_NOFOLLOW, descriptor);
+}
+
+int Duplicate(int descriptor, int* copy) noexcept {
+  const int made = ::fcntl(descriptor, F_DUPFD_CLOEXEC, FirstOwnDescriptor);
+  if (made < 0) return errno;
+  *copy = made;
+  return 0;
 }
 
 int Close(int descriptor) noexcept {
@@ -97,12 +144,28 @@ int Seek(int descriptor, SeekOrigin origin, __int64 offset, __int64* position) n
   return 0;
 }
 
+int SetSize(int descriptor, unsigned __int64 size) noexcept {
+  int result = -1;
+  do {
+    result = ::ftruncate(descriptor, static_cast<off_t>(size));
+  } while (result != 0 && errno == EINTR);
+  return result == 0 ? 0 : errno;
+}
+
+int TryLock(int descriptor) noexcept {
+  int result = -1;
+  do {
+    result = ::flock(descriptor, LOCK_EX | LOCK_NB);
+  } while (result != 0 && errno == EINTR);
+  return result == 0 ? 0 : errno;
+}
+
 int SyncData(int descriptor) noexcept {
-  return SyncResult(::fdatasync(descriptor));
+  return SyncResult(::fdatasync(descriptor), descriptor);
 }
 
 int SyncAll(int descriptor) noexcept {
-  return SyncResult(::fsync(descriptor));
+  return SyncResult(::fsync(descriptor), descriptor);
 }
 
 bool IsTerminal(int descriptor) noexcept {

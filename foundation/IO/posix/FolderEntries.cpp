@@ -44,6 +44,17 @@ std::unique_ptr<DIR, CloseStream> OpenStream(int folder) noexcept {
   return stream;
 }
 
+int MakeFolderIn(int folder, const Vx::String& path, int linkFlag) noexcept {
+  constexpr mode_t everybody = 0777;  // less what the process masks out
+  if (::mkdirat(folder, path.GetBuffer(), everybody) == 0) return 0;
+  const int error = errno;
+  struct stat facts {};
+  // Systems differ in the reason that they give for a folder that is there already.
+  const bool found = ::fstatat(folder, path.GetBuffer(), &facts, linkFlag) == 0;
+  if (found && S_ISDIR(facts.st_mode)) return 0;
+  return error == EEXIST ? ENOTDIR : error;
+}
+
 }  // namespace
 
 bool IsUnsupported(int error) noexcept {
@@ -98,22 +109,24 @@ int ListNames(int folder, Folder::Names& names) {
 }
 
 int RemoveItem(const Vx::String& path) noexcept {
-  if (::unlink(path.GetBuffer()) == 0) return 0;
+  return RemoveItemIn(AT_FDCWD, path);
+}
+
+int RemoveItemIn(int folder, const Vx::String& name) noexcept {
+  if (::unlinkat(folder, name.GetBuffer(), 0) == 0) return 0;
   const int error = errno;
   // POSIX has EPERM for a folder here, Linux EISDIR.
   if (error != EISDIR && error != EPERM) return error;
-  if (::rmdir(path.GetBuffer()) == 0) return 0;
+  if (::unlinkat(folder, name.GetBuffer(), AT_REMOVEDIR) == 0) return 0;
   return errno == ENOTDIR ? error : errno;
 }
 
 int MakeFolder(const Vx::String& path) noexcept {
-  constexpr mode_t everybody = 0777;  // less what the process masks out
-  if (::mkdir(path.GetBuffer(), everybody) == 0) return 0;
-  const int error = errno;
-  struct stat facts {};
-  // Systems differ in the error that they report for a folder that is there already.
-  if (::stat(path.GetBuffer(), &facts) == 0 && S_ISDIR(facts.st_mode)) return 0;
-  return error == EEXIST ? ENOTDIR : error;
+  return MakeFolderIn(AT_FDCWD, path, 0);
+}
+
+int MakeFolderIn(int folder, const Vx::String& name) noexcept {
+  return MakeFolderIn(folder, name, AT_SYMLINK_NOFOLLOW);
 }
 
 int ResolvePath(const Vx::String& path, Vx::String& real) noexcept {

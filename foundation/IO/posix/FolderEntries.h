@@ -37,6 +37,10 @@ namespace IO::Posix {
 [[nodiscard]] int RemoveItem(const Vx::String& path) noexcept;
 /// 0 for a folder that is there; ENOTDIR if something else is.
 [[nodiscard]] int MakeFolder(const Vx::String& path) noexcept;
+/// The same in a folder that is held open; a symbolic link of that name is ENOTDIR.
+[[nodiscard]] int MakeFolderIn(int folder, const Vx::String& name) noexcept;
+/// Removes a file, a link itself, or an empty folder.
+[[nodiscard]] int RemoveItemIn(int folder, const Vx::String& name) noexcept;
 /// The path of the current folder. Throws `Vx::OutOfMemoryException`.
 [[nodiscard]] int GetWorkingFolder(Vx::String& path);
 

@@ -38,6 +38,18 @@ struct Times {
   timespec values[2] = {};
 };
 
+// The flag holds even if somebody has replaced the item by a link since it was looked at.
+int WriteByName(int folder, const Vx::String& name, EntryType type,
+                const Attributes& attributes) noexcept {
+  const bool hasMode = type != EntryType::SymbolicLink;
+  if (hasMode && ::fchmodat(folder, name.GetBuffer(), attributes.mode & PermissionBits,
+                            AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno;
+  }
+  const Times times(attributes);
+  return ::utimensat(folder, name.GetBuffer(), times.values, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
 }  // namespace
 
 int ReadAttributes(const Vx::String& path, bool followLinks, Attributes* attributes) noexcept {
@@ -63,18 +75,16 @@ int ReadAttributes(int descriptor, Attributes* attributes) noexcept {
 int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexcept {
   Attributes present;
   const int error = ReadAttributes(path, false, &present);
+  return error != 0 ? error : WriteByName(AT_FDCWD, path, present.type, attributes);
+}
+
+int WriteFolderAttributes(int folder, const Vx::String& name,
+                          const Attributes& attributes) noexcept {
+  Attributes present;
+  const int error = ReadAttributes(folder, name, false, &present);
   if (error != 0) return error;
-  // The flag holds even if somebody replaces the item by a link between the two calls.
-  const bool hasMode = present.type != EntryType::SymbolicLink;
-  if (hasMode && ::fchmodat(AT_FDCWD, path.GetBuffer(), attributes.mode & PermissionBits,
-                            AT_SYMLINK_NOFOLLOW) != 0) {
-    return errno;
-  }
-  const Times times(attributes);
-  if (::utimensat(AT_FDCWD, path.GetBuffer(), times.values, AT_SYMLINK_NOFOLLOW) != 0) {
-    return errno;
-  }
-  return 0;
+  if (present.type != EntryType::Folder) return ENOTDIR;
+  return WriteByName(folder, name, present.type, attributes);
 }
 
 int WriteAttributes(int descriptor, const Attributes& attributes) noexcept {

@@ -61,7 +61,9 @@ int Swap(int folder, const Vx::String& first, const Vx::String& second) noexcept
 int MoveBySteps(int folder, const Vx::String& from, const Vx::String& to) noexcept {
   int error = LinkName(folder, from, to);
   if (error != 0) return error;
-  error = RemoveName(folder, from);
+  // A disk that keeps no order of names could lose the new one and keep that the old one is gone.
+  error = SyncAll(folder);
+  if (error == 0) error = RemoveName(folder, from);
   // A removal can be reported as failed and have happened, as over a network: `to` is then the only
   // name left.
   if (error == 0 || !AreOneItem(folder, from, to)) return 0;

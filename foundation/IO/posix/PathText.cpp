@@ -53,6 +53,10 @@ int LocationToBytes(const Location& location, Vx::String& bytes) noexcept {
   return Convert(location.GetPath(), bytes);
 }
 
+int RelativePathToBytes(Vx::UniString::View path, Vx::String& bytes) noexcept {
+  return Convert(path, bytes);
+}
+
 Vx::UniString BytesToText(std::string_view bytes) {
   Vx::UniString text;
   while (!bytes.empty()) {

@@ -21,6 +21,9 @@ namespace IO::Posix {
 /// with a drive, which no POSIX system has.
 [[nodiscard]] int LocationToBytes(const Location& location, Vx::String& bytes) noexcept;
 
+/// The bytes of a path below some folder, names with U+005C between them. Returns as above.
+[[nodiscard]] int RelativePathToBytes(Vx::UniString::View path, Vx::String& bytes) noexcept;
+
 /// The text of a name or of a path whose separators stay U+002F. Throws `Vx::OutOfMemoryException`.
 [[nodiscard]] Vx::UniString BytesToText(std::string_view bytes);
 

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "foundation/IO/Folder.h"
+#include "foundation/IO/Location.h"
+#include "foundation/IO/Status.h"
+
+namespace IO {
+
+/// The folders below one that is opened once and held open. None of them is reached through a
+/// symbolic link, whatever another process puts there meanwhile: nothing that is made through this
+/// object comes to stand outside.
+///
+/// The folder that was entered last stays open: a row of files in one folder costs no walk, however
+/// deep it lies. Everything reports by status, and nothing throws. One thread at a time.
+class FOUNDATION_API FolderTree final {
+ public:
+  enum class Missing : int { Fail, Make };
+
+  /// Opens the folder, to which links may lead.
+  explicit FolderTree(const Location& root) noexcept;
+  FolderTree(const FolderTree&) = delete;
+  FolderTree& operator=(const FolderTree&) = delete;
+  ~FolderTree();
+
+  /// 0 if the folder is there.
+  [[nodiscard]] int GetStatus() const noexcept { return root.GetStatus(); }
+  [[nodiscard]] const Location& GetLocation() const noexcept { return rootLocation; }
+
+  /// Opens the folder at `location`, which is the root or lies below it. `folder` points to it
+  /// until the next call. `StatusLinkOnTheWay` if a symbolic link stands on the way or is what has
+  /// the name; `StatusNotAFolder` for anything else that is not a folder.
+  [[nodiscard]] int Enter(const Location& location, Missing missing, Folder** folder) noexcept;
+
+ private:
+  const Location rootLocation;
+  Folder root;
+  Folder last;
+  Location lastLocation;
+};
+
+}  // namespace IO

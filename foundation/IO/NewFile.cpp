@@ -1,0 +1,44 @@
+#include "foundation/IO/NewFile.h"
+
+#include "foundation/IO/posix/ErrorStatus.h"
+#include "foundation/IO/posix/FolderEntries.h"
+#include "foundation/IO/posix/PathText.h"
+#include "foundation/IO/posix/UnnamedFile.h"
+
+namespace IO {
+
+NewFile::NewFile(const Folder& folder, Access access) noexcept
+    : parent(folder), file(folder, Name(), OnNotFound::Ignore) {
+  if (folder.descriptor < 0) {
+    status = folder.status != 0 ? folder.status : StatusNotFound;
+    return;
+  }
+  const int error = Posix::MakeUnnamedFile(folder.descriptor, access == Access::Private,
+                                           &file.descriptor, temporaryName);
+  file.isRegular = true;
+  status = Posix::FileSystemStatus(error);
+}
+
+NewFile::~NewFile() {
+  // The name goes first: while the file is open, its lock tells others that it is alive.
+  if (!complete && !temporaryName.IsEmpty()) {
+    static_cast<void>(Posix::RemoveName(parent.descriptor, temporaryName));
+  }
+}
+
+int NewFile::Complete(const Name& name, Naming naming) noexcept {
+  if (status != 0) return status;
+  Vx::String target;
+  int error = Posix::NameToBytes(name.GetText(), target);
+  const auto step = naming == Naming::Replacing ? Posix::NameFileReplacing : Posix::NameFile;
+  if (error == 0) error = step(parent.descriptor, file.descriptor, temporaryName, target);
+  complete = error == 0;
+  return Posix::FileSystemStatus(error);
+}
+
+bool NewFile::IsTemporary(const Name& name) noexcept {
+  Vx::String bytes;
+  return Posix::NameToBytes(name.GetText(), bytes) == 0 && Posix::IsTemporaryName(bytes.GetView());
+}
+
+}  // namespace IO
