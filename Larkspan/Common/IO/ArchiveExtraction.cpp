@@ -1,5 +1,7 @@
 #include "Larkspan/Common/IO/ArchiveExtraction.h"
 
+#include <utility>
+
 #include "Larkspan/Common/IO/ArchiveException.h"
 #include "Larkspan/Common/IO/ArchiveFileReader.h"
 #include "Larkspan/Common/IO/ChannelCopy.h"
@@ -7,6 +9,8 @@
 #include "Larkspan/Common/IO/FailureGuard.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "foundation/IO/FileSystem.h"
+#include "foundation/IO/FolderTree.h"
+#include "foundation/IO/SystemError.h"
 #include "foundation/Vx/BufferedOBinaryChannel.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
@@ -31,20 +35,33 @@ void CreateTargetFolder(const ::IO::Location& folder) {
   }
 }
 
-void CreateParentOfFile(const ::IO::Location& location) {
-  const ::IO::Location parent = location.GetParent();
-  if (!parent.IsValid()) {
+constexpr const char* LinkOnTheWay = "A symbolic link stands on the way to the extracted file.";
+
+// The folder that the file belongs into, made if it is missing; held by the tree.
+::IO::Folder& EnterParent(::IO::FolderTree& tree, const ::IO::Location& location,
+                          ::IO::Name& name) {
+  ::IO::Location parent;
+  if (location.Split(parent, name) != 0) {
     throw Vx::IOException("Failed to get parent folder of extracted file.", __FILE__, __LINE__);
   }
-  if (::IO::fileSystem.CreateFolderTree(parent) != 0) {
-    throw Vx::IOException("Failed to create parent folder of extracted file.", __FILE__, __LINE__);
+  ::IO::Folder* folder = nullptr;
+  const int status = tree.Enter(parent, ::IO::FolderTree::Missing::Make, &folder);
+  if (status == ::IO::StatusLinkOnTheWay) {
+    throw ::IO::WithDetail(Vx::IOException(LinkOnTheWay, __FILE__, __LINE__), parent, status);
   }
+  if (status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to create parent folder of extracted file.", __FILE__, __LINE__),
+        parent, status);
+  }
+  return *folder;
 }
 
-// What is at the location now must be a file, and not the archive that is being read.
-void CheckPlace(const ::IO::Location& location, const ::IO::Attributes& archive) {
-  ::IO::Attributes present;
-  if (::IO::fileSystem.GetAttributes(location, &present, true) != 0) return;
+// What has the name now must be a file, and not the archive that is being read.
+void CheckItem(const ::IO::Attributes& present, const ::IO::Attributes& archive) {
+  if (present.type == ::IO::EntryType::SymbolicLink) {
+    throw Vx::IOException(LinkOnTheWay, __FILE__, __LINE__);
+  }
   if (present.type == ::IO::EntryType::Other) {
     throw Vx::IOException("A device or pipe stands at the place of the extracted file.", __FILE__,
                           __LINE__);
@@ -55,10 +72,22 @@ void CheckPlace(const ::IO::Location& location, const ::IO::Attributes& archive)
   }
 }
 
-void ExtractEntry(ArchiveIBinaryChannel& archive, const ::IO::Location& location) {
-  CreateParentOfFile(location);
-  const Vx::OBinaryChannelRef file(
-      Vx::New<FileOBinaryChannel>(location, false, FileShare::NoShare));
+// Opens the file empty. It is looked at again before anything in it is lost: another process may
+// have put something else under the name.
+::IO::File OpenTarget(const ::IO::Folder& folder, const ::IO::Name& name,
+                      const ::IO::Attributes& archive) {
+  ::IO::Attributes present;
+  if (folder.GetAttributes(name, &present) == 0) CheckItem(present, archive);
+  ::IO::File file(folder, name, ::IO::OnNotFound::Ignore);
+  if (file.Open(::IO::OpenMode::Write, ::IO::AccessDeniedTreatment::Report) == 0) {
+    if (file.GetAttributes(&present) == 0) CheckItem(present, archive);
+    if (file.SetSize(0) != 0) file.Close();
+  }
+  return file;
+}
+
+void ExtractEntry(ArchiveIBinaryChannel& archive, ::IO::File&& target) {
+  const Vx::OBinaryChannelRef file(Vx::New<FileOBinaryChannel>(std::move(target)));
   Vx::BufferedOBinaryChannel buffered(file, WriteBufferSize);
   CopyChannel(archive, buffered, CopyStepSize);
   buffered.Close();
@@ -68,11 +97,12 @@ void ExtractEntries(const ::IO::Location& archive, const ::IO::Location& folder)
   ArchiveFileReader reader(archive, FileShare::ShareRead);
   ::IO::Attributes archiveFacts;
   static_cast<void>(::IO::fileSystem.GetAttributes(archive, &archiveFacts, true));
+  ::IO::FolderTree tree(folder);
   for (auto entry = reader.GetNextEntry(); entry; entry = reader.GetNextEntry()) {
     const ::IO::Location location = LocationFromEntryName(folder, entry->GetName());
-    CheckWayToEntry(folder, location);
-    CheckPlace(location, archiveFacts);
-    ExtractEntry(reader.GetChannel(), location);
+    ::IO::Name name;
+    const ::IO::Folder& parent = EnterParent(tree, location, name);
+    ExtractEntry(reader.GetChannel(), OpenTarget(parent, name, archiveFacts));
   }
   reader.Close();
 }

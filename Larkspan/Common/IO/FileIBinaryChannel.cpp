@@ -1,6 +1,7 @@
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
@@ -40,6 +41,10 @@ FileIBinaryChannel::FileIBinaryChannel(const ::IO::Location& location, const Fil
   const auto mode = share == FileShare::NoShare ? ::IO::OpenMode::Read : ::IO::OpenMode::ReadShared;
   const int status = file.Open(mode, ::IO::AccessDeniedTreatment::Report);
   if (status != 0) FailToOpen(file, status, __LINE__);
+}
+
+FileIBinaryChannel::FileIBinaryChannel(::IO::File&& openFile) : file(std::move(openFile)) {
+  if (!file.IsOpen()) FailToOpen(file, ::IO::StatusNotOpen, __LINE__);
 }
 
 FileIBinaryChannel::~FileIBinaryChannel() {

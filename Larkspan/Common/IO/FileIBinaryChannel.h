@@ -19,6 +19,9 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel,
   /// empty, `FileNotFoundException` for a missing file, and `Vx::IOException` for one that can't
   /// be opened.
   FileIBinaryChannel(const ::IO::Location& location, const FileShare& share);
+  /// Takes over a file that is open for reading, and reads from its position on. Throws
+  /// `Vx::IOException` for one that is not open.
+  explicit FileIBinaryChannel(::IO::File&& openFile);
   ~FileIBinaryChannel() override;
 
   using IBinaryChannel::Read;

@@ -1,5 +1,7 @@
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 
+#include <utility>
+
 #include "Larkspan/Common/IO/CloseInDestructor.h"
 #include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/IO/SystemError.h"
@@ -47,6 +49,10 @@ FileOBinaryChannel::FileOBinaryChannel(const ::IO::Location& location, bool appe
   if (status != 0) FailToOpen(file, status, __LINE__);
   if (append) status = file.Seek(::IO::SeekOrigin::End, 0);
   if (status != 0) FailToOpen(file, status, __LINE__);
+}
+
+FileOBinaryChannel::FileOBinaryChannel(::IO::File&& openFile) : file(std::move(openFile)) {
+  if (!file.IsOpen()) FailToOpen(file, ::IO::StatusNotOpen, __LINE__);
 }
 
 FileOBinaryChannel::~FileOBinaryChannel() {

@@ -18,6 +18,9 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
   /// Throws `Vx::IllegalArgumentException` for a location that is not valid or empty and for the
   /// share, and `Vx::IOException` for a file that can't be opened.
   FileOBinaryChannel(const ::IO::Location& location, bool append, const FileShare& share);
+  /// Takes over a file that is open for writing, and writes from its position on. Throws
+  /// `Vx::IOException` for one that is not open.
+  explicit FileOBinaryChannel(::IO::File&& openFile);
   ~FileOBinaryChannel() override;
 
   void Write(const char* data, unsigned int size) override;
