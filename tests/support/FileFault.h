@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <utility>
 
 namespace Tests {
 
@@ -18,6 +20,8 @@ enum SystemCall : unsigned int {
   CallLink = 1U << 7U,
   CallRemove = 1U << 8U,
   CallAny = (1U << 9U) - 1,
+  CallOpen = 1U << 9U,
+  CallMake = 1U << 10U,
 };
 
 /// While it lives, calls of the kinds `calls` fail with `error`: after `skip` that pass, `times`.
@@ -51,6 +55,35 @@ class FileFault final {
   unsigned int striking;
   unsigned int met = 0;
   FileFault* older;
+};
+
+/// While it lives, `action` runs before system call number `skip` of any kind, as if another
+/// process had come in between; the calls of the action itself are not counted. One at a time.
+class CallHook final {
+ public:
+  CallHook(unsigned int skip, std::function<void()> work) : left(skip), action(std::move(work)) {
+    current = this;
+  }
+  CallHook(const CallHook&) = delete;
+  CallHook& operator=(const CallHook&) = delete;
+  ~CallHook() { current = nullptr; }
+
+  [[nodiscard]] bool HasStruck() const noexcept { return struck; }
+
+  /// For the C functions: a call is about to be made.
+  static void Meet() {
+    if (current == nullptr || current->left-- > 0) return;
+    CallHook* const hook = std::exchange(current, nullptr);
+    hook->struck = true;
+    hook->action();
+  }
+
+ private:
+  static inline CallHook* current = nullptr;
+
+  unsigned int left;
+  std::function<void()> action;
+  bool struck = false;
 };
 
 /// While it lives, a number of bytes bounds what calls move. One of a kind at a time.
