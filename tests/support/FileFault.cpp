@@ -49,7 +49,9 @@ int NoteSync(long result, int descriptor) noexcept {
 }
 
 int Open(int folder, const char* path, int flags, mode_t mode) noexcept {
-  const long descriptor = Call(CallOpen, SYS_openat, folder, path, flags, mode);
+  const bool unnamed = (flags & O_TMPFILE) == O_TMPFILE;
+  const SystemCall kind = unnamed ? CallOpenUnnamed : CallOpen;
+  const long descriptor = Call(kind, SYS_openat, folder, path, flags, mode);
   if (descriptor >= 0 && (flags & O_CREAT) != 0) PowerCut::NoteNames();
   if (descriptor >= 0 && (flags & O_TRUNC) != 0) {
     PowerCut::NoteTruncation(static_cast<int>(descriptor));

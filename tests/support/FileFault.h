@@ -21,7 +21,8 @@ enum SystemCall : unsigned int {
   CallRemove = 1U << 8U,
   CallAny = (1U << 9U) - 1,
   CallOpen = 1U << 9U,
-  CallMake = 1U << 10U,
+  CallMake = 1U << 10U,         // a folder
+  CallOpenUnnamed = 1U << 11U,  // a file without a name
 };
 
 /// While it lives, calls of the kinds `calls` fail with `error`: after `skip` that pass, `times`.
