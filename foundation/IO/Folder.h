@@ -47,7 +47,7 @@ class FOUNDATION_API Folder final {
   /// Makes a folder. 0 for one that exists.
   [[nodiscard]] int MakeFolder(const Name& name) const noexcept;
   /// Removes a file, a symbolic link itself, or an empty folder.
-  int Delete(const Name& name) const noexcept;
+  [[nodiscard]] int Delete(const Name& name) const noexcept;
 
   /// The names of all items of the folder, in no order, replacing what `names` holds.
   [[nodiscard]] int GetNames(Names& names) const noexcept;

@@ -95,7 +95,8 @@ class Ref {
     if (counter != nullptr) counter->Increment();
   }
   void Release() noexcept {
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): it can't know what other references count.
+    // The analyzer can't know what other references count.
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete)
     if (counter == nullptr || counter->Decrement() != 0) return;
     delete counter;
     DeleteObject();
