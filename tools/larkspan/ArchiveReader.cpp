@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/Text.h"
 
@@ -33,24 +34,26 @@ std::string ArchiveReader::DescribePosition() const {
   return previous.empty() ? "at its head" : "after entry " + previous;
 }
 
+void ArchiveReader::EndEntry() {
+  previous = ToPrintable(current->GetName().GetView());
+  current.Reset();
+}
+
 ArchiveReader::ArchiveReader(const std::string& argument, Console& messages)
     : console(messages), source(argument), channel(source), buffer(Vx::NewByteArray(ChunkSize)) {
   const unsigned int reserved = Guard([this] { return channel.GetReservedHeaderSize(); });
   CheckHeaderSize(GetSubject(), source.GetPosition(), reserved, console);
+  ReportHeaderCheck(GetSubject(), channel.GetEnd(), console);
 }
 
 ArchiveReader::EntryRef ArchiveReader::Next() {
   Verify();
-  const unsigned __int64 end = source.GetPosition();
   EntryRef entry = Guard([this] { return channel.GetNextEntry(); });
   current = entry;
   if (current) {
     console.GetProgress().AdvanceItem();
-  } else if (source.GetPosition() > end) {
-    console.Warn(
-        GetSubject(),
-        "the archive ends inside the name of an entry: it is truncated there, or something "
-        "was appended");
+  } else {
+    ReportEnd(GetSubject(), channel.GetEnd(), console);
   }
   return entry;
 }
@@ -68,8 +71,20 @@ void ArchiveReader::Verify() {
   while (!ReadChunk().empty()) {
   }
   Guard([this] { channel.CloseEntry(); });
-  previous = ToPrintable(current->GetName().GetView());
-  current.Reset();
+  EndEntry();
+}
+
+void ArchiveReader::Leave() {
+  if (!current) return;
+  PresentFailures([this] { channel.LeaveEntry(); },
+                  [this](const VxException& exception) {
+                    return LibraryFailure(ExitCode::BadArchive, GetSubject(),
+                                          "bad archive, no entry after " +
+                                              ToPrintable(current->GetName().GetView()) +
+                                              " can be found",
+                                          exception);
+                  });
+  EndEntry();
 }
 
 }  // namespace Tool

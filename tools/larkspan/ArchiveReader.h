@@ -17,7 +17,8 @@ void CheckHeaderSize(const std::string& subject, unsigned __int64 size, unsigned
                      Console& console);
 
 /// An archive from front to back, in large chunks. A bad one throws `Failure` with the archive's
-/// name. One that ends inside a name is reported as truncated: the format counts that as an end.
+/// name. A header or an end that isn't as it was written is told to the console, and the work goes
+/// on.
 class ArchiveReader final {
  public:
   using EntryRef = Archive::ArchiveIBinaryChannel::EntryRef;
@@ -41,11 +42,15 @@ class ArchiveReader final {
   [[nodiscard]] std::string_view ReadChunk();
   /// Reads what is left of the entry and verifies it.
   void Verify();
+  /// Ends the entry without decoding what is left of it, so that the next one can be read after a
+  /// bad one. Throws `Failure` if its end can't be found; nothing else can be read then.
+  void Leave();
 
  private:
   template <class Work>
   auto Guard(Work&& work);
   [[nodiscard]] std::string DescribePosition() const;
+  void EndEntry();
 
   Console& console;
   ArchiveSource source;

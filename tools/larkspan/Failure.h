@@ -39,7 +39,7 @@ class Failure final : public std::exception {
 /// The system refused `action` with `status`, one of the file-system layer's.
 [[nodiscard]] Failure SystemFailure(const std::string& subject, std::string_view action,
                                     int status);
-/// The same as the library reports it: `text` and the message of `reason`.
+/// The same as the library reports it: `text`, the message of `reason`, and what the system said.
 [[nodiscard]] Failure LibraryFailure(ExitCode code, const std::string& subject,
                                      std::string_view text, const VxException& reason);
 
@@ -59,7 +59,8 @@ auto PresentFailures(Work&& work, Describe&& describe) {
 /// Nobody reads the standard output any more: no failure, and no reason to go on.
 struct PipeClosed {};
 
-/// A status of the file-system layer in words.
+/// A status of the file-system layer in words; the system's own if the operation was the last one
+/// that failed.
 [[nodiscard]] std::string DescribeStatus(int status);
 
 }  // namespace Tool

@@ -9,9 +9,12 @@ namespace Tool {
 ::IO::Location LocationFromArgument(const std::string& argument) {
   ::IO::Location location;
   const int status = ::IO::fileSystem.FromNativePath(argument, location);
-  if (status != 0) {
+  if (status == ::IO::StatusInvalidLocation || status == ::IO::StatusInvalidArgument) {
     const std::string subject = argument.empty() ? "\"\"" : ToPrintable(argument);
     throw Failure(ExitCode::WrongUsage, subject, "can't be a path");
+  }
+  if (status != 0) {
+    throw SystemFailure(ToPrintable(argument), "the current folder is unknown", status);
   }
   return location;
 }
