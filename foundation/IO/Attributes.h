@@ -11,7 +11,9 @@ struct Attributes {
   unsigned __int64 size = 0;    // bytes
   __int64 modifiedSeconds = 0;  // since 1970-01-01 00:00 UTC
   unsigned int modifiedNanoseconds = 0;
-  unsigned int mode = 0;  // the permission bits, 0 to 07777
+  unsigned int mode = 0;   // the permission bits, 0 to 07777
+  unsigned int owner = 0;  // the user's number
+  unsigned int group = 0;
   unsigned __int64 device = 0;
   unsigned __int64 node = 0;  // the inode
 

@@ -1,6 +1,7 @@
 #include "foundation/IO/File.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include "foundation/IO/posix/ErrorStatus.h"
 #include "foundation/IO/posix/ItemAttributes.h"
 #include "foundation/IO/posix/PathText.h"
+#include "foundation/Vx/Thread.h"
 
 namespace IO {
 namespace {
@@ -20,6 +22,8 @@ Posix::Access GetAccess(OpenMode mode, bool createIfMissing) noexcept {
       return Posix::Access::WriteEmptied;
     case OpenMode::WriteNew:
       return Posix::Access::WriteNew;
+    case OpenMode::WriteNewPrivate:
+      return Posix::Access::WriteNewPrivate;
     case OpenMode::Update:
       return Posix::Access::ReadAndWrite;
     case OpenMode::Read:
@@ -229,6 +233,17 @@ int File::Flush() noexcept {
   return Posix::WriteStatus(Posix::SyncData(descriptor));
 }
 
+int File::Lock(unsigned int waitMilliseconds) noexcept {
+  constexpr unsigned int step = 5;  // milliseconds; the system has no wait that ends
+  if (!IsOpen()) return StatusNotOpen;
+  int error = Posix::TryLock(descriptor);
+  for (unsigned int waited = 0; error == EWOULDBLOCK && waited < waitMilliseconds; waited += step) {
+    Vx::Thread::Sleep(step, true);
+    error = Posix::TryLock(descriptor);
+  }
+  return Posix::FileStatus(error);
+}
+
 int File::GetAttributes(Attributes* attributes) const noexcept {
   if (!IsOpen()) return StatusNotOpen;
   return Posix::FileStatus(Posix::ReadAttributes(descriptor, attributes));
@@ -237,6 +252,11 @@ int File::GetAttributes(Attributes* attributes) const noexcept {
 int File::SetAttributes(const Attributes& attributes) noexcept {
   if (!IsOpen()) return StatusNotOpen;
   return Posix::FileStatus(Posix::WriteAttributes(descriptor, attributes));
+}
+
+int File::SetOwner(const Attributes& attributes) noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  return Posix::FileStatus(Posix::WriteOwner(descriptor, attributes));
 }
 
 }  // namespace IO

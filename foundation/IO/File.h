@@ -24,8 +24,8 @@ namespace IO {
 /// Reads go through a buffer of `BufferSize` bytes, made when the file is opened for reading; reads
 /// as large as the buffer bypass it. Between reading and writing comes a `Seek`. Writes are not
 /// held back: each reaches the system before it returns. All operations report by status and none
-/// throws; reading, writing, seeking and flushing need an open file. There are no locks: a file can
-/// be open more than once. One thread at a time.
+/// throws; reading, writing, seeking and flushing need an open file. A file can be open more than
+/// once, and nothing but `Lock` looks at locks. One thread at a time.
 class FOUNDATION_API File final {
  public:
   /// Bytes that are read ahead at the most.
@@ -93,10 +93,19 @@ class FOUNDATION_API File final {
   /// nobody knows what is durable; calling again does not help.
   [[nodiscard]] int Flush() noexcept;
 
+  /// Takes the exclusive lock on the open file, under whatever name others have opened it, and
+  /// whatever either is open for. `StatusLocked` if somebody else still holds it after
+  /// `waitMilliseconds`. Closing the file releases the lock; so does the end of the process.
+  [[nodiscard]] int Lock(unsigned int waitMilliseconds) noexcept;
+
   /// Of the open file.
   [[nodiscard]] int GetAttributes(Attributes* attributes) const noexcept;
   /// Sets mode and time of modification of the open file.
   [[nodiscard]] int SetAttributes(const Attributes& attributes) noexcept;
+  /// Gives the open file the owner and the group of `attributes`. Where the system refuses that, it
+  /// may have the group all the same. Others may lose permissions that the mode gave them: set the
+  /// owner first.
+  [[nodiscard]] int SetOwner(const Attributes& attributes) noexcept;
 
  private:
   friend class NewFile;

@@ -10,6 +10,7 @@ enum class OpenMode : int {
   WriteNew = 3,    // for reading and writing; a failure if anything has the name, a link included
   ReadShared = 5,  // the same as `Read` where files are not locked
   Update = 6,      // reads and writes; the content is kept, and a missing file is not created
+  WriteNewPrivate = 7,  // as `WriteNew`, with permissions for the owner alone
 };
 
 }  // namespace IO

@@ -45,5 +45,7 @@ inline constexpr int StatusFolderNotEmpty = Vx::StatusCode(0x81010205U);
 inline constexpr int StatusNotAFile = Vx::StatusCode(0x81010206U);
 /// A symbolic link stands on a way that must not lead through one.
 inline constexpr int StatusLinkOnTheWay = Vx::StatusCode(0x81010207U);
+/// Somebody else holds the lock on the file.
+inline constexpr int StatusLocked = Vx::StatusCode(0x81010208U);
 
 }  // namespace IO

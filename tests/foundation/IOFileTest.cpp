@@ -2,8 +2,10 @@
 #include <cerrno>
 #include <filesystem>
 #include <iterator>
+#include <numeric>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +13,7 @@
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/SeededRandom.h"
+#include "tests/support/SleepRecord.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -149,6 +152,41 @@ TEST_F(IOFile, ModesAndPlacesDecideWhatBecomesOfTheContent) {
     EXPECT_EQ(WriteText(file, "ab") == 0, row.opened == 0 && row.mode != OpenMode::Read);
     EXPECT_EQ(folder.Read("f"), row.content);
   }
+}
+
+TEST_F(IOFile, LockIsHeldByOneOpenFileUntilThatIsClosed) {
+  const SleepRecord record;
+  folder.Write("f", "");
+  std::filesystem::create_hard_link(folder.GetPath() / "f", folder.GetPath() / "twin");
+  File first(folder.At("f"), OnNotFound::Fail);
+  File second(folder.At("twin"), OnNotFound::Fail);
+  EXPECT_EQ(first.Lock(0), IO::StatusNotOpen);
+  ASSERT_EQ(first.Open(OpenMode::Update, Report), 0);
+  ASSERT_EQ(second.Open(OpenMode::Read, Report), 0);
+  EXPECT_EQ(first.Lock(0), 0);
+  EXPECT_EQ(first.Lock(0), 0);
+  EXPECT_EQ(second.Lock(1000), IO::StatusLocked);
+  EXPECT_EQ(std::accumulate(record.sleeps.begin(), record.sleeps.end(), 0L), 1000);
+  first.Close();
+  EXPECT_EQ(second.Lock(0), 0);
+}
+
+TEST_F(IOFile, OwnerAndModeOfANewFileAreThoseAskedFor) {
+  File file(folder.At("f"), OnNotFound::Ignore);
+  ASSERT_EQ(file.Open(OpenMode::WriteNewPrivate, Report), 0);
+  IO::Attributes made;
+  ASSERT_EQ(file.GetAttributes(&made), 0);
+  EXPECT_EQ(made.mode, 0600U);
+  EXPECT_EQ(made.owner, ::geteuid());
+  IO::Attributes wanted = made;
+  ++wanted.owner;
+  ++wanted.group;
+  // Nobody but root can give a file away.
+  const bool mayGive = ::geteuid() == 0;
+  EXPECT_EQ(file.SetOwner(wanted), mayGive ? 0 : IO::StatusAccessDenied);
+  ASSERT_EQ(file.GetAttributes(&made), 0);
+  EXPECT_EQ(made.owner == wanted.owner, mayGive);
+  EXPECT_TRUE(made.group == wanted.group || !mayGive);
 }
 
 TEST_F(IOFile, ALengthBeyond32BitsIsRefusedAndNotCut) {

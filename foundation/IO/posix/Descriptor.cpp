@@ -21,6 +21,7 @@ int GetFlags(Access access) noexcept {
     case Access::WriteEmptied:
       return O_WRONLY | O_CREAT | O_TRUNC;
     case Access::WriteNew:
+    case Access::WriteNewPrivate:
       return O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW;
     case Access::Read:
       break;
@@ -28,11 +29,15 @@ int GetFlags(Access access) noexcept {
   return O_RDONLY;
 }
 
-int OpenPath(int folder, const Vx::String& path, int flags, int* descriptor) noexcept {
-  constexpr mode_t everybody = 0666;  // less what the process masks out
+// Of a new file, less what the process masks out.
+mode_t GetMode(Access access) noexcept {
+  return access == Access::WriteNewPrivate ? 0600 : 0666;
+}
+
+int OpenPath(int folder, const Vx::String& path, int flags, mode_t mode, int* descriptor) noexcept {
   int opened = -1;
   do {
-    opened = ::openat(folder, path.GetBuffer(), flags | O_CLOEXEC | O_NOCTTY, everybody);
+    opened = ::openat(folder, path.GetBuffer(), flags | O_CLOEXEC | O_NOCTTY, mode);
   } while (opened < 0 && errno == EINTR);
   if (opened < 0) return errno;
   return KeepFromStreams(opened, descriptor);
@@ -46,8 +51,8 @@ constexpr int NamesOnly = O_SEARCH;
 #endif
 
 int OpenFolderPath(int folder, const Vx::String& path, int flags, int* descriptor) noexcept {
-  const int error = OpenPath(folder, path, O_RDONLY | O_DIRECTORY | flags, descriptor);
-  return error == EACCES ? OpenPath(folder, path, NamesOnly | O_DIRECTORY | flags, descriptor)
+  const int error = OpenPath(folder, path, O_RDONLY | O_DIRECTORY | flags, 0, descriptor);
+  return error == EACCES ? OpenPath(folder, path, NamesOnly | O_DIRECTORY | flags, 0, descriptor)
                          : error;
 }
 
@@ -84,11 +89,12 @@ int KeepFromStreams(int opened, int* descriptor) noexcept {
 }
 
 int OpenFile(const Vx::String& path, Access access, int* descriptor) noexcept {
-  return OpenPath(AT_FDCWD, path, GetFlags(access), descriptor);
+  return OpenPath(AT_FDCWD, path, GetFlags(access), GetMode(access), descriptor);
 }
 
 int OpenFileIn(int folder, const Vx::String& name, Access access, int* descriptor) noexcept {
-  return OpenPath(folder, name, GetFlags(access) | O_NOFOLLOW | O_NONBLOCK, descriptor);
+  return OpenPath(folder, name, GetFlags(access) | O_NOFOLLOW | O_NONBLOCK, GetMode(access),
+                  descriptor);
 }
 
 int OpenFolder(const Vx::String& path, int* descriptor) noexcept {

@@ -17,6 +17,7 @@ enum class Access {
   WriteCreated,  // created if missing
   WriteEmptied,  // created if missing, emptied otherwise
   WriteNew,      // created; EEXIST if anything has the name
+  WriteNewPrivate,
 };
 
 /// The folder that relative paths count from where no other is given.

@@ -55,6 +55,8 @@ int CommonStatus(int error) noexcept {
     case EBUSY:
     case ETXTBSY:
       return StatusAccessDenied;
+    case EWOULDBLOCK:
+      return StatusLocked;
     case ENOTDIR:
       return StatusNotAFolder;
     case EISDIR:

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace IO::Posix {
 namespace {
@@ -23,6 +24,8 @@ Attributes FromSystem(const struct stat& facts) noexcept {
   attributes.modifiedSeconds = facts.st_mtim.tv_sec;
   attributes.modifiedNanoseconds = static_cast<unsigned int>(facts.st_mtim.tv_nsec);
   attributes.mode = facts.st_mode & PermissionBits;
+  attributes.owner = facts.st_uid;
+  attributes.group = facts.st_gid;
   attributes.device = facts.st_dev;
   attributes.node = facts.st_ino;
   return attributes;
@@ -91,6 +94,15 @@ int WriteAttributes(int descriptor, const Attributes& attributes) noexcept {
   if (::fchmod(descriptor, attributes.mode & PermissionBits) != 0) return errno;
   const Times times(attributes);
   return ::futimens(descriptor, times.values) == 0 ? 0 : errno;
+}
+
+int WriteOwner(int descriptor, const Attributes& attributes) noexcept {
+  if (::fchown(descriptor, attributes.owner, attributes.group) == 0) return 0;
+  const int error = errno;
+  // Who may not give files away may still give them to a group of his own.
+  constexpr auto unchanged = static_cast<uid_t>(-1);
+  static_cast<void>(::fchown(descriptor, unchanged, attributes.group) == 0);
+  return error;
 }
 
 }  // namespace IO::Posix

@@ -17,6 +17,9 @@ namespace IO::Posix {
 [[nodiscard]] int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexcept;
 [[nodiscard]] int WriteAttributes(int descriptor, const Attributes& attributes) noexcept;
 
+/// Owner and group, or only the group with the failure for the owner.
+[[nodiscard]] int WriteOwner(int descriptor, const Attributes& attributes) noexcept;
+
 /// Of a folder in a folder that is held open; ENOTDIR for anything else, a symbolic link included.
 [[nodiscard]] int WriteFolderAttributes(int folder, const Vx::String& name,
                                         const Attributes& attributes) noexcept;
