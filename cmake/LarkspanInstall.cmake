@@ -23,4 +23,5 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/LarkspanConfigVersion.cma
     COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/LarkspanConfig.cmake
               ${PROJECT_BINARY_DIR}/LarkspanConfigVersion.cmake
+              ${CMAKE_CURRENT_LIST_DIR}/FindLibDeflate.cmake
         DESTINATION ${package_directory})

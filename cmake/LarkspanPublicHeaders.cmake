@@ -1,6 +1,7 @@
 # The headers that hosts may include: these are installed, with their folders, and no others. A
 # header that another public one includes is public as well. The tests compile each alone.
 set(LARKSPAN_PUBLIC_HEADERS
+    Larkspan/Archive/ParallelWriter.h
     Larkspan/Common/Base64.h
     Larkspan/Common/Boolean.h
     Larkspan/Common/Containers/Properties.h
@@ -70,6 +71,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     foundation/IO/NewFile.h
     foundation/IO/OnNotFound.h
     foundation/IO/OpenMode.h
+    foundation/IO/Processors.h
     foundation/IO/RelativeLocation.h
     foundation/IO/SeekOrigin.h
     foundation/IO/StandardStream.h

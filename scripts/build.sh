@@ -7,6 +7,7 @@ g++ g++
 cmake cmake
 ninja ninja-build
 /usr/include/zlib.h zlib1g-dev
+/usr/include/libdeflate.h libdeflate-dev
 /usr/include/CLI/CLI.hpp libcli11-dev
 LIST
 }

@@ -18,8 +18,10 @@ class Allocator {
   Allocator(const Allocator<U>&) noexcept {}
 
   [[nodiscard]] T* allocate(std::size_t count) {
+    // NOLINTBEGIN(bugprone-sizeof-expression): T may be a pointer.
     if (count > static_cast<std::size_t>(-1) / sizeof(T)) ThrowOutOfMemory();
     void* const memory = NewOperator(count * sizeof(T));
+    // NOLINTEND(bugprone-sizeof-expression)
     if (memory == nullptr) ThrowOutOfMemory();
     return static_cast<T*>(memory);
   }

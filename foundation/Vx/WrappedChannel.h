@@ -14,15 +14,21 @@ class WrappedChannel final {
   using Reference = Ref<Channel, AtomicCounter>;
 
   /// The caller keeps `target` alive.
-  explicit WrappedChannel(Channel& target) noexcept : channel(target) {}
+  explicit WrappedChannel(Channel& target) noexcept : channel(&target) {}
 
   /// Throws `IllegalArgumentException` with the message and position given if `target` is empty.
   WrappedChannel(const Reference& target, const char* message, const char* fileName,
                  unsigned int lineNumber)
-      : reference(target), channel(Checked(target, message, fileName, lineNumber)) {}
+      : reference(target), channel(&Checked(target, message, fileName, lineNumber)) {}
 
-  [[nodiscard]] Channel& Get() noexcept { return channel; }
-  [[nodiscard]] const Channel& Get() const noexcept { return channel; }
+  [[nodiscard]] Channel& Get() noexcept { return *channel; }
+  [[nodiscard]] const Channel& Get() const noexcept { return *channel; }
+
+  /// Holds `target`, which is not empty, from now on.
+  void Set(const Reference& target) noexcept {
+    reference = target;
+    channel = target.Get();
+  }
 
  private:
   static Channel& Checked(const Reference& target, const char* message, const char* fileName,
@@ -32,7 +38,7 @@ class WrappedChannel final {
   }
 
   Reference reference;
-  Channel& channel;
+  Channel* channel;
 };
 
 }  // namespace Vx

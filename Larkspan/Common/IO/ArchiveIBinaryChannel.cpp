@@ -326,8 +326,13 @@ ArchiveIBinaryChannel::EntryRef ArchiveIBinaryChannel::StartEntry() {
   archivedSizeCounter = Vx::IBinaryChannelRef(Vx::New<CountingIBinaryChannel>(framing));
   Vx::IBinaryChannelRef plain = archivedSizeCounter;
   if (method == ArchiveEntry::Deflated) {
-    plain = Vx::IBinaryChannelRef(
-        Vx::New<InflaterIBinaryChannel>(archivedSizeCounter, ArchiveFormat::CompressionBufferSize));
+    if (keptInflater) {
+      static_cast<InflaterIBinaryChannel&>(*keptInflater).Restart(archivedSizeCounter);
+    } else {
+      keptInflater = Vx::IBinaryChannelRef(Vx::New<InflaterIBinaryChannel>(
+          archivedSizeCounter, ArchiveFormat::CompressionBufferSize));
+    }
+    plain = keptInflater;
   }
   sizeCounter = Vx::IBinaryChannelRef(Vx::New<CountingIBinaryChannel>(plain));
   crcChannel = Vx::IBinaryChannelRef(Vx::New<CRC32IBinaryChannel>(sizeCounter));

@@ -117,6 +117,8 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   Vx::IBinaryChannelRef archivedSizeCounter;
   Vx::IBinaryChannelRef sizeCounter;
   Vx::IBinaryChannelRef crcChannel;
+  // Kept from entry to entry: setting one up costs as much as a short entry's data.
+  Vx::IBinaryChannelRef keptInflater;
   EntryRef currentEntry;
   // What is known of the open entry's footer, so that it can be left after a failed verification.
   Footer counted;

@@ -148,11 +148,7 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(
   CheckHeaderNames(entryHeaders);
   CheckOpened();
   CheckUnsealed();
-  WriteArchiveHeader();
-  // `name` may alias the previous entry's name; keep it alive.
-  const EntryRef previous = currentEntry;
-  if (previous) CloseEntry(previous);
-  return StartEntry(name, entryHeaders, method);
+  return StartEntry(name, entryHeaders, method == ArchiveEntry::Default ? defaultMethod : method);
 }
 
 ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutNextEntry(const Vx::UniString& name,
@@ -173,6 +169,49 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::GetCurrentEntry() const {
 void ArchiveOBinaryChannel::CloseEntry() {
   CheckOpened();
   if (const EntryRef entry = currentEntry; entry) CloseEntry(entry);
+}
+
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::PutEncodedEntry(
+    const Vx::UniString& name, const ArchiveHeaders& entryHeaders, ArchiveEntry::Method method) {
+  CheckName(name, EmptyEntryName);
+  CheckHeaderNames(entryHeaders);
+  if (method != ArchiveEntry::Deflated && method != ArchiveEntry::Stored) {
+    throw Vx::IllegalArgumentException("Invalid archive entry compression method.", __FILE__,
+                                       __LINE__);
+  }
+  CheckOpened();
+  CheckUnsealed();
+  EntryRef entry = OpenEntry(name, entryHeaders, method);
+  isEncoded = true;
+  encodedSize = 0;
+  frameLeft = 0;
+  currentEntry = entry;
+  return entry;
+}
+
+void ArchiveOBinaryChannel::CheckFramesComplete(const char* file, unsigned int line) const {
+  if (!isEncoded) throw ArchiveException("No encoded archive entry is open.", file, line);
+  if (frameLeft != 0) {
+    throw ArchiveException("A frame of the encoded archive entry is incomplete.", file, line);
+  }
+}
+
+void ArchiveOBinaryChannel::PutFrame(unsigned int size) {
+  CheckOpened();
+  CheckFramesComplete();
+  if (size == 0) {
+    throw Vx::IllegalArgumentException("Invalid frame size: size is 0.", __FILE__, __LINE__);
+  }
+  JavaDataOutputProtocolX::GetInstance().Write(GetOutputChannel(), size);
+  frameLeft = size;
+}
+
+void ArchiveOBinaryChannel::CloseEncodedEntry(unsigned __int64 size, unsigned int crc) {
+  CheckOpened();
+  CheckFramesComplete();
+  JavaDataOutputProtocolX::GetInstance().Write(GetOutputChannel(), 0U);
+  isEncoded = false;
+  Complete(EntryRef(currentEntry), encodedSize, size, crc);
 }
 
 void ArchiveOBinaryChannel::PromiseSeal() {
@@ -197,8 +236,18 @@ void ArchiveOBinaryChannel::WriteSeal() {
 
 void ArchiveOBinaryChannel::Write(const char* data, unsigned int size) {
   CheckOpened();
-  CheckEntryStarted();
-  crcChannel->Write(data, size);
+  if (!isEncoded) {
+    CheckEntryStarted();
+    crcChannel->Write(data, size);
+    return;
+  }
+  if (size > frameLeft) {
+    throw ArchiveException("A frame of the encoded archive entry has no room for the data.",
+                           __FILE__, __LINE__);
+  }
+  GetOutputChannel().Write(data, size);
+  frameLeft -= size;
+  encodedSize += size;
 }
 
 void ArchiveOBinaryChannel::Flush() {
@@ -271,21 +320,33 @@ void ArchiveOBinaryChannel::WriteEntryFooter(const EntryRef& entry) {
   seal.AddFooter(entry->GetSize(), entry->GetCRC());
 }
 
-ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(
-    const Vx::UniString& name, const ArchiveHeaders& entryHeaders, ArchiveEntry::Method method) {
-  if (method == ArchiveEntry::Default) method = defaultMethod;
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::OpenEntry(const Vx::UniString& name,
+                                                                 const ArchiveHeaders& entryHeaders,
+                                                                 ArchiveEntry::Method method) {
+  WriteArchiveHeader();
+  // `name` may alias the previous entry's name; keep it alive.
+  const EntryRef previous = currentEntry;
+  if (previous) CloseEntry(previous);
   EntryRef entry(Vx::New<ArchiveEntryImpl>(name, entryHeaders, method));
   WriteEntryHeader(entry);
+  return entry;
+}
 
+ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(
+    const Vx::UniString& name, const ArchiveHeaders& entryHeaders, ArchiveEntry::Method method) {
+  EntryRef entry = OpenEntry(name, entryHeaders, method);
   const Vx::OBinaryChannelRef framing(Vx::New<Vx::ChunkedOBinarySubChannel>(
       GetOutputChannel(), JavaDataOutputProtocolX::GetInstance(), ArchiveFormat::ChunkSize));
   archivedSizeCounter = Vx::OBinaryChannelRef(Vx::New<CountingOBinaryChannel>(framing));
-  if (method == ArchiveEntry::Deflated) {
-    deflater = Vx::OBinaryChannelRef(Vx::New<DeflaterOBinaryChannel>(
+  if (method == ArchiveEntry::Stored) {
+    deflater.Reset();
+  } else if (keptDeflater) {
+    static_cast<DeflaterOBinaryChannel&>(*keptDeflater).Restart(archivedSizeCounter);
+    deflater = keptDeflater;
+  } else {
+    deflater = keptDeflater = Vx::OBinaryChannelRef(Vx::New<DeflaterOBinaryChannel>(
         archivedSizeCounter, DeflaterOBinaryChannel::DefaultCompression,
         ArchiveFormat::CompressionBufferSize));
-  } else {
-    deflater.Reset();
   }
   sizeCounter = Vx::OBinaryChannelRef(
       Vx::New<CountingOBinaryChannel>(deflater ? deflater : archivedSizeCounter));
@@ -296,6 +357,9 @@ ArchiveOBinaryChannel::EntryRef ArchiveOBinaryChannel::StartEntry(
 
 // `entry` is the current entry, held by the caller.
 void ArchiveOBinaryChannel::CloseEntry(const EntryRef& entry) {
+  if (isEncoded) {
+    throw ArchiveException("An encoded archive entry is open.", __FILE__, __LINE__);
+  }
   if (deflater) static_cast<DeflaterOBinaryChannel&>(*deflater).Finish();
   const auto archivedSize = static_cast<CountingOBinaryChannel&>(*archivedSizeCounter).GetCount();
   const auto size = static_cast<CountingOBinaryChannel&>(*sizeCounter).GetCount();
@@ -303,6 +367,11 @@ void ArchiveOBinaryChannel::CloseEntry(const EntryRef& entry) {
   crcChannel->Flush();
   crcChannel->Close();
   crcChannel.Reset();
+  Complete(entry, archivedSize, size, crc);
+}
+
+void ArchiveOBinaryChannel::Complete(const EntryRef& entry, unsigned __int64 archivedSize,
+                                     unsigned __int64 size, unsigned int crc) {
   static_cast<ArchiveEntryImpl&>(*entry).Close(archivedSize, size, crc);
   WriteEntryFooter(entry);
   currentEntry.Reset();

@@ -57,6 +57,19 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   /// Completes the open entry; does nothing if there is none.
   void CloseEntry();
 
+  /// Starts an entry whose data comes as it stands in an archive, compressed if the method says so:
+  /// frame by frame, each by `PutFrame` and as many bytes by `Write`, and then `CloseEncodedEntry`.
+  /// Nobody looks at the data: a wrong one is an entry that fails to be read. `method` is not
+  /// `Default`. Throws as `PutNextEntry` does, and `Vx::IllegalArgumentException`.
+  EntryRef PutEncodedEntry(const Vx::UniString& name, const ArchiveHeaders& entryHeaders,
+                           ArchiveEntry::Method method);
+  /// Starts a frame of `size` bytes. Throws `ArchiveException` if no encoded entry is open or its
+  /// last frame lacks bytes, and `Vx::IllegalArgumentException` for a size of 0.
+  void PutFrame(unsigned int size);
+  /// Completes the entry, whose plain data has this size and CRC-32. Throws `ArchiveException` as
+  /// `PutFrame` does. No other operation completes an encoded entry.
+  void CloseEncodedEntry(unsigned __int64 size, unsigned int crc);
+
   /// Promises in the header that a seal ends the archive, so that a cut that takes the seal away
   /// shows. The header `seal`, whatever the caller has put there, then gets its value when the
   /// archive header is written: a check of all other headers. It takes 18 bytes of the reserved
@@ -67,7 +80,8 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   /// no seal was promised, or one has been written.
   void WriteSeal();
 
-  /// Data of the open entry. Throws `ArchiveException` if there is none.
+  /// Data of the open entry. Throws `ArchiveException` if there is none, and where a frame of an
+  /// encoded entry has no room for it.
   void Write(const char* data, unsigned int size) override;
   /// Writes the data so far to the target, as far as zlib lets go of it, and flushes the target.
   /// Without an entry, writes the archive header.
@@ -89,6 +103,13 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   void WriteEntryFooter(const EntryRef& entry);
   EntryRef StartEntry(const Vx::UniString& name, const ArchiveHeaders& entryHeaders,
                       ArchiveEntry::Method method);
+  // Completes what is open before an entry, and writes the header of the new one.
+  EntryRef OpenEntry(const Vx::UniString& name, const ArchiveHeaders& entryHeaders,
+                     ArchiveEntry::Method method);
+  void CheckFramesComplete(const char* file = __builtin_FILE(),
+                           unsigned int line = __builtin_LINE()) const;
+  void Complete(const EntryRef& entry, unsigned __int64 archivedSize, unsigned __int64 size,
+                unsigned int crc);
   void CloseEntry(const EntryRef& entry);
 
   Vx::WrappedChannel<Vx::OBinaryChannel> target;
@@ -100,8 +121,14 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   Vx::OBinaryChannelRef archivedSizeCounter;
   Vx::OBinaryChannelRef sizeCounter;
   Vx::OBinaryChannelRef deflater;
+  // Kept from entry to entry: setting one up costs as much as a short entry's data.
+  Vx::OBinaryChannelRef keptDeflater;
   Vx::OBinaryChannelRef crcChannel;
   EntryRef currentEntry;
+  // Of an encoded entry: bytes of all frames, and those that the last one lacks.
+  bool isEncoded = false;
+  unsigned __int64 encodedSize = 0;
+  unsigned int frameLeft = 0;
   ArchiveEntry::Method defaultMethod = ArchiveEntry::Deflated;
   ArchiveSeal seal;
   bool sealPromised = false;

@@ -1,11 +1,11 @@
 #include "Larkspan/Common/IO/CRC32.h"
 
-#include <zlib.h>
+#include "Larkspan/Common/IO/Codec.h"
 
 namespace Larkspan::Common::IO {
 
 void CRC32::Update(const char* data, unsigned int size) noexcept {
-  value = static_cast<unsigned int>(crc32(value, reinterpret_cast<const Bytef*>(data), size));
+  value = data == nullptr ? 0 : Codec::AddToCRC32(value, data, size);
 }
 
 }  // namespace Larkspan::Common::IO

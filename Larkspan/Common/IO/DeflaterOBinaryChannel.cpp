@@ -62,6 +62,13 @@ void DeflaterOBinaryChannel::Initialize(CompressionLevel level, unsigned int buf
   }
 }
 
+void DeflaterOBinaryChannel::Restart(const Vx::OBinaryChannelRef& channel) noexcept {
+  wrapped.Set(channel);
+  deflateReset(stream.get());
+  waiting = 0;
+  closed = false;
+}
+
 void DeflaterOBinaryChannel::Destroy() noexcept {
   input.reset();
   output.reset();

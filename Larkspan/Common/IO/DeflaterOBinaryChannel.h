@@ -45,6 +45,10 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
   void Close() override;
 
  private:
+  friend class ArchiveOBinaryChannel;
+
+  // Begins a stream of its own on another channel, with the memory that is there.
+  void Restart(const Vx::OBinaryChannelRef& channel) noexcept;
   void Initialize(CompressionLevel level, unsigned int bufferSize);
   void Destroy() noexcept;
   void EnsureOpened(const char* file, unsigned int line) const;

@@ -46,10 +46,8 @@ void InflaterIBinaryChannel::Initialize(unsigned int bufferSize) {
     throw Vx::IllegalArgumentException("Invalid buffer size: buffer size is too small.", __FILE__,
                                        __LINE__);
   }
-  Vx::PeekableInput* const face = Vx::PeekableInput::Find(GetBaseChannel());
-  const bool gains = face != nullptr && face->GetPeekSize() > bufferSize;
-  if (gains && bufferSize >= MinBorrowingSize) peekable = face;
   inputCapacity = outputCapacity = bufferSize;
+  FindPeekable();
   AllocateZlibChannel(bufferSize,
                       {"Failed to allocate input buffer for inflater input channel.",
                        "Failed to allocate output buffer for inflater input channel.",
@@ -59,6 +57,21 @@ void InflaterIBinaryChannel::Initialize(unsigned int bufferSize) {
     // The stream was not set up: the members free the memory, and nothing else is to be ended.
     throw Vx::IOException("Failed to initialize inflater.", __FILE__, __LINE__);
   }
+}
+
+void InflaterIBinaryChannel::FindPeekable() noexcept {
+  Vx::PeekableInput* const face = Vx::PeekableInput::Find(GetBaseChannel());
+  const bool gains = face != nullptr && face->GetPeekSize() > inputCapacity;
+  peekable = gains && inputCapacity >= MinBorrowingSize ? face : nullptr;
+}
+
+void InflaterIBinaryChannel::Restart(const Vx::IBinaryChannelRef& channel) noexcept {
+  wrapped.Set(channel);
+  FindPeekable();
+  inflateReset(stream.get());
+  SetInput(nullptr, 0);
+  valid = position = borrowed = 0;
+  streamEnded = closed = false;
 }
 
 void InflaterIBinaryChannel::Destroy() noexcept {

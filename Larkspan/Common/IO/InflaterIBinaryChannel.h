@@ -34,7 +34,12 @@ class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
   void Close() override;
 
  private:
+  friend class ArchiveIBinaryChannel;
+
+  // Begins a stream of its own on another channel, with the memory that is there.
+  void Restart(const Vx::IBinaryChannelRef& channel) noexcept;
   void Initialize(unsigned int bufferSize);
+  void FindPeekable() noexcept;
   void Destroy() noexcept;
   void EnsureOpened(const char* file, unsigned int line) const;
   unsigned int Inflate(char* target, unsigned int size, bool borrowing) const;

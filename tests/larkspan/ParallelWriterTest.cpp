@@ -1,0 +1,169 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Larkspan/Archive/ParallelWriter.h"
+#include "foundation/IO/Processors.h"
+#include "tests/larkspan/ArchiveSample.h"
+#include "tests/support/ExpectFailures.h"
+#include "tests/support/Noise.h"
+#include "tests/support/PiecewiseInput.h"
+#include "tests/support/RecordingOutput.h"
+
+namespace {
+
+using namespace Larkspan::Common::IO;
+using namespace Tests;
+using Larkspan::Archive::ParallelWriter;
+
+// Text whose blocks all differ.
+std::string MakeText(std::size_t size) {
+  std::string text;
+  for (std::size_t line = size; text.size() < size; ++line)
+    text += std::to_string(line) + " of it\n";
+  text.resize(size);
+  return text;
+}
+
+std::vector<SampleEntry> MakeEntries() {
+  constexpr std::size_t MiB = 0x100000;
+  std::vector<SampleEntry> entries;
+  for (const std::size_t size : {0UL, 1UL, 1000UL, MiB - 1, MiB, MiB + 1, 2 * MiB, 3500000UL}) {
+    const std::string name = std::to_string(size);
+    entries.push_back({"deflated/" + name, ArchiveEntry::Deflated, {{"n", name}}, MakeText(size)});
+    entries.push_back({"stored/" + name, ArchiveEntry::Stored, {}, MakeText(size)});
+    entries.push_back({"noise/" + name, ArchiveEntry::Deflated, {}, Noise(size)});
+    for (int index = 0; index < 40; ++index) {
+      entries.push_back({"short/" + std::to_string(index),
+                         ArchiveEntry::Deflated,
+                         {},
+                         MakeText(size % 1000 + static_cast<unsigned int>(index))});
+    }
+  }
+  return entries;
+}
+
+void Add(ParallelWriter& writer, const SampleEntry& entry, Vx::IBinaryChannel& source) {
+  ArchiveHeaders headers(0, 0);
+  for (const auto& [name, value] : entry.headers) {
+    headers.Put(Vx::UniString::FromUTF8(name), Vx::UniString::FromUTF8(value));
+  }
+  writer.Add(Vx::UniString::FromUTF8(entry.name), headers,
+             static_cast<ArchiveEntry::Method>(entry.method), source);
+}
+
+std::string WriteArchive(const std::vector<SampleEntry>& entries, unsigned int jobs,
+                         std::size_t piece) {
+  RecordingOutput sink;
+  ArchiveOBinaryChannel archive(sink, 0);
+  ParallelWriter writer(archive, jobs);
+  for (const SampleEntry& entry : entries) {
+    PiecewiseInput source(entry.data, piece);
+    Add(writer, entry, source);
+  }
+  writer.Finish();
+  archive.Flush();
+  return sink.content;
+}
+
+TEST(ParallelWriter, BytesDependOnTheEntriesAloneAndAnyReaderReadsThem) {
+  const std::vector<SampleEntry> entries = MakeEntries();
+  const std::string bytes = WriteArchive(entries, 1, std::string::npos);
+  const ReadResult read = ReadArchive(bytes, 0x10000);
+  EXPECT_EQ(read.failure, "");
+  ASSERT_TRUE(read.archive.entries == entries);
+  for (const unsigned int jobs : {2U, 3U, 8U}) {
+    EXPECT_TRUE(WriteArchive(entries, jobs, 70000) == bytes) << jobs;
+  }
+  EXPECT_GE(IO::GetProcessorCount(), 1U);
+}
+
+TEST(ParallelWriter, StoredEntriesAreThoseOfThePlainChannel) {
+  std::vector<SampleEntry> entries = MakeEntries();
+  std::erase_if(entries, [](const SampleEntry& e) { return e.method != ArchiveEntry::Stored; });
+  RecordingOutput sink;
+  ArchiveOBinaryChannel archive(sink, 0);
+  for (const SampleEntry& entry : entries) WriteEntry(archive, entry);
+  archive.CloseEntry();
+  EXPECT_TRUE(WriteArchive(entries, 2, std::string::npos) == sink.content);
+}
+
+TEST(ParallelWriter, FailuresComeUpInTheCallsThatSaySo) {
+  const Vx::UniString name(u"a");
+  const ArchiveHeaders none(0, 0);
+  for (const unsigned int jobs : {1U, 2U}) {
+    RecordingOutput sink;
+    ArchiveOBinaryChannel archive(sink, 0);
+    ParallelWriter writer(archive, jobs);
+    const auto add = [&](std::size_t size, std::size_t breakAt) {
+      PiecewiseInput source(MakeText(size), std::string::npos, breakAt);
+      writer.Add(name, none, ArchiveEntry::Deflated, source);
+    };
+    ExpectFailures({
+        {[&] { ParallelWriter(archive, 0); },
+         "IllegalArgumentException: Invalid number of jobs: number is 0."},
+        {[&] { add(10, 5); }, "IOException: The source is broken."},
+        {[&] { add(2000000, 0x100000 - 1); }, "IOException: The source is broken."},
+        {[&] { add(3000, 9999); }, ""},
+        {[&] { writer.Finish(); }, ""},
+    });
+    // What failed early left nothing behind.
+    EXPECT_EQ(ReadArchive(sink.content).archive.entries.size(), 1U);
+    const std::string damaged =
+        "ArchiveException: Archive can't be continued, an earlier entry failed.";
+    ExpectFailures({
+        {[&] { add(3000000, 2500000); }, "IOException: The source is broken."},
+        {[&] { add(10, 99); }, damaged},
+        {[&] { writer.Finish(); }, damaged},
+    });
+  }
+}
+
+TEST(ParallelWriter, FailuresOfTheTargetPassThrough) {
+  for (const unsigned int jobs : {1U, 2U, 8U}) {
+    RecordingOutput sink(5000000);
+    ArchiveOBinaryChannel archive(sink, 0);
+    ParallelWriter writer(archive, jobs);
+    const std::string data = Noise(1000000);
+    std::string failure;
+    for (int count = 0; count < 100 && failure.empty(); ++count) {
+      PiecewiseInput source(data);
+      failure = FailureOf([&] {
+        writer.Add(Vx::UniString(u"a"), ArchiveHeaders(0, 0), ArchiveEntry::Deflated, source);
+      });
+    }
+    EXPECT_EQ(failure, "IOException: No room.");
+  }
+}
+
+TEST(ArchiveOBinaryChannel, EncodedEntriesAreTakenAsTheyAre) {
+  RecordingOutput sink;
+  ArchiveOBinaryChannel archive(sink, 0);
+  const Vx::UniString name(u"a");
+  const ArchiveHeaders none(0, 0);
+  const auto closed = "ArchiveException: No encoded archive entry is open.";
+  const auto open = "ArchiveException: An encoded archive entry is open.";
+  const auto incomplete = "ArchiveException: A frame of the encoded archive entry is incomplete.";
+  ExpectFailures({
+      {[&] { archive.PutFrame(3); }, closed},
+      {[&] { archive.CloseEncodedEntry(0, 0); }, closed},
+      {[&] { archive.PutEncodedEntry(name, none, ArchiveEntry::Default); },
+       "IllegalArgumentException: Invalid archive entry compression method."},
+      {[&] { archive.PutEncodedEntry(name, none, ArchiveEntry::Stored); }, ""},
+      {[&] { archive.Write("a", 1); },
+       "ArchiveException: A frame of the encoded archive entry has no room for the data."},
+      {[&] { archive.PutFrame(0); }, "IllegalArgumentException: Invalid frame size: size is 0."},
+      {[&] { archive.PutFrame(3); }, ""},
+      {[&] { archive.Write("ab", 2); }, ""},
+      {[&] { archive.PutFrame(1); }, incomplete},
+      {[&] { archive.CloseEncodedEntry(3, 0x352441C2U); }, incomplete},
+      {[&] { archive.Write("c", 1); }, ""},
+      {[&] { archive.CloseEntry(); }, open},
+      {[&] { archive.PutNextEntry(name); }, open},
+      {[&] { archive.CloseEncodedEntry(3, 0x352441C2U); }, ""},
+  });
+  EXPECT_EQ(sink.content, std::string(WithEntryABC(HeaderBytes())));
+}
+
+}  // namespace
