@@ -62,20 +62,6 @@ int MakeFolders(const Vx::String& path) {
   return error;
 }
 
-// Looks at every level of `path` after the first `start` bytes, down to the first missing one.
-int FindLink(const Vx::String& path, std::size_t start, bool* found) {
-  const Vx::String::View whole = path.GetView();
-  *found = false;
-  for (std::size_t end = start; end < whole.size() && !*found;) {
-    end = std::min(whole.find('/', end + 1), whole.size());
-    Attributes facts;
-    const int error = Posix::ReadAttributes(Vx::String(whole.substr(0, end)), false, &facts);
-    if (error != 0) return Posix::IsMissing(error) ? 0 : error;
-    *found = facts.type == EntryType::SymbolicLink;
-  }
-  return 0;
-}
-
 }  // namespace
 
 int FileSystem::Contains(const Location& location, bool* found) const noexcept {
@@ -122,24 +108,6 @@ int FileSystem::GetAttributes(const Location& location, Attributes* attributes,
                               bool followLinks) const noexcept {
   return OnPath(location, [&](const Vx::String& path) {
     return Posix::ReadAttributes(path, followLinks, attributes);
-  });
-}
-
-int FileSystem::SetAttributes(const Location& location,
-                              const Attributes& attributes) const noexcept {
-  return OnPath(location,
-                [&](const Vx::String& path) { return Posix::WriteAttributes(path, attributes); });
-}
-
-int FileSystem::ContainsLink(const Location& folder, const Location& location,
-                             bool* found) const noexcept {
-  if (!location.IsBelow(folder)) return StatusInvalidArgument;
-  return OnPath(location, [&](const Vx::String& path) {
-    Vx::String above;
-    const int error = Posix::LocationToBytes(folder, above);
-    if (error != 0) return error;
-    const std::size_t start = folder.IsRoot() ? 0 : above.GetLength();
-    return GuardMemory(ENOMEM, [&] { return FindLink(path, start, found); });
   });
 }
 

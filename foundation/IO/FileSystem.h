@@ -54,15 +54,6 @@ class FOUNDATION_API FileSystem final {
 
   [[nodiscard]] int GetAttributes(const Location& location, Attributes* attributes,
                                   bool followLinks) const noexcept;
-  /// Sets mode and time of modification. A symbolic link is not followed; it has no mode.
-  [[nodiscard]] int SetAttributes(const Location& location,
-                                  const Attributes& attributes) const noexcept;
-
-  /// Whether any name on the way from `folder`, which is not looked at, down to `location`, which
-  /// is, stands for a symbolic link. Names after the first missing one are not looked at. Fails if
-  /// `location` is not below `folder`.
-  [[nodiscard]] int ContainsLink(const Location& folder, const Location& location,
-                                 bool* found) const noexcept;
 
   /// Where the item really is: `resolved` leads to it without any symbolic link.
   [[nodiscard]] int Resolve(const Location& location, Location& resolved) const noexcept;

@@ -3,8 +3,89 @@
 import os
 import unittest
 
-from archive_builder import entry, header, promising_header, seal
-from tool_test import BAD, DONE, INCOMPLETE, SYSTEM, ToolTest
+from archive_builder import DEFLATED, entry, header, promising_header, seal
+from tool_test import BAD, DONE, INCOMPLETE, SYSTEM, ToolTest, snapshot
+
+
+class ExtractTest(ToolTest):
+    def test_overwriting(self):
+        self.write("a.lsa", header(("folder:d", "0711")) + entry("g") + entry("g", b"2")
+                   + entry("f", b"new") + entry("./f", b"newer"))
+        old = {"f": b"old", "d": 0o750}
+        # A file in the way is found first where the archive can be read twice.
+        rows = (("fail", "a.lsa", SYSTEM, old),
+                ("fail", "-", SYSTEM, {**old, "g": b"2"}),
+                ("skip", "a.lsa", DONE, {**old, "g": b"2"}),
+                ("always", "a.lsa", DONE, {"f": b"newer", "d": 0o711, "g": b"2"}))
+        for number, (how, archive, code, left) in enumerate(rows):
+            target = str(number)
+            (self.write(target + "/f", b"old").parent / "d").mkdir(mode=0o750)
+            # The second one's files can't be: below a file, and in the place of a folder.
+            in_the_way = header() + entry("d" if how == "always" else "f/g")
+            for name, data, end in ((archive, (self.folder / "a.lsa").read_bytes(), code),
+                                    ("-", in_the_way, SYSTEM)):
+                self.run_tool("extract", "-C", target, "--overwrite", how, name, data=data,
+                              code=end)
+                found = {name: facts[-1] for name, facts in snapshot(self.folder / target).items()}
+                self.assertEqual(found, left, (how, archive))
+
+    def test_selection(self):
+        archive = header(("folder:a/void", "0750")) + b"".join(
+            entry(name) for name in ("a/b", "a/bc", "ab", "d\\e", "x\udcff"))
+        in_a = {"a/b", "a/bc", "a/void"}
+        for number, (name, expected) in enumerate((("a", in_a), ("./a/", in_a), ("a/b", {"a/b"}),
+                                                   ("x\udcff", {"x\udcff"}), ("d\\e", {"d/e"}))):
+            self.run_tool("extract", "-C", str(number), "-", name, data=archive)
+            self.assertEqual(set(snapshot(self.folder / str(number))), expected)
+
+    def test_modes_and_times_that_are_strange_or_missing(self):
+        expected = {("06755", "1.5"): (0o755, 1_500_000_000), ("0640", "-0.000000001"): (0o640, -1),
+                    ("rwx", "2.25"): (0o644, 2_250_000_000), ("99", "1"): (0o644, 10**9)}
+        archive = header() + b"".join(
+            entry(f"{mode} {mtime}", headers=[("mode", mode), ("mtime", mtime)])
+            for mode, mtime in expected)
+        self.run_tool("extract", "-", data=archive)
+        self.assertEqual({tuple(name.split()): facts[:2]
+                          for name, facts in snapshot(self.folder).items()}, expected)
+
+    def test_damage_leaves_no_file(self):
+        self.write("f", b"old data, and some more data " * 5)
+        whole, _ = self.run_tool("create", "--reserve", "0", "-", "f")
+        before = snapshot(self.folder)
+        cuts = [whole[:at] for at in range(len(whole) - 1, whole.index(b"\0\1f") + 2, -9)]
+        flips = [whole[:at] + bytes([whole[at] ^ 1]) + whole[at + 1:]
+                 for at in (3, *range(len(whole) - 28, len(whole), 3))]
+        for data in cuts + flips:
+            for command in (("verify",), ("extract", "--overwrite", "always"), ("info",)):
+                self.run_tool(*command, "-", data=data, code=BAD)
+            self.assertEqual(snapshot(self.folder), before)
+
+    def test_what_goes_on_after_damage_and_what_stops(self):
+        good = header() + entry("a")
+        bad = (entry("b", b"x" * 9, crc=1) + entry("c", b"abc" * 9, DEFLATED, carried=b"junk")
+               + entry("../up"))
+        behind = entry("d", b"y" * 50)
+        refused = [b"entry b: ", b"entry c: ", b"the name ../up is refused: "]
+        rows = (
+            ("", bad + behind, ["a"], refused[:1]),
+            ("--keep-going", bad + behind, ["a", "d"], refused),
+            ("--keep-going", bad + entry("e", chunk=2)[:-30] + behind, ["a"],
+             [*refused, b"entry e: ", b"no entry after e can be read: "]),
+            ("--keep-going", bad + entry("e", method=9) + behind, ["a"],
+             [*refused, b"no entry after ../up can be read: "]),
+            ("--max-size=52", behind, ["a"], [b"entry d: the files are larger than the 52 bytes"]),
+            ("--max-size=2 --keep-going", behind, [], [b"entry a: the files are larger"]),
+        )
+        for number, (options, data, names, messages) in enumerate(rows):
+            for how in ("file", "pipe"):
+                self.write("a.lsa", good + data)
+                target = f"{number}-{how}"
+                told = self.run_tool("extract", *options.split(), "-C", target, "a.lsa" if
+                                     how == "file" else "-", data=good + data, code=BAD)[1]
+                self.assertEqual(sorted(os.listdir(self.folder / target)), names, options)
+                for line, message in zip(told.splitlines(), messages, strict=True):
+                    self.assertIn(message, line)
+        self.run_tool("extract", "-C", "all", "--max-size=53", "-", data=good + behind)
 
 
 class MessagesTest(ToolTest):

@@ -30,8 +30,14 @@ auto ArchiveReader::Guard(Work&& work) {
 
 // Where the damage is.
 std::string ArchiveReader::DescribePosition() const {
-  if (current) return "entry " + ToPrintable(current->GetName().GetView());
-  return previous.empty() ? "at its head" : "after entry " + previous;
+  return current ? "entry " + ToPrintable(current->GetName().GetView()) : "at its head";
+}
+
+// The framing is broken: nothing tells where another entry could begin.
+Failure ArchiveReader::FailToGoOn(const std::string& last, const VxException& reason) const {
+  const std::string after = last.empty() ? last : " after " + last;
+  return LibraryFailure(ExitCode::BadArchive, GetSubject(),
+                        "bad archive, no entry" + after + " can be read", reason);
 }
 
 void ArchiveReader::EndEntry() {
@@ -46,9 +52,29 @@ ArchiveReader::ArchiveReader(const std::string& argument, Console& messages)
   ReportHeaderCheck(GetSubject(), channel.GetEnd(), console);
 }
 
+void ArchiveReader::LookAhead(const std::function<void(const Vx::UniString&)>& look) {
+  if (!source.CanSkip()) return;
+  const unsigned __int64 here = source.GetPosition();
+  source.MoveTo(0);
+  try {
+    Archive::ArchiveIBinaryChannel entries(source);
+    for (EntryRef entry = entries.GetNextEntry(); entry; entry = entries.GetNextEntry()) {
+      look(entry->GetName());
+      entries.LeaveEntry();
+    }
+  } catch (const Vx::OutOfMemoryException&) {
+    throw;
+  } catch (const VxException&) {
+    // The reading that follows meets the damage again, and tells it.
+  }
+  source.MoveTo(here);
+}
+
 ArchiveReader::EntryRef ArchiveReader::Next() {
   Verify();
-  EntryRef entry = Guard([this] { return channel.GetNextEntry(); });
+  EntryRef entry =
+      PresentFailures([this] { return channel.GetNextEntry(); },
+                      [this](const VxException& reason) { return FailToGoOn(previous, reason); });
   current = entry;
   if (current) {
     console.GetProgress().AdvanceItem();
@@ -77,12 +103,8 @@ void ArchiveReader::Verify() {
 void ArchiveReader::Leave() {
   if (!current) return;
   PresentFailures([this] { channel.LeaveEntry(); },
-                  [this](const VxException& exception) {
-                    return LibraryFailure(ExitCode::BadArchive, GetSubject(),
-                                          "bad archive, no entry after " +
-                                              ToPrintable(current->GetName().GetView()) +
-                                              " can be found",
-                                          exception);
+                  [this](const VxException& reason) {
+                    return FailToGoOn(ToPrintable(current->GetName().GetView()), reason);
                   });
   EndEntry();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,10 @@ class ArchiveReader final {
   /// Bytes of the archive so far.
   [[nodiscard]] unsigned __int64 GetPosition() const noexcept { return source.GetPosition(); }
 
+  /// Calls `look` with the name of every entry, decoding none, as far as they can be found. To be
+  /// called before `Next`. Does nothing where the archive comes through a pipe.
+  void LookAhead(const std::function<void(const Vx::UniString&)>& look);
+
   /// Verifies the entry before and returns the next one; empty at the end.
   [[nodiscard]] EntryRef Next();
   /// More of the entry's data, empty at its end. Valid until the next call.
@@ -50,6 +55,7 @@ class ArchiveReader final {
   template <class Work>
   auto Guard(Work&& work);
   [[nodiscard]] std::string DescribePosition() const;
+  [[nodiscard]] Failure FailToGoOn(const std::string& last, const VxException& reason) const;
   void EndEntry();
 
   Console& console;

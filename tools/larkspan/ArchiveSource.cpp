@@ -1,5 +1,7 @@
 #include "tools/larkspan/ArchiveSource.h"
 
+#include <algorithm>
+
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/PathArgument.h"
@@ -47,6 +49,23 @@ std::string_view ArchiveSource::Peek() {
 void ArchiveSource::Advance(unsigned int size) {
   file.Advance(size);
   position += size;
+}
+
+unsigned __int64 ArchiveSource::Skip(unsigned __int64 size) {
+  // Where frames are small, many of them lie in the buffer.
+  if (const std::string_view buffered = Peek(); size <= buffered.size()) {
+    Advance(static_cast<unsigned int>(size));
+    return size;
+  }
+  const unsigned __int64 count = std::min(size, GetAvailable());
+  MoveTo(position + count);
+  return count;
+}
+
+void ArchiveSource::MoveTo(unsigned __int64 target) {
+  const auto distance = static_cast<__int64>(target - position);
+  Check(file.Seek(::IO::SeekOrigin::Current, distance));
+  position = target;
 }
 
 void ArchiveSource::Check(int status) const {

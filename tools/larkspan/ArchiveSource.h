@@ -6,13 +6,16 @@
 #include "foundation/IO/File.h"
 #include "foundation/Vx/IBinaryChannel.h"
 #include "foundation/Vx/PeekableInput.h"
+#include "foundation/Vx/SkippableInput.h"
 
 namespace Tool {
 
 /// The bytes of an archive, from a file or the standard input. What the system refuses is thrown
 /// as `Failure`, which no channel above takes for the end of the input; an interruption as
 /// `Interrupted`.
-class ArchiveSource final : public Vx::IBinaryChannel, public Vx::PeekableInput {
+class ArchiveSource final : public Vx::IBinaryChannel,
+                            public Vx::PeekableInput,
+                            public Vx::SkippableInput {
  public:
   /// Opens the file that `argument` names; `-` is the standard input.
   explicit ArchiveSource(const std::string& argument);
@@ -20,8 +23,10 @@ class ArchiveSource final : public Vx::IBinaryChannel, public Vx::PeekableInput 
 
   /// The archive's name for messages.
   [[nodiscard]] const std::string& GetSubject() const noexcept { return subject; }
-  /// How many bytes were read.
+  /// How many bytes were read or passed over.
   [[nodiscard]] unsigned __int64 GetPosition() const noexcept { return position; }
+  /// Goes to where `GetPosition` was `target`. The source must be one that can skip.
+  void MoveTo(unsigned __int64 target);
 
   using IBinaryChannel::Read;
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
@@ -34,6 +39,8 @@ class ArchiveSource final : public Vx::IBinaryChannel, public Vx::PeekableInput 
   }
   [[nodiscard]] std::string_view Peek() override;
   void Advance(unsigned int size) override;
+  [[nodiscard]] bool CanSkip() const noexcept override { return file.IsRegular(); }
+  [[nodiscard]] unsigned __int64 Skip(unsigned __int64 size) override;
 
  private:
   void Check(int status) const;

@@ -61,6 +61,15 @@ and verified. Times and modes of files come back, but for the set-user-ID and se
 bits; of folders, the modes of empty ones. Names that lead out of the target folder are
 refused, and so is the way through a link that stands in it; the work stops there.
 
+By default nothing is written if a file is in the way; of an archive that comes through a pipe,
+nothing from there on. --keep-going goes on after damage, as far as the next entry can be found,
+and after names that are refused; it ends with 4 then. --max-size counts what is written. It
+ends with 4, too, and the file that would exceed it does not appear.
+
+A file is synced before it replaces another one, so that one of the two is there even after a
+power cut. All other files can be missing or empty then, unless --sync was given and the
+command ended with 0.
+
 Examples:
   larkspan extract docs.lsa
   larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md)";
@@ -152,6 +161,11 @@ class Command final {
     last->check(CLI::IsMember(std::move(values)));
     return *this;
   }
+  // The parser takes a negative number for a huge one.
+  Command& NotNegative() {
+    last->check(CLI::NonNegativeNumber);
+    return *this;
+  }
   Command& AtMost(int count) {
     last->expected(0, count);
     return *this;
@@ -214,6 +228,11 @@ void AddExtract(CLI::App& app, Request& request) {
       .Add("--overwrite", &ExtractOptions::overwrite,
            "What becomes of files that exist: fail (the default), skip or always", "HOW")
       .OneOf({"fail", "skip", "always"})
+      .AddFlag("--keep-going", &ExtractOptions::keepGoing, "List bad entries, and write the others")
+      .Add("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger",
+           "BYTES")
+      .NotNegative()
+      .AddFlag("--sync", &ExtractOptions::sync, "Have everything on the disk before the end")
       .Add("ARCHIVE", &ExtractOptions::archive, ArchiveText)
       .Required()
       .Add("NAME", &ExtractOptions::names, "Entries and folders; all if not given");

@@ -2,36 +2,57 @@
 
 #include <algorithm>
 #include <functional>
+#include <optional>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "Larkspan/Common/IO/EntryLocation.h"
-#include "foundation/IO/FileSystem.h"
+#include "foundation/IO/NewFile.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/NameSelection.h"
 #include "tools/larkspan/PathArgument.h"
-#include "tools/larkspan/TemporaryFile.h"
+#include "tools/larkspan/TargetTree.h"
 #include "tools/larkspan/Text.h"
+#include "tools/larkspan/WrittenFiles.h"
 
 namespace Tool {
 namespace {
 
 using Archive::ArchiveEntry;
+using ::IO::NewFile;
 
 // What lets a program run as somebody else is not taken from an archive.
 constexpr unsigned int RestoredModeBits = 0777;
 // In a folder, the sticky bit takes rights away.
 constexpr unsigned int RestoredFolderBits = 01777;
-constexpr unsigned int PrivateMode = 0600;
 
-::IO::Location GetTargetFolder(const std::string& argument) {
-  ::IO::Location folder = LocationFromArgument(argument.empty() ? "." : argument);
-  const int status = ::IO::fileSystem.CreateFolderTree(folder);
-  if (status != 0) throw SystemFailure(ToPrintable(folder), "can't be made", status);
-  return folder;
+// Where something is to be made: a name in a folder.
+struct Place {
+  explicit Place(const ::IO::Location& whole) : location(whole) {
+    if (location.Split(parent, name) != 0) Vx::ThrowOutOfMemory();
+  }
+
+  ::IO::Location location;
+  ::IO::Location parent;
+  ::IO::Name name;
+};
+
+[[noreturn]] void Fail(const ::IO::Location& location, std::string_view action, int status) {
+  throw SystemFailure(ToPrintable(location), action, status);
+}
+
+// What has the name now; nothing if it is free. No way leads through a link that stands there.
+std::optional<::IO::Attributes> Look(const ::IO::Folder& folder, const Place& place) {
+  ::IO::Attributes present;
+  int status = folder.GetAttributes(place.name, &present);
+  if (status == ::IO::StatusNotFound) return std::nullopt;
+  if (status != 0) Fail(place.location, "can't be looked at", status);
+  if (present.type == ::IO::EntryType::SymbolicLink) {
+    Fail(place.location, "can't be written", ::IO::StatusLinkOnTheWay);
+  }
+  return present;
 }
 
 class Extraction final {
@@ -41,20 +62,22 @@ class Extraction final {
         console(messages),
         selection(given.names),
         reader(given.archive, messages),
-        folder(GetTargetFolder(given.folder)) {}
+        target(LocationFromArgument(given.folder.empty() ? "." : given.folder),
+               given.sync ? TargetTree::Sync::Yes : TargetTree::Sync::No),
+        bytesLeft(given.maxSize) {}
 
   void Run() {
+    if (options.overwrite == "fail" && !target.IsNew()) CheckNamesAreFree();
     MakeFolders();
-    for (auto entry = reader.Next(); entry; entry = reader.Next()) {
-      if (IsWanted(entry->GetName())) Extract(*entry);
-    }
+    for (auto entry = reader.Next(); entry; entry = reader.Next()) ExtractOrLeave(*entry);
+    target.Finish();
     SetFolderModes();
     selection.ReportMissing(reader.GetSubject(), console);
   }
 
  private:
   struct EmptyFolder {
-    ::IO::Location location;
+    Place place;
     bool existed;
     Vx::UniString mode;
   };
@@ -63,24 +86,34 @@ class Extraction final {
     return selection.IsEmpty() || selection.TakeTree(name);
   }
 
-  ::IO::Location FindLocation(const Vx::UniString& name) {
-    ::IO::Location location = LocationFromName(name);
-    PresentFailures([&] { Archive::CheckWayToEntry(folder, location); },
-                    [&](const VxException& exception) {
-                      return LibraryFailure(ExitCode::SystemFailure, ToPrintable(location),
-                                            "can't be written", exception);
-                    });
-    return location;
+  ::IO::Location LocationFromName(const Vx::UniString& name) {
+    return PresentFailures(
+        [&] { return Archive::LocationFromEntryName(target.GetLocation(), name); },
+        [&](const VxException& exception) {
+          return LibraryFailure(ExitCode::BadArchive, reader.GetSubject(),
+                                "the name " + ToPrintable(name.GetView()) + " is refused",
+                                exception);
+        });
   }
 
-  ::IO::Location LocationFromName(const Vx::UniString& name) {
-    return PresentFailures([&] { return Archive::LocationFromEntryName(folder, name); },
-                           [&](const VxException& exception) {
-                             return LibraryFailure(
-                                 ExitCode::BadArchive, reader.GetSubject(),
-                                 "the name " + ToPrintable(name.GetView()) + " is refused",
-                                 exception);
-                           });
+  // Before anything is made. Names that are refused are told when their turn comes.
+  void CheckNamesAreFree() {
+    reader.LookAhead([this](const Vx::UniString& name) {
+      if (!IsWanted(name)) return;
+      std::optional<Place> place;
+      try {
+        place.emplace(LocationFromName(name));
+      } catch (const Failure&) {
+        return;
+      }
+      const ::IO::Folder* const folder = target.Find(place->parent);
+      if (folder != nullptr && Look(*folder, *place)) FailOnExisting(*place);
+    });
+  }
+
+  [[noreturn]] static void FailOnExisting(const Place& place) {
+    throw Failure(ExitCode::SystemFailure, ToPrintable(place.location),
+                  "exists already; --overwrite skip or always says what to do");
   }
 
   // All are looked for before the first is made: one that comes into being on the way to another
@@ -90,95 +123,113 @@ class Extraction final {
       if (!name.GetView().starts_with(EntryFacts::FolderPrefix)) continue;
       const Vx::UniString path = name.GetSubstring(EntryFacts::FolderPrefix.size());
       if (!IsWanted(path)) continue;
-      EmptyFolder row{FindLocation(path), false, value};
-      const int status = ::IO::fileSystem.Contains(row.location, &row.existed);
-      if (status != 0) throw SystemFailure(ToPrintable(row.location), "can't be looked at", status);
-      emptyFolders.push_back(row);
+      Place place(LocationFromName(path));
+      const ::IO::Folder* const parent = target.Find(place.parent);
+      const bool existed = parent != nullptr && Look(*parent, place);
+      emptyFolders.push_back(EmptyFolder{std::move(place), existed, value});
     }
     for (const EmptyFolder& row : emptyFolders) MakeFolder(row);
   }
 
   void MakeFolder(const EmptyFolder& row) {
-    const int status = ::IO::fileSystem.CreateFolderTree(row.location);
+    const ::IO::Folder& parent = target.Enter(row.place.parent);
+    const int status = parent.MakeFolder(row.place.name);
     if (status == 0 || (row.existed && options.overwrite == "skip")) return;
-    throw SystemFailure(ToPrintable(row.location), "the folder can't be made", status);
+    Fail(row.place.location, "the folder can't be made", status);
   }
 
   // Last, and from the deepest one upwards: a mode can take away what the work needs.
   void SetFolderModes() {
-    const auto depth = [](const EmptyFolder& row) { return row.location.GetLocalLength(); };
+    const auto depth = [](const EmptyFolder& row) { return row.place.location.GetLocalLength(); };
     std::ranges::stable_sort(emptyFolders, std::ranges::greater(), depth);
     for (const EmptyFolder& row : emptyFolders) {
       unsigned int mode = 0;
       const bool mayChange = !row.existed || options.overwrite == "always";
       if (!mayChange || !EntryFacts::ModeFromText(row.mode, mode)) continue;
-      ::IO::Attributes attributes;
-      int status = ::IO::fileSystem.GetAttributes(row.location, &attributes, false);
-      attributes.mode = mode & RestoredFolderBits;
-      if (status == 0) status = ::IO::fileSystem.SetAttributes(row.location, attributes);
-      if (status != 0) WarnOfMode(row.location, status);
+      const int status = target.SetMode(row.place.location, mode & RestoredFolderBits);
+      if (status != 0) WarnOfMode(row.place.location, status);
+    }
+  }
+
+  // With --keep-going, a bad entry costs nothing but itself.
+  void ExtractOrLeave(const ArchiveEntry& entry) {
+    try {
+      if (IsWanted(entry.GetName())) Extract(entry);
+      reader.Verify();
+    } catch (const Failure& failure) {
+      const bool bad = failure.GetExitCode() == ExitCode::BadArchive;
+      if (!options.keepGoing || !bad || tooLarge) throw;
+      console.Report(failure);
+      reader.Leave();
     }
   }
 
   void Extract(const ArchiveEntry& entry) {
-    const ::IO::Location location = FindLocation(entry.GetName());
-    const bool ownFile = IsOwnFile(location);
-    if (!ownFile && !IsFree(location)) return;
-    ::IO::Location parent;
-    ::IO::Name name;
-    if (location.Split(parent, name) != 0) Vx::ThrowOutOfMemory();
-    MakeParent(parent);
-    TemporaryFile file(parent, ToPrintable(location));
-    WriteData(entry, location, file.GetFile());
-    const bool replacing = ownFile || options.overwrite == "always";
-    file.Complete(name,
-                  replacing ? TemporaryFile::Naming::Replacing : TemporaryFile::Naming::IfFree);
+    const Place place(LocationFromName(entry.GetName()));
+    if (NewFile::IsTemporary(place.name)) {
+      console.Warn(ToPrintable(place.location), "left out: the name is one of unfinished files");
+      return;
+    }
+    const ::IO::Folder& folder = target.Enter(place.parent);
+    const std::optional<::IO::Attributes> present = Look(folder, place);
+    if (present && !MayReplace(*present, place)) return;
+    const bool isPrivate = EntryFacts::IsPrivate(entry);
+    NewFile file(folder, isPrivate ? NewFile::Access::Private : NewFile::Access::Ordinary);
+    if (file.GetStatus() != 0) Fail(place.location, "can't be made", file.GetStatus());
+    WriteData(entry, place.location, file.GetFile());
+    const bool replacing = present && options.overwrite == "always";
+    if (replacing || options.sync) Sync(place.location, file.GetFile());
+    NameFile(file, place, present ? NewFile::Naming::Replacing : NewFile::Naming::IfFree);
   }
 
   // An archive can have a name twice, and the later entry holds.
-  bool IsOwnFile(const ::IO::Location& location) {
-    return !written.emplace(location.GetPath()).second;
-  }
-
-  // False if a file stands there and stays.
-  bool IsFree(const ::IO::Location& location) {
-    if (options.overwrite == "always") return true;
-    bool found = false;
-    const int status = ::IO::fileSystem.Contains(location, &found);
-    if (status != 0) throw SystemFailure(ToPrintable(location), "can't be looked at", status);
-    if (found && options.overwrite == "fail") {
-      throw Failure(ExitCode::SystemFailure, ToPrintable(location),
-                    "exists already; --overwrite skip or always says what to do");
-    }
-    if (found) console.Detail(ToPrintable(location), "exists already, and stays");
-    return !found;
-  }
-
-  void MakeParent(const ::IO::Location& parent) {
-    if (parent == lastParent) return;
-    const int status = ::IO::fileSystem.CreateFolderTree(parent);
-    if (status != 0) throw SystemFailure(ToPrintable(parent), "can't be made", status);
-    lastParent = parent;
+  bool MayReplace(const ::IO::Attributes& present, const Place& place) {
+    if (options.overwrite == "always" || written.Contains(present)) return true;
+    if (options.overwrite == "fail") FailOnExisting(place);
+    console.Detail(ToPrintable(place.location), "exists already, and stays");
+    return false;
   }
 
   void WriteData(const ArchiveEntry& entry, const ::IO::Location& location, ::IO::File& file) {
-    if (EntryFacts::IsPrivate(entry)) MakePrivate(file);
     for (auto chunk = reader.ReadChunk(); !chunk.empty(); chunk = reader.ReadChunk()) {
+      CheckSize(entry, chunk.size());
       const int status =
           file.WriteBin(chunk.data(), static_cast<unsigned int>(chunk.size()), nullptr);
-      if (status != 0) throw SystemFailure(ToPrintable(location), "can't be written", status);
+      if (status != 0) Fail(location, "can't be written", status);
     }
     reader.Verify();
     const int status = EntryFacts::RestoreAttributes(entry, RestoredModeBits, file);
     if (status != 0) WarnOfMode(location, status);
   }
 
-  // Nobody reads in the unfinished file what the finished one hides.
-  static void MakePrivate(::IO::File& file) {
-    ::IO::Attributes attributes;
-    if (file.GetAttributes(&attributes) != 0) return;
-    attributes.mode = PrivateMode;
-    static_cast<void>(file.SetAttributes(attributes));
+  void CheckSize(const ArchiveEntry& entry, std::size_t size) {
+    tooLarge = size > bytesLeft;
+    if (!tooLarge) {
+      bytesLeft -= size;
+      return;
+    }
+    throw Failure(ExitCode::BadArchive, reader.GetSubject(),
+                  "entry " + ToPrintable(entry.GetName().GetView()) +
+                      ": the files are larger than the " + std::to_string(options.maxSize) +
+                      " bytes that --max-size allows");
+  }
+
+  static void Sync(const ::IO::Location& location, ::IO::File& file) {
+    const int status = file.Flush();
+    if (status != 0) Fail(location, "can't be synced", status);
+  }
+
+  // Something that came to have the name meanwhile stays, unless everything is overwritten.
+  void NameFile(NewFile& file, const Place& place, NewFile::Naming naming) {
+    ::IO::Attributes facts;
+    int status = file.GetFile().GetAttributes(&facts);
+    if (status == 0) status = file.Complete(place.name, naming);
+    if (status == ::IO::StatusAlreadyExists && options.overwrite == "always") {
+      Sync(place.location, file.GetFile());
+      status = file.Complete(place.name, NewFile::Naming::Replacing);
+    }
+    if (status != 0) Fail(place.location, "can't be given its name", status);
+    if (options.overwrite != "always") written.Add(facts);
   }
 
   void WarnOfMode(const ::IO::Location& location, int status) {
@@ -189,10 +240,11 @@ class Extraction final {
   Console& console;
   NameSelection selection;
   ArchiveReader reader;
-  const ::IO::Location folder;
-  ::IO::Location lastParent;
+  TargetTree target;
   std::vector<EmptyFolder> emptyFolders;
-  std::unordered_set<std::u16string> written;
+  WrittenFiles written;
+  unsigned __int64 bytesLeft;
+  bool tooLarge = false;
 };
 
 }  // namespace

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <limits>
 #include <string>
 #include <vector>
 
+#include "foundation/Vx/Types.h"
 #include "tools/larkspan/Console.h"
 
 namespace Tool {
@@ -12,6 +14,9 @@ struct ExtractOptions {
   std::vector<std::string> names;  // empty for all
   std::string folder;              // the target; empty for the current one
   std::string overwrite = "fail";  // or "skip", "always"
+  unsigned __int64 maxSize = std::numeric_limits<unsigned __int64>::max();  // of all files together
+  bool keepGoing = false;
+  bool sync = false;
 };
 
 /// Writes entries as files. Each one gets its name when it is complete and verified.

@@ -5,8 +5,6 @@
 
 #include "Larkspan/Common/IO/ArchiveException.h"
 #include "Larkspan/Common/IO/LocationUtils.h"
-#include "foundation/IO/FileSystem.h"
-#include "foundation/Vx/IOException.h"
 
 namespace Larkspan::Common::IO {
 namespace {
@@ -43,18 +41,6 @@ bool HasParentComponent(std::u16string_view path) noexcept {
         __LINE__);
   }
   return location;
-}
-
-void CheckWayToEntry(const ::IO::Location& folder, const ::IO::Location& location) {
-  bool found = false;
-  if (::IO::fileSystem.ContainsLink(folder, location, &found) != 0) {
-    throw Vx::IOException("Failed to look for symbolic links on the way to the extracted file.",
-                          __FILE__, __LINE__);
-  }
-  if (found) {
-    throw Vx::IOException("A symbolic link stands on the way to the extracted file.", __FILE__,
-                          __LINE__);
-  }
 }
 
 }  // namespace Larkspan::Common::IO

@@ -10,14 +10,9 @@ namespace Larkspan::Common::IO {
 /// without one leading `/`, and with `/` and U+005C as separators.
 ///
 /// Refuses every name that leads out of the folder: with a component `..`, or to a path that does
-/// not lie below it. Does not look at the file system; see `CheckWayToEntry` for that.
+/// not lie below it. Does not look at the file system: enter the folder through `IO::FolderTree`.
 /// Throws `Vx::IllegalArgumentException` or `Vx::IOException`.
 [[nodiscard]] LARKSPAN_API ::IO::Location LocationFromEntryName(const ::IO::Location& folder,
                                                                 const Vx::UniString& name);
-
-/// Refuses a path below `folder` that an extraction would reach through a symbolic link, the path
-/// itself included: the link could lead anywhere. Creates nothing. Whoever can change the folder
-/// meanwhile can still put one there. Throws `Vx::IOException`.
-LARKSPAN_API void CheckWayToEntry(const ::IO::Location& folder, const ::IO::Location& location);
 
 }  // namespace Larkspan::Common::IO

@@ -41,18 +41,6 @@ struct Times {
   timespec values[2] = {};
 };
 
-// The flag holds even if somebody has replaced the item by a link since it was looked at.
-int WriteByName(int folder, const Vx::String& name, EntryType type,
-                const Attributes& attributes) noexcept {
-  const bool hasMode = type != EntryType::SymbolicLink;
-  if (hasMode && ::fchmodat(folder, name.GetBuffer(), attributes.mode & PermissionBits,
-                            AT_SYMLINK_NOFOLLOW) != 0) {
-    return errno;
-  }
-  const Times times(attributes);
-  return ::utimensat(folder, name.GetBuffer(), times.values, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
-}
-
 }  // namespace
 
 int ReadAttributes(const Vx::String& path, bool followLinks, Attributes* attributes) noexcept {
@@ -75,19 +63,19 @@ int ReadAttributes(int descriptor, Attributes* attributes) noexcept {
   return 0;
 }
 
-int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexcept {
-  Attributes present;
-  const int error = ReadAttributes(path, false, &present);
-  return error != 0 ? error : WriteByName(AT_FDCWD, path, present.type, attributes);
-}
-
 int WriteFolderAttributes(int folder, const Vx::String& name,
                           const Attributes& attributes) noexcept {
   Attributes present;
   const int error = ReadAttributes(folder, name, false, &present);
   if (error != 0) return error;
   if (present.type != EntryType::Folder) return ENOTDIR;
-  return WriteByName(folder, name, present.type, attributes);
+  // The flag holds even if somebody has put a link there since it was looked at.
+  if (::fchmodat(folder, name.GetBuffer(), attributes.mode & PermissionBits, AT_SYMLINK_NOFOLLOW) !=
+      0) {
+    return errno;
+  }
+  const Times times(attributes);
+  return ::utimensat(folder, name.GetBuffer(), times.values, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
 int WriteAttributes(int descriptor, const Attributes& attributes) noexcept {

@@ -3,7 +3,7 @@
 #include "foundation/IO/Attributes.h"
 #include "foundation/Vx/String.h"
 
-/// Metadata of items, by path and by descriptor. Every function returns a value of `errno`.
+/// Metadata of items. Every function returns a value of `errno`.
 namespace IO::Posix {
 
 [[nodiscard]] int ReadAttributes(const Vx::String& path, bool followLinks,
@@ -13,8 +13,7 @@ namespace IO::Posix {
 [[nodiscard]] int ReadAttributes(int folder, const Vx::String& name, bool followLinks,
                                  Attributes* attributes) noexcept;
 
-/// Mode and time of modification. A link is not followed and has no mode.
-[[nodiscard]] int WriteAttributes(const Vx::String& path, const Attributes& attributes) noexcept;
+/// Mode and time of modification.
 [[nodiscard]] int WriteAttributes(int descriptor, const Attributes& attributes) noexcept;
 
 /// Owner and group, or only the group with the failure for the owner.

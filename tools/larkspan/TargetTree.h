@@ -1,0 +1,44 @@
+#pragma once
+
+#include <vector>
+
+#include "foundation/IO/FolderTree.h"
+#include "foundation/IO/Location.h"
+
+namespace Tool {
+
+/// The target folder of an extraction and the folders below it, none of which is reached through a
+/// link. What the system refuses is thrown as `Failure`.
+class TargetTree final {
+ public:
+  /// Whether the names that were made in a folder are synced when the work leaves it.
+  enum class Sync : int { No, Yes };
+
+  /// Opens the target folder, and makes it if it is missing.
+  TargetTree(const ::IO::Location& folder, Sync wanted);
+
+  [[nodiscard]] const ::IO::Location& GetLocation() const noexcept { return tree.GetLocation(); }
+  /// Whether nothing of the target folder was there before.
+  [[nodiscard]] bool IsNew() const noexcept { return !changedParents.empty(); }
+
+  /// Opens a folder and makes it if it is missing. It stays open until the next call.
+  [[nodiscard]] ::IO::Folder& Enter(const ::IO::Location& folder);
+  /// Null if the folder is missing.
+  [[nodiscard]] ::IO::Folder* Find(const ::IO::Location& folder);
+
+  /// Syncs, if that is wanted, all names that are not synced yet.
+  void Finish();
+
+  /// Sets the mode of a folder, durably if that is wanted. Returns the status of the file system.
+  [[nodiscard]] int SetMode(const ::IO::Location& folder, unsigned int mode);
+
+ private:
+  void SyncUpTo(const ::IO::Location& next);
+
+  const Sync sync;
+  std::vector<::IO::Location> changedParents;  // of the target folder and of those made for it
+  ::IO::FolderTree tree;
+  ::IO::Location current;
+};
+
+}  // namespace Tool
