@@ -43,6 +43,10 @@ int Folder::Exchange(const Name& first, const Name& second, AccessDeniedTreatmen
   return Posix::FileSystemStatus(error);
 }
 
+void Folder::RemoveLeftovers() noexcept {
+  if (descriptor >= 0) Posix::RemoveDeadSpares(descriptor);
+}
+
 // Hands the bytes of the name to `work`, which returns a value of `errno`.
 template <class Work>
 int Folder::OnName(const Name& name, Work&& work) const noexcept {

@@ -35,9 +35,12 @@ class FOUNDATION_API Folder final {
   /// `first` at all times.
   ///
   /// Where the file system can't swap names in one step, a kill can leave a file with a name that
-  /// begins with `.exchange-` behind.
+  /// begins with `.exchange-` behind; the next exchange in the folder, or `RemoveLeftovers`,
+  /// removes it.
   [[nodiscard]] int Exchange(const Name& first, const Name& second,
                              AccessDeniedTreatment treatment) noexcept;
+  /// Removes what exchanges in processes that died have left behind, as far as that can be done.
+  void RemoveLeftovers() noexcept;
 
   /// What stands under the name. Like all that follows, it doesn't follow a symbolic link.
   [[nodiscard]] int GetAttributes(const Name& name, Attributes* attributes) const noexcept;

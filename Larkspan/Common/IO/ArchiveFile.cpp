@@ -5,7 +5,9 @@
 #include "Larkspan/Common/IO/ArchiveFileEntryIBinaryChannel.h"
 #include "Larkspan/Common/IO/ArchiveFileReader.h"
 #include "Larkspan/Common/IO/ArchiveHeaderTable.h"
+#include "Larkspan/Common/IO/ArchiveLock.h"
 #include "Larkspan/Common/IO/ArchiveUpdate.h"
+#include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "foundation/IO/File.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
@@ -35,6 +37,11 @@ ArchiveFile::ArchiveFile(const ::IO::Location& archiveLocation)
 }
 
 ArchiveFile::~ArchiveFile() {
+  closed = true;
+}
+
+void ArchiveFile::Close() noexcept {
+  lock.reset();
   closed = true;
 }
 
@@ -166,31 +173,68 @@ void ArchiveFile::ExtractTo(const ::IO::Location& folder) const {
   ExtractArchive(location, folder);
 }
 
+void ArchiveFile::LockForUpdate() {
+  CheckOpened();
+  if (lock) return;
+  if (IsUpdated()) {
+    throw ArchiveException("Failed to update archive file: headers were changed without its lock.",
+                           __FILE__, __LINE__);
+  }
+  lock.reset(Vx::New<ArchiveLock>(location));
+  headersRead = entriesRead = endRead = false;
+}
+
 void ArchiveFile::Update() {
   CheckOpened();
   if (!IsUpdated()) return;
   endRead = false;
+  // Headers that no archive can have fail before the file is looked at.
+  const bool rewrite = NeedsRewrite();
+  if (lock) {
+    Update(*lock);
+    return;
+  }
+  std::unique_ptr<ArchiveLock> shortLock;
+  try {
+    shortLock.reset(Vx::New<ArchiveLock>(location));
+  } catch (const ArchiveException&) {
+    // A file that can't be read is the reason for more than a failed change.
+    if (rewrite) FileIBinaryChannel(location, FileShare::NoShare).Close();
+    throw;
+  }
+  Update(*shortLock);
+}
+
+void ArchiveFile::Update(ArchiveLock& held) {
+  const ArchiveUpdateResult result = UpdateArchiveHeaders(location, held, headers);
   // The file may have another reserved size now; a later update must know it.
-  reservedHeaderSize = UpdateArchiveHeaders(location, headers, reservedHeaderSize);
+  reservedHeaderSize = result.reservedSize;
+  ownerKept = result.ownerKept;
 }
 
 bool ArchiveFile::NeedsRewrite() const {
-  return IsUpdated() && IO::NeedsRewrite(headers, reservedHeaderSize);
+  return IsUpdated() && IO::NeedsRewrite(headers, {reservedHeaderSize, sealPromised});
 }
 
 ::IO::Location ArchiveFile::GetRewriteLocation() const {
   return IO::GetRewriteLocation(location);
 }
 
+ArchiveFileReader ArchiveFile::OpenReader() const {
+  return lock ? ArchiveFileReader(lock->GetFile())
+              : ArchiveFileReader(location, FileShare::NoShare);
+}
+
 void ArchiveFile::TakeHeaders(const ArchiveIBinaryChannel& channel) {
   reservedHeaderSize = channel.GetReservedHeaderSize();
+  sealPromised = channel.GetEnd().IsSealPromised();
   headers.Clear();
   for (const auto& [name, value] : channel.EnumerateHeaders()) headers.Put(name, value);
 }
 
 void ArchiveFile::ReadHeaders() {
   if (headersRead) return;
-  ArchiveFileReader reader(location, FileShare::NoShare);
+  ArchiveFileReader reader = OpenReader();
   TakeHeaders(reader.GetChannel());
   reader.Close();
   headersRead = true;
@@ -205,7 +249,7 @@ void ArchiveFile::ReadEntries() {
   // What an attempt that failed has gathered must not be counted twice.
   entryIndex.Clear();
   entryList.Clear();
-  ArchiveFileReader reader(location, FileShare::NoShare);
+  ArchiveFileReader reader = OpenReader();
   if (!headersRead) {
     TakeHeaders(reader.GetChannel());
     headersRead = true;
@@ -222,7 +266,7 @@ void ArchiveFile::ReadEntries() {
 
 void ArchiveFile::ReadEnd() {
   if (endRead) return;
-  ArchiveFileReader reader(location, FileShare::NoShare);
+  ArchiveFileReader reader = OpenReader();
   while (reader.GetNextEntry()) reader.GetChannel().LeaveEntry();
   end = reader.GetChannel().GetEnd();
   reader.Close();

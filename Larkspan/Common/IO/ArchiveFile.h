@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "Larkspan/Common/Export.h"
 #include "Larkspan/Common/IO/ArchiveEnd.h"
 #include "Larkspan/Common/IO/ArchiveEntry.h"
@@ -10,12 +12,15 @@
 
 namespace Larkspan::Common::IO {
 
+class ArchiveFileReader;
 class ArchiveIBinaryChannel;
+class ArchiveLock;
 
 /// An archive in a file: its headers and entries in any order, the data of single entries,
 /// extraction of all, and changes to the headers.
 ///
-/// A cache over `ArchiveIBinaryChannel`. No file is open between operations. The headers are read
+/// A cache over `ArchiveIBinaryChannel`. No file is open between operations, except after
+/// `LockForUpdate`. The headers are read
 /// by the first question about them; the entries by the first question about them, which reads,
 /// decompresses and verifies the whole archive and fails if any entry is damaged. Queries fill
 /// that cache, so one thread at a time may use an object, const or not. If the file changes after
@@ -41,8 +46,9 @@ class LARKSPAN_API ArchiveFile final {
   ~ArchiveFile();
 
   [[nodiscard]] bool IsOpen() const noexcept { return !closed; }
-  /// Ends all questions and changes. Entries and channels that were given out live on.
-  void Close() noexcept { closed = true; }
+  /// Ends all questions and changes, and the lock. Entries and channels that were given out live
+  /// on.
+  void Close() noexcept;
   [[nodiscard]] const ::IO::Location& GetLocation() const noexcept { return location; }
 
   /// The bytes that the file reserves for its header, 0 for none. After an `Update` that
@@ -98,14 +104,42 @@ class LARKSPAN_API ArchiveFile final {
   /// can't be made, and else `Vx::IOException` with the reason as cause.
   void ExtractTo(const ::IO::Location& folder) const;
 
-  /// Writes changed headers to the file. If they fit the size reserved for them, the first bytes
-  /// of the file are replaced, at a cost that does not depend on its size; a process killed on the
-  /// way leaves old or new headers if that size is at most 4096 bytes. Otherwise the archive is
-  /// copied to a file beside it (its name and ".updated"; a file that has that name is removed),
-  /// and the two swap names: whatever happens, a complete archive stands under the name. The file
-  /// that a symbolic link leads to is rewritten where it is. Throws `ArchiveException` and the
-  /// failures of the channels; the file is then as it was, unless writing in place failed.
+  /// Begins a change that takes up what others have changed before: from now on, until `Close` or
+  /// the end of this object, nobody else can change the archive, and the headers are read anew. Of
+  /// two that each lock, put headers and update, both find their headers in the file, whatever the
+  /// order. Does nothing if this object holds the lock already.
+  ///
+  /// Waits for others, but at most ten seconds. Throws `ArchiveException` if that was not enough,
+  /// the file can't be opened or locked, or headers were changed already.
+  void LockForUpdate();
+
+  /// Writes changed headers to the file: all that this object holds, in place of all that the file
+  /// has. If they fit the size reserved for them, the first bytes of the file are replaced, at a
+  /// cost that depends on that size alone; a process killed on the way leaves old or new headers if
+  /// it is at most 4096 bytes. Otherwise the archive is copied to a file beside it (its name and
+  /// ".updated"), and the two swap names: whatever happens, a complete archive stands under the
+  /// name. The file that a symbolic link leads to is rewritten where it is.
+  ///
+  /// Changes of one archive exclude each other by an exclusive lock (`flock`) on its file: an
+  /// update waits for others at most ten seconds. A file called as the copy is removed: under the
+  /// lock it can only be what a change left behind that was killed. Nothing else is locked; who
+  /// reads meanwhile may find old headers or new ones, and while they are replaced in place, a part
+  /// of each.
+  ///
+  /// A rewrite verifies every entry. What stands behind the last footer follows the new entries as
+  /// it is, since damage in a name makes entries look like that. The seal of an archive whose
+  /// header promises one is checked on the way and written anew; one that is wrong or missing fails
+  /// the rewrite. The promise is the library's, whatever becomes of the header `seal`, and checks
+  /// the headers as they are now: what `GetEnd` said of their check before, it says no more.
+  ///
+  /// On return the change is durable. Throws `ArchiveException` and the failures of the channels;
+  /// the file is then as it was, unless writing in place failed, or the system failed to swap the
+  /// names back after it could not make their swap durable: then it has the new headers. Changes
+  /// stay in this object, and the lock of `LockForUpdate` stays, so that `Update` can be repeated.
   void Update();
+  /// False if the last `Update` was a rewrite, and the system refused to give the new file the
+  /// owner, the group or the permissions of the old one.
+  [[nodiscard]] bool HasKeptOwner() const noexcept { return ownerKept; }
   /// Whether `Update` would copy the archive, as far as this object knows the file.
   [[nodiscard]] bool NeedsRewrite() const;
   /// Where that copy would be made: beside the archive, or beside the file that it is a link to.
@@ -118,6 +152,7 @@ class LARKSPAN_API ArchiveFile final {
                                                  unsigned int line = __builtin_LINE()) const;
   [[nodiscard]] const EntryList& GetEntries(const char* file = __builtin_FILE(),
                                             unsigned int line = __builtin_LINE()) const;
+  void Update(ArchiveLock& held);
   void TakeHeaders(const ArchiveIBinaryChannel& channel);
   void ReadHeaders();
   // These fill the cache on behalf of the const queries.
@@ -126,8 +161,14 @@ class LARKSPAN_API ArchiveFile final {
   void ReadEntries() const;
   void ReadEnd();
 
+  // Opens the file, or reads the one that is locked.
+  [[nodiscard]] ArchiveFileReader OpenReader() const;
+
   const ::IO::Location location;
+  std::unique_ptr<ArchiveLock> lock;
+  bool ownerKept = true;
   unsigned int reservedHeaderSize = 0;
+  bool sealPromised = false;
   ArchiveHeaders headers;
   bool headersRead = false;
   bool headersChanged = false;

@@ -2,6 +2,7 @@
 
 #include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileShare.h"
+#include "foundation/IO/File.h"
 #include "foundation/IO/Location.h"
 
 namespace Larkspan::Common::IO {
@@ -15,6 +16,8 @@ class ArchiveFileReader final {
  public:
   /// Throws as `FileIBinaryChannel` does.
   ArchiveFileReader(const ::IO::Location& location, const FileShare& share);
+  /// Reads a file that is held open, from its first byte on, and leaves it open.
+  explicit ArchiveFileReader(::IO::File& openFile);
 
   [[nodiscard]] ArchiveIBinaryChannel& GetChannel() noexcept { return channel; }
 

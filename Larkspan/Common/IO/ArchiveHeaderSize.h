@@ -17,15 +17,18 @@ inline constexpr unsigned int DefaultReservedHeaderSize = 4096;
   return size == 0 || (size >= MinReservedHeaderSize && size <= 0xFFFFFFFFU);
 }
 
-/// The size of a header block with these headers and without padding. Throws
-/// `Vx::IllegalArgumentException` for a header with an empty name, and
+/// The size of a header block with these headers and without padding; `sealed` counts the promise
+/// of a seal, too. Throws `Vx::IllegalArgumentException` for a header with an empty name, and
 /// `Vx::DataIntegrityException` for a text that is too long for an archive.
-[[nodiscard]] LARKSPAN_API unsigned __int64 GetArchiveHeaderSize(const ArchiveHeaders& headers);
+[[nodiscard]] LARKSPAN_API unsigned __int64 GetArchiveHeaderSize(const ArchiveHeaders& headers,
+                                                                 bool sealed = false);
 
-/// `reservedSize`, doubled until the headers fit, as `ArchiveFile::Update` does it; 0 stays 0.
+/// `reservedSize`, doubled until the headers fit, as `ArchiveFile::Update` does it; 0 stays 0. In
+/// an archive that is `sealed`, that is with the promise of the seal and the byte behind it.
 /// Throws as above, `Vx::IllegalArgumentException` for a size that no writer takes, and
 /// `ArchiveException` if the result would not fit 32 bits.
 [[nodiscard]] LARKSPAN_API unsigned int FitReservedHeaderSize(const ArchiveHeaders& headers,
-                                                              unsigned int reservedSize);
+                                                              unsigned int reservedSize,
+                                                              bool sealed = false);
 
 }  // namespace Larkspan::Common::IO

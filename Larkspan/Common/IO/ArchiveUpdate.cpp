@@ -1,5 +1,8 @@
 #include "Larkspan/Common/IO/ArchiveUpdate.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "Larkspan/Common/IO/ArchiveException.h"
 #include "Larkspan/Common/IO/ArchiveFileReader.h"
 #include "Larkspan/Common/IO/ArchiveHeaderSize.h"
@@ -7,9 +10,10 @@
 #include "Larkspan/Common/IO/ChannelCopy.h"
 #include "Larkspan/Common/IO/FailureGuard.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
-#include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
+#include "foundation/IO/SystemError.h"
+#include "foundation/Vx/BufferedOBinaryChannel.h"
 #include "foundation/Vx/MemoryOBinaryChannel.h"
 
 namespace Larkspan::Common::IO {
@@ -20,74 +24,92 @@ using ::IO::DataSafety;
 
 constexpr unsigned int CopyStepSize = 0x8000;
 
-constexpr const char* OpenFailure = "Failed to update archive file: failed to open archive file.";
+// The largest room that is built in memory, and written by one call.
+constexpr unsigned int BlockSize = 0x100000;
 
 // Of a file's mode; the bits above them give rights that a copy must not have.
 constexpr unsigned int PermissionBits = 0777;
+constexpr unsigned int OwnerBits = 0700;
+constexpr unsigned int EverybodyBits = 0007;
 
 [[noreturn]] void Fail(const char* message, unsigned int line) {
   throw ArchiveException(message, __FILE__, line);
 }
 
-void PutHeaders(const ArchiveHeaders& headers, ArchiveOBinaryChannel& archive) {
-  for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
+template <class Item>
+[[noreturn]] void Fail(const char* message, const Item& item, int status, unsigned int line) {
+  throw ::IO::WithDetail(ArchiveException(message, __FILE__, line), item, status);
 }
 
-// The size, doubled until the headers fit. Fails as writing the header would.
-unsigned int FittingSize(const ArchiveHeaders& headers, unsigned int size) {
-  if (size == 0) return 0;
+void PutHeaders(const ArchiveHeaders& headers, ArchiveOBinaryChannel& archive, bool sealed) {
+  for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
+  if (sealed) archive.PromiseSeal();
+}
+
+// The reserved size, doubled until the headers fit. Fails as writing the header would.
+unsigned int FittingSize(const ArchiveHeaders& headers, const ArchiveRoom& room) {
+  if (room.reservedSize == 0) return 0;
   return WrapFailuresAs<ArchiveException>(
       "Failed to update archive file: failed to write archive header.",
-      [&] { return FitReservedHeaderSize(headers, size); });
+      [&] { return FitReservedHeaderSize(headers, room.reservedSize, room.sealPromised); });
 }
 
-// The content of a file that is open for more than reading.
-class OpenFileInput final : public Vx::IBinaryChannel {
- public:
-  explicit OpenFileInput(::IO::File& target) noexcept : file(target) {}
+ArchiveRoom ReadRoom(::IO::File& file) {
+  ArchiveFileReader reader(file);
+  const unsigned int reservedSize = reader.GetChannel().GetReservedHeaderSize();
+  return {reservedSize, reader.GetChannel().GetEnd().IsSealPromised()};
+}
 
-  using IBinaryChannel::Read;
-  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size, ReadSomeModeSelector) override {
-    unsigned int count = 0;
-    const int status = file.ReadBin(buffer, size, &count);
-    if (status == 0 || status == ::IO::StatusEndOfInput) return count;
-    throw Vx::IOException("Failed to read from file binary input channel.", __FILE__, __LINE__);
+// Keeps the beginning of what is written.
+class BeginningOutput final : public Vx::OBinaryChannel {
+ public:
+  explicit BeginningOutput(unsigned __int64 sizeLimit) noexcept : left(sizeLimit) {}
+
+  void Write(const char* data, unsigned int size) override {
+    const auto kept = static_cast<unsigned int>(std::min<unsigned __int64>(size, left));
+    if (kept != 0) beginning.Write(data, kept);
+    left -= kept;
   }
-  [[nodiscard]] unsigned __int64 GetAvailable() const override { return 0; }
+  void Flush() override {}
   void Close() override {}
 
+  [[nodiscard]] std::string_view GetBytes() const noexcept {
+    return {beginning.GetBuffer(), beginning.GetSize()};
+  }
+
  private:
-  ::IO::File& file;
+  Vx::MemoryOBinaryChannel beginning;
+  unsigned __int64 left;
 };
 
-// Writes the headers, which fit `size`, unless the file has another reserved size, since somebody
-// else has rewritten it: the entries would no longer stand where the header says. Returns the
-// reserved size that the file has.
-unsigned int TryInPlace(const ::IO::Location& location, const ArchiveHeaders& headers,
-                        unsigned int size) {
-  ::IO::File file(location, ::IO::OnNotFound::Fail);
-  if (file.GetStatus() != 0 ||
-      file.Open(::IO::OpenMode::Update, AccessDeniedTreatment::Report) != 0) {
-    Fail(OpenFailure, __LINE__);
+void WriteTo(::IO::File& file, const char* data, unsigned int size) {
+  if (const int status = file.WriteBin(data, size, nullptr); status != 0) {
+    Fail("Failed to update archive file: failed to write archive file.", file, status, __LINE__);
   }
-  OpenFileInput input(file);
-  const unsigned int present = WrapFailuresAs<ArchiveException>(
-      OpenFailure, [&] { return ArchiveIBinaryChannel(input).GetReservedHeaderSize(); });
-  if (present != size) return present;
+}
 
-  Vx::MemoryOBinaryChannel block;
-  ArchiveOBinaryChannel archive(block, size);
-  PutHeaders(headers, archive);
+// The headers fit the room, which is as large as a file claims: no memory is taken for all of it.
+void WriteInPlace(::IO::File& file, const ArchiveHeaders& headers, const ArchiveRoom& room) {
+  const unsigned __int64 headerSize = GetArchiveHeaderSize(headers, room.sealPromised);
+  BeginningOutput block(std::max<unsigned __int64>(headerSize, BlockSize));
+  ArchiveOBinaryChannel archive(block, room.reservedSize);
+  PutHeaders(headers, archive, room.sealPromised);
   archive.Flush();
+  if (const int status = file.Seek(::IO::SeekOrigin::Begin, 0); status != 0) {
+    Fail("Failed to update archive file: failed to write archive file.", file, status, __LINE__);
+  }
   // One call for the whole block: a kill leaves all or nothing of each 4096 bytes.
-  if (file.Seek(::IO::SeekOrigin::Begin, 0) != 0 ||
-      file.WriteBin(block.GetBuffer(), block.GetSize(), nullptr) != 0) {
-    Fail("Failed to update archive file: failed to write archive file.", __LINE__);
+  const auto written = static_cast<unsigned int>(block.GetBytes().size());
+  WriteTo(file, block.GetBytes().data(), written);
+  // Behind the headers there are only zeros.
+  unsigned int left = room.reservedSize - written;
+  const unsigned int step = std::min(left, BlockSize);
+  const Vx::ByteArray zeros = Vx::NewByteArray(step);
+  std::fill_n(zeros.get(), step, '\0');
+  for (; left != 0; left -= std::min(left, step)) WriteTo(file, zeros.get(), std::min(left, step));
+  if (const int status = file.Flush(); status != 0) {
+    Fail("Failed to update archive file: failed to flush archive file.", file, status, __LINE__);
   }
-  if (file.Flush() != 0) {
-    Fail("Failed to update archive file: failed to flush archive file.", __LINE__);
-  }
-  return size;
 }
 
 // The location of the file itself, where `location` is a link to it: names are swapped there.
@@ -99,29 +121,68 @@ unsigned int TryInPlace(const ::IO::Location& location, const ArchiveHeaders& he
   return isLink && ::IO::fileSystem.Resolve(location, resolved) == 0 ? resolved : location;
 }
 
-// The new file becomes as private as the old one while there is nothing in it to read.
-void KeepMode(const ::IO::Location& source, const ::IO::Location& target) {
-  ::IO::Attributes old;
-  if (::IO::fileSystem.GetAttributes(source, &old, true) != 0) return;  // reading it will tell why
-  old.mode &= PermissionBits;
-  ::IO::File file(target, ::IO::OnNotFound::Fail);
-  ::IO::Attributes made;
-  const bool kept = file.Open(::IO::OpenMode::Write, AccessDeniedTreatment::Report) == 0 &&
-                    file.SetAttributes(old) == 0;
-  const bool wider = !kept && ::IO::fileSystem.GetAttributes(target, &made, true) == 0 &&
-                     (made.mode & ~old.mode) != 0;
-  if (wider) Fail("Failed to update archive file: failed to keep its permissions.", __LINE__);
+// What changes of this archive that died have left: none that lives can, under the archive's lock.
+// What has the copy's name is never emptied instead of that: it may be a link, and lead anywhere.
+void RemoveLeftovers(const ::IO::Location& location) {
+  const ::IO::Location archive = FollowLink(location);
+  const ::IO::Location copy = archive.GetSibling(u".updated");
+  ::IO::Attributes attributes;
+  if (::IO::fileSystem.GetAttributes(copy, &attributes, false) == 0 &&
+      attributes.type != ::IO::EntryType::Folder) {
+    ::IO::fileSystem.Delete(copy, DataSafety::None, AccessDeniedTreatment::Report);
+  }
+  ::IO::Location folder;
+  ::IO::Name name;
+  if (archive.Split(folder, name) == 0) {
+    ::IO::Folder(folder, ::IO::OnNotFound::Ignore).RemoveLeftovers();
+  }
 }
 
-// Whatever file stands under the temporary name goes: the old archive, or what an update before
-// left behind. That is never emptied instead: the name may be a link, and lead to the archive.
-void DeleteTemporary(const ::IO::Location& temporary) noexcept {
-  ::IO::Attributes attributes;
-  const bool isFolder = ::IO::fileSystem.GetAttributes(temporary, &attributes, false) == 0 &&
-                        attributes.type == ::IO::EntryType::Folder;
-  if (!isFolder) {
-    ::IO::fileSystem.Delete(temporary, DataSafety::None, AccessDeniedTreatment::Report);
+// Whether the file has that name.
+bool IsAt(const ::IO::Location& location, const ::IO::File& file) {
+  ::IO::Attributes named;
+  ::IO::Attributes opened;
+  return ::IO::fileSystem.GetAttributes(location, &named, false) == 0 &&
+         file.GetAttributes(&opened) == 0 && named.IsSameItem(opened);
+}
+
+void RemoveFrom(const ::IO::Location& location, const ::IO::File& file) {
+  if (!IsAt(location, file)) return;
+  ::IO::fileSystem.Delete(location, DataSafety::None, AccessDeniedTreatment::Report);
+}
+
+::IO::File MakeCopy(const ::IO::Location& location) {
+  ::IO::File file(location, ::IO::OnNotFound::Ignore);
+  int status = file.GetStatus();
+  if (status == 0) {
+    status = file.Open(::IO::OpenMode::WriteNewPrivate, AccessDeniedTreatment::Report);
   }
+  if (status == 0) return file;
+  throw ::IO::WithDetail(
+      Vx::IOException("Failed to create file binary output channel: failed to open file.", __FILE__,
+                      __LINE__),
+      file, status);
+}
+
+// Gives the copy to the owner of the archive while there is nothing in it to read. Returns whether
+// the system let it have all of owner, group and permissions; it never has wider ones.
+bool KeepOwner(const ::IO::File& archive, ::IO::File& copy) {
+  ::IO::Attributes old;
+  ::IO::Attributes made;
+  static_cast<void>(archive.GetAttributes(&old) == 0 && copy.SetOwner(old) == 0);
+  int status = copy.GetAttributes(&made);
+  old.mode &= PermissionBits;
+  ::IO::Attributes wanted = old;
+  if (made.group != old.group) {
+    // Members of the old group are others now, and the new group is made of others.
+    const unsigned int all = old.mode & (old.mode >> 3U) & EverybodyBits;
+    wanted.mode = (old.mode & OwnerBits) | all << 3U | all;
+  }
+  if (status == 0) status = copy.SetAttributes(wanted);
+  if (copy.GetAttributes(&made) != 0 || (made.mode & ~old.mode) != 0) {
+    Fail("Failed to update archive file: failed to keep its permissions.", copy, status, __LINE__);
+  }
+  return made.owner == old.owner && made.group == old.group && made.mode == old.mode;
 }
 
 void CopyEntry(ArchiveIBinaryChannel& source, const ArchiveEntry& entry,
@@ -134,80 +195,125 @@ void CopyEntry(ArchiveIBinaryChannel& source, const ArchiveEntry& entry,
   target.CloseEntry();
 }
 
-void CopyArchive(const ::IO::Location& location, const ::IO::Location& temporary,
-                 const ArchiveHeaders& headers, unsigned int size) {
-  DeleteTemporary(temporary);
-  const Vx::OBinaryChannelRef targetFile(
-      Vx::New<FileOBinaryChannel>(temporary, false, FileShare::NoShare));
-  KeepMode(location, temporary);
-  ArchiveOBinaryChannel target(targetFile, size);
-  ArchiveFileReader source(location, FileShare::NoShare);
-  PutHeaders(headers, target);
+// `room` is that of the copy.
+void CopyArchive(::IO::File& archive, ::IO::File& copy, const ArchiveHeaders& headers,
+                 const ArchiveRoom& room) {
+  FileOBinaryChannel file(copy);
+  Vx::BufferedOBinaryChannel output(file, CopyStepSize);
+  ArchiveOBinaryChannel target(output, room.reservedSize);
+  ArchiveFileReader source(archive);
+  PutHeaders(headers, target, room.sealPromised);
   for (auto entry = source.GetNextEntry(); entry; entry = source.GetNextEntry()) {
     CopyEntry(source.GetChannel(), *entry, target);
+  }
+  target.Flush();
+  const ArchiveEnd::State end = source.GetChannel().GetEnd().state;
+  if (end == ArchiveEnd::State::Unknown) {
+    Fail("Failed to update archive file: its end can't be read.", __LINE__);
+  }
+  if (!room.sealPromised) {
+    // Whatever it is: a name with a flipped bit may hide entries in it.
+    const std::string_view tail = source.GetChannel().GetTail();
+    output.Write(tail.data(), static_cast<unsigned int>(tail.size()));
+  } else if (end == ArchiveEnd::State::SealedRight) {
+    target.WriteSeal();
+  } else {
+    Fail("Failed to update archive file: its seal is missing or wrong.", __LINE__);
   }
   source.Close();
   target.Flush();
   target.Close();
 }
 
-void ExchangeFiles(const ::IO::Location& archive, const ::IO::Location& temporary) {
-  ::IO::Location folderLocation;
-  ::IO::Name archiveName;
-  ::IO::Name temporaryName;
-  if (archive.Split(folderLocation, archiveName) != 0 ||
-      temporary.GetLastLocalName(temporaryName) != 0) {
-    Fail("Failed to update archive file: failed to get target folder location.", __LINE__);
-  }
-  ::IO::Folder folder(folderLocation, ::IO::OnNotFound::Fail);
-  if (folder.GetStatus() != 0) {
-    Fail("Failed to update archive file: failed to get target folder.", __LINE__);
-  }
-  if (folder.Exchange(archiveName, temporaryName, AccessDeniedTreatment::Report) != 0) {
-    Fail("Failed to update archive file: failed to exchange archive and temporary archive files.",
-         __LINE__);
-  }
-}
+// The names of the archive and its copy, in one folder.
+class Names final {
+ public:
+  explicit Names(const ::IO::Location& location)
+      : archive(FollowLink(location)), copy(GetRewriteLocation(archive)) {}
 
-void Rewrite(const ::IO::Location& location, const ArchiveHeaders& headers, unsigned int size) {
-  const ::IO::Location archive = FollowLink(location);
-  const ::IO::Location temporary = GetRewriteLocation(archive);
+  [[nodiscard]] const ::IO::Location& GetCopy() const noexcept { return copy; }
+
+  // Swaps them.
+  void Exchange() const {
+    ::IO::Location folderLocation;
+    ::IO::Name archiveName;
+    ::IO::Name copyName;
+    if (archive.Split(folderLocation, archiveName) != 0 || copy.GetLastLocalName(copyName) != 0) {
+      Fail("Failed to update archive file: failed to get target folder location.", __LINE__);
+    }
+    ::IO::Folder folder(folderLocation, ::IO::OnNotFound::Fail);
+    int status = folder.GetStatus();
+    if (status != 0) {
+      Fail("Failed to update archive file: failed to get target folder.", folderLocation, status,
+           __LINE__);
+    }
+    status = folder.Exchange(archiveName, copyName, AccessDeniedTreatment::Report);
+    if (status != 0) {
+      Fail(
+          "Failed to update archive file: failed to exchange archive and temporary archive "
+          "files.",
+          archive, status, __LINE__);
+    }
+  }
+
+ private:
+  ::IO::Location archive;
+  ::IO::Location copy;
+};
+
+// `room` is that of the new file.
+ArchiveUpdateResult Rewrite(const ::IO::Location& location, ArchiveLock& lock,
+                            const ArchiveHeaders& headers, const ArchiveRoom& room) {
+  const Names names(location);
+  ::IO::File copy = MakeCopy(names.GetCopy());
+  ArchiveUpdateResult result{room.reservedSize, true};
   try {
-    CopyArchive(archive, temporary, headers, size);
-    ExchangeFiles(archive, temporary);
-  } catch (const VxException&) {
-    DeleteTemporary(temporary);
+    // Who finds it under the archive's name has to wait until its old name is free.
+    if (const int status = copy.Lock(0); status != 0) {
+      Fail("Failed to update archive file: failed to lock archive file.", copy, status, __LINE__);
+    }
+    result.ownerKept = KeepOwner(lock.GetFile(), copy);
+    CopyArchive(lock.GetFile(), copy, headers, room);
+    names.Exchange();
+    if (!IsAt(names.GetCopy(), lock.GetFile())) {
+      // Somebody who doesn't lock has put another file under the name: that one is to stay.
+      names.Exchange();
+      Fail("Failed to update archive file: the file was replaced meanwhile.", __LINE__);
+    }
+  } catch (...) {
+    RemoveFrom(names.GetCopy(), copy);
     throw;
   }
-  // The temporary name leads to the old archive now.
-  DeleteTemporary(temporary);
+  RemoveFrom(names.GetCopy(), lock.GetFile());
+  lock.TakeOver(std::move(copy));
+  return result;
 }
 
 }  // namespace
 
 ::IO::Location GetRewriteLocation(const ::IO::Location& location) {
-  ::IO::Location temporary = FollowLink(location).GetSibling(u".updated");
-  if (!temporary.IsValid()) {
+  ::IO::Location copy = FollowLink(location).GetSibling(u".updated");
+  if (!copy.IsValid()) {
     Fail("Failed to update archive file: failed to get temporary file location.", __LINE__);
   }
-  return temporary;
+  return copy;
 }
 
-bool NeedsRewrite(const ArchiveHeaders& headers, unsigned int reservedSize) {
-  return reservedSize == 0 || FittingSize(headers, reservedSize) != reservedSize;
+bool NeedsRewrite(const ArchiveHeaders& headers, const ArchiveRoom& room) {
+  return room.reservedSize == 0 || FittingSize(headers, room) != room.reservedSize;
 }
 
-unsigned int UpdateArchiveHeaders(const ::IO::Location& location, const ArchiveHeaders& headers,
-                                  unsigned int reservedSize) {
-  unsigned int expected = reservedSize;
-  while (!NeedsRewrite(headers, expected)) {
-    const unsigned int present = TryInPlace(location, headers, expected);
-    if (present == expected) return present;
-    expected = present;
+ArchiveUpdateResult UpdateArchiveHeaders(const ::IO::Location& location, ArchiveLock& lock,
+                                         const ArchiveHeaders& headers) {
+  const ArchiveRoom room = ReadRoom(lock.GetFile());
+  RemoveLeftovers(location);
+  const ArchiveRoom fitting{FittingSize(headers, room), room.sealPromised};
+  if (room.reservedSize == 0 || fitting.reservedSize != room.reservedSize) {
+    return Rewrite(location, lock, headers, fitting);
   }
-  const unsigned int size = FittingSize(headers, expected);
-  Rewrite(location, headers, size);
-  return size;
+  lock.CheckWritable();
+  WriteInPlace(lock.GetFile(), headers, room);
+  return {room.reservedSize, true};
 }
 
 }  // namespace Larkspan::Common::IO

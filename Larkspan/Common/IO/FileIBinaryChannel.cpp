@@ -29,7 +29,7 @@ namespace {
 }  // namespace
 
 FileIBinaryChannel::FileIBinaryChannel(const ::IO::Location& location, const FileShare& share)
-    : file(location, ::IO::OnNotFound::Fail) {
+    : own(std::in_place, location, ::IO::OnNotFound::Fail), file(*own) {
   CheckFileLocation(location);
   if (file.GetStatus() == ::IO::StatusFileNotFound) {
     throw ::IO::WithDetail(
@@ -43,7 +43,12 @@ FileIBinaryChannel::FileIBinaryChannel(const ::IO::Location& location, const Fil
   if (status != 0) FailToOpen(file, status, __LINE__);
 }
 
-FileIBinaryChannel::FileIBinaryChannel(::IO::File&& openFile) : file(std::move(openFile)) {
+FileIBinaryChannel::FileIBinaryChannel(::IO::File&& openFile)
+    : own(std::in_place, std::move(openFile)), file(*own) {
+  if (!file.IsOpen()) FailToOpen(file, ::IO::StatusNotOpen, __LINE__);
+}
+
+FileIBinaryChannel::FileIBinaryChannel(::IO::File& openFile) : file(openFile) {
   if (!file.IsOpen()) FailToOpen(file, ::IO::StatusNotOpen, __LINE__);
 }
 
@@ -102,7 +107,7 @@ unsigned __int64 FileIBinaryChannel::GetAvailable() const {
 
 void FileIBinaryChannel::Close() {
   if (!opened) return;
-  if (const int status = file.Close(); status != 0) {
+  if (const int status = own ? own->Close() : 0; status != 0) {
     throw ::IO::WithDetail(
         Vx::IOException("Failed to close file binary input channel.", __FILE__, __LINE__), file,
         status);

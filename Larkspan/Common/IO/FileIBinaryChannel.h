@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "Larkspan/Common/Export.h"
 #include "Larkspan/Common/IO/FileShare.h"
 #include "foundation/IO/File.h"
@@ -22,6 +24,8 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel,
   /// Takes over a file that is open for reading, and reads from its position on. Throws
   /// `Vx::IOException` for one that is not open.
   explicit FileIBinaryChannel(::IO::File&& openFile);
+  /// The same with a file that stays the caller's, and open, whatever becomes of the channel.
+  explicit FileIBinaryChannel(::IO::File& openFile);
   ~FileIBinaryChannel() override;
 
   using IBinaryChannel::Read;
@@ -46,7 +50,8 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel,
   void CheckOpened(const char* fileName = __builtin_FILE(),
                    unsigned int lineNumber = __builtin_LINE()) const;
 
-  ::IO::File file;
+  std::optional<::IO::File> own;
+  ::IO::File& file;
   bool opened = true;
 };
 

@@ -37,7 +37,7 @@ const char* GetWriteFailure(int status, unsigned int written, unsigned int size)
 
 FileOBinaryChannel::FileOBinaryChannel(const ::IO::Location& location, bool append,
                                        const FileShare& share)
-    : file(location, ::IO::OnNotFound::Ignore) {
+    : own(std::in_place, location, ::IO::OnNotFound::Ignore), file(*own) {
   CheckFileLocation(location);
   if (share != FileShare::NoShare) {
     throw Vx::IllegalArgumentException("Invalid file share: file share is not supported yet.",
@@ -51,7 +51,12 @@ FileOBinaryChannel::FileOBinaryChannel(const ::IO::Location& location, bool appe
   if (status != 0) FailToOpen(file, status, __LINE__);
 }
 
-FileOBinaryChannel::FileOBinaryChannel(::IO::File&& openFile) : file(std::move(openFile)) {
+FileOBinaryChannel::FileOBinaryChannel(::IO::File&& openFile)
+    : own(std::in_place, std::move(openFile)), file(*own) {
+  if (!file.IsOpen()) FailToOpen(file, ::IO::StatusNotOpen, __LINE__);
+}
+
+FileOBinaryChannel::FileOBinaryChannel(::IO::File& openFile) : file(openFile) {
   if (!file.IsOpen()) FailToOpen(file, ::IO::StatusNotOpen, __LINE__);
 }
 
@@ -82,7 +87,7 @@ void FileOBinaryChannel::Flush() {
 
 void FileOBinaryChannel::Close() {
   if (!opened) return;
-  if (const int status = file.Close(); status != 0) {
+  if (const int status = own ? own->Close() : 0; status != 0) {
     throw ::IO::WithDetail(
         Vx::IOException("Failed to close file binary output channel.", __FILE__, __LINE__), file,
         status);

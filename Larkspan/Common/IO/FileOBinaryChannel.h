@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "Larkspan/Common/Export.h"
 #include "Larkspan/Common/IO/FileShare.h"
 #include "foundation/IO/File.h"
@@ -21,6 +23,8 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
   /// Takes over a file that is open for writing, and writes from its position on. Throws
   /// `Vx::IOException` for one that is not open.
   explicit FileOBinaryChannel(::IO::File&& openFile);
+  /// The same with a file that stays the caller's, and open, whatever becomes of the channel.
+  explicit FileOBinaryChannel(::IO::File& openFile);
   ~FileOBinaryChannel() override;
 
   void Write(const char* data, unsigned int size) override;
@@ -33,7 +37,8 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
   void CheckOpened(const char* fileName = __builtin_FILE(),
                    unsigned int lineNumber = __builtin_LINE()) const;
 
-  ::IO::File file;
+  std::optional<::IO::File> own;
+  ::IO::File& file;
   bool opened = true;
 };
 

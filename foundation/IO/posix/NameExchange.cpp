@@ -5,19 +5,28 @@
 #include "foundation/IO/MemoryGuard.h"
 #include "foundation/IO/posix/Descriptor.h"
 #include "foundation/IO/posix/FolderEntries.h"
+#include "foundation/IO/posix/ItemAttributes.h"
+#include "foundation/IO/posix/UnnamedFile.h"
 
 namespace IO::Posix {
 namespace {
 
+constexpr unsigned int SpareCount = 100;  // exchanges in one folder at one time
+
+Vx::String MakeSpareName(unsigned int number) {
+  Vx::String name(".exchange-");
+  name.Append(static_cast<char>('0' + number / 10));
+  name.Append(static_cast<char>('0' + number % 10));
+  return name;
+}
+
 // Links a second, new name beside `name`.
 int LinkSpare(int folder, const Vx::String& name, Vx::String& spare) noexcept {
-  constexpr unsigned int attempts = 100;  // a kill leaves one spare name, hardly ever many
   return GuardMemory(ENOMEM, [&] {
     int error = EEXIST;
-    for (unsigned int attempt = 0; error == EEXIST && attempt < attempts; ++attempt) {
-      spare = Vx::String(".exchange-");
-      spare.Append(static_cast<char>('0' + attempt / 10));
-      spare.Append(static_cast<char>('0' + attempt % 10));
+    for (unsigned int number = 0; error == EEXIST && number < SpareCount; ++number) {
+      spare = MakeSpareName(number);
+      RemoveIfDead(folder, spare);
       error = LinkName(folder, name, spare);
     }
     return error;
@@ -35,6 +44,12 @@ int LinkSpare(int folder, const Vx::String& name, Vx::String& spare) noexcept {
 //
 // To move `first` out of the way instead would be a step less, and leave nothing under it.
 int SwapBySteps(int folder, const Vx::String& first, const Vx::String& second) noexcept {
+  // The lock on the old file tells others that its spare name is not a dead one. If it is not to be
+  // had, somebody has it who lets the names be swapped.
+  Descriptor old;
+  if (OpenFileIn(folder, first, Access::Read, &old.value) == 0) {
+    static_cast<void>(TryLock(old.value));
+  }
   Vx::String spare;
   int error = LinkSpare(folder, first, spare);
   if (error != 0) return error;
@@ -86,6 +101,18 @@ int ExchangeNames(int folder, const Vx::String& first, const Vx::String& second)
   error = SyncAll(folder);
   if (error != 0) static_cast<void>(Swap(folder, first, second));
   return error;
+}
+
+void RemoveDeadSpares(int folder) noexcept {
+  static_cast<void>(GuardMemory(ENOMEM, [folder] {
+    Attributes facts;
+    for (unsigned int number = 0; number < SpareCount; ++number) {
+      const Vx::String spare = MakeSpareName(number);
+      if (ReadAttributes(folder, spare, false, &facts) != 0) break;  // the lowest are taken first
+      RemoveIfDead(folder, spare);
+    }
+    return 0;
+  }));
 }
 
 int MoveItem(int folder, const Vx::String& from, const Vx::String& to) noexcept {

@@ -10,6 +10,9 @@ namespace IO::Posix {
 [[nodiscard]] int ExchangeNames(int folder, const Vx::String& first,
                                 const Vx::String& second) noexcept;
 
+/// Removes what exchanges of dead processes have left in the folder; what can't be removed stays.
+void RemoveDeadSpares(int folder) noexcept;
+
 /// Renames an item within its folder, and never replaces. A failure leaves its old name.
 [[nodiscard]] int MoveItem(int folder, const Vx::String& from, const Vx::String& to) noexcept;
 

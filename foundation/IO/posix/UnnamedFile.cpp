@@ -99,15 +99,6 @@ int MakeWithName(int folder, mode_t mode, int* descriptor, Vx::String& name) {
   return error;
 }
 
-void RemoveIfDead(int folder, const Vx::String& name) noexcept {
-  Descriptor file;
-  if (OpenFileIn(folder, name, Access::Read, &file.value) != 0) return;
-  struct stat facts {};
-  if (::fstat(file.value, &facts) != 0 || !S_ISREG(facts.st_mode)) return;
-  if (TryLock(file.value) != 0 || !LeadsTo(folder, name, file.value)) return;
-  static_cast<void>(RemoveName(folder, name));
-}
-
 }  // namespace
 
 int MakeUnnamedFile(int folder, bool isPrivate, int* descriptor, Vx::String& name) noexcept {
@@ -144,6 +135,15 @@ int NameFileReplacing(int folder, int descriptor, const Vx::String& name,
 bool IsTemporaryName(Vx::String::View name) noexcept {
   return name.size() == Prefix.size() + DigitCount && name.starts_with(Prefix) &&
          name.find_first_not_of("0123456789abcdef", Prefix.size()) == name.npos;
+}
+
+void RemoveIfDead(int folder, const Vx::String& name) noexcept {
+  Descriptor file;
+  if (OpenFileIn(folder, name, Access::Read, &file.value) != 0) return;
+  struct stat facts {};
+  if (::fstat(file.value, &facts) != 0 || !S_ISREG(facts.st_mode)) return;
+  if (TryLock(file.value) != 0 || !LeadsTo(folder, name, file.value)) return;
+  static_cast<void>(RemoveName(folder, name));
 }
 
 void RemoveDeadFiles(int folder) noexcept {

@@ -25,6 +25,9 @@ namespace IO::Posix {
 /// Whether a file of that name is, or was, one of these.
 [[nodiscard]] bool IsTemporaryName(Vx::String::View name) noexcept;
 
+/// Removes the file unless somebody holds a lock on it, as its maker does while alive.
+void RemoveIfDead(int folder, const Vx::String& name) noexcept;
+
 /// Removes the files of dead processes from the folder; what can't be removed stays.
 void RemoveDeadFiles(int folder) noexcept;
 
