@@ -108,6 +108,7 @@ class FOUNDATION_API File final {
   [[nodiscard]] int SetOwner(const Attributes& attributes) noexcept;
 
  private:
+  friend class Folder;
   friend class NewFile;
 
   [[nodiscard]] unsigned int GetBuffered() const noexcept { return bufferEnd - bufferStart; }

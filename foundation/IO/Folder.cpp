@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "foundation/IO/File.h"
 #include "foundation/IO/MemoryGuard.h"
 #include "foundation/IO/posix/Descriptor.h"
 #include "foundation/IO/posix/ErrorStatus.h"
@@ -43,8 +44,8 @@ int Folder::Exchange(const Name& first, const Name& second, AccessDeniedTreatmen
   return Posix::FileSystemStatus(error);
 }
 
-void Folder::RemoveLeftovers() noexcept {
-  if (descriptor >= 0) Posix::RemoveDeadSpares(descriptor);
+void Folder::RemoveLeftovers(const File& locked) noexcept {
+  if (descriptor >= 0) Posix::RemoveDeadSpares(descriptor, locked.descriptor);
 }
 
 // Hands the bytes of the name to `work`, which returns a value of `errno`.

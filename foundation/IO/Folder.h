@@ -14,6 +14,8 @@
 
 namespace IO {
 
+class File;
+
 /// A folder, held while the object lives: its operations meet the same folder, whatever becomes of
 /// its name. All of them report by status, and none throws. One thread at a time.
 class FOUNDATION_API Folder final {
@@ -40,7 +42,8 @@ class FOUNDATION_API Folder final {
   [[nodiscard]] int Exchange(const Name& first, const Name& second,
                              AccessDeniedTreatment treatment) noexcept;
   /// Removes what exchanges in processes that died have left behind, as far as that can be done.
-  void RemoveLeftovers() noexcept;
+  /// Whoever is alive holds a lock on the first file; a lock that `locked` has is the caller's own.
+  void RemoveLeftovers(const File& locked) noexcept;
 
   /// What stands under the name. Like all that follows, it doesn't follow a symbolic link.
   [[nodiscard]] int GetAttributes(const Name& name, Attributes* attributes) const noexcept;

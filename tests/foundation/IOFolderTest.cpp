@@ -1,9 +1,11 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "tests/support/SystemCallSweep.h"
@@ -54,6 +56,27 @@ TEST_P(IOFolderChange, AFailureAtAnyStepIsUndone) {
       prepare();
     });
   }
+}
+
+TEST_P(IOFolderChange, SpareNamesOfDeadExchangesGoAndThatOfALiveOneStays) {
+  folder.Write("first", "old");
+  folder.Write("second", "new");
+  for (char tens = '0'; tens <= '9'; ++tens) {
+    for (char ones = '0'; ones <= '9'; ++ones) {
+      folder.Write(std::string(".exchange-") + tens + ones, "");
+    }
+  }
+  IO::File live(folder.At(".exchange-00"), IO::OnNotFound::Fail);
+  IO::File own(folder.At(".exchange-98"), IO::OnNotFound::Fail);
+  for (IO::File* file : {&live, &own}) {
+    ASSERT_EQ(file->Open(IO::OpenMode::Read, Report), 0);
+    ASSERT_EQ(file->Lock(0), 0);
+  }
+  EXPECT_EQ(Exchange(folder), 0);
+  EXPECT_EQ(folder.Read("first") + folder.Read("second"), "newold");
+  folder.Write(".exchange-01", "");  // the one that was used
+  Folder(folder.GetLocation(), IO::OnNotFound::Fail).RemoveLeftovers(own);
+  EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{".exchange-00", "first", "second"}));
 }
 
 TEST_P(IOFolderChange, WhatMayNotBeDoneIsNotBegun) {

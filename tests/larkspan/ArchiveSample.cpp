@@ -6,6 +6,7 @@
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/Compress.h"
 #include "tests/support/Noise.h"
+#include "tests/support/RecordingOutput.h"
 
 namespace Tests {
 namespace {
@@ -47,6 +48,23 @@ std::string ToBytes(const SampleArchive& archive) {
   if (archive.reserved != 0) bytes.FillTo(archive.reserved);
   for (const SampleEntry& entry : archive.entries) AppendEntry(bytes, entry);
   return bytes;
+}
+
+std::string ToSealedBytes(const SampleArchive& archive, std::vector<std::size_t>* starts) {
+  RecordingOutput output;
+  ArchiveOBinaryChannel channel(output, archive.reserved);
+  channel.PromiseSeal();
+  PutHeaders(channel, archive);
+  channel.Flush();
+  for (const SampleEntry& entry : archive.entries) {
+    if (starts) starts->push_back(output.content.size());
+    WriteEntry(channel, entry);
+    channel.CloseEntry();
+  }
+  if (starts) starts->push_back(output.content.size());
+  channel.WriteSeal();
+  channel.Close();
+  return output.content;
 }
 
 ByteBuilder HeaderBytes(unsigned int reserved, unsigned int count, unsigned int major,

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "tests/support/ByteBuilder.h"
@@ -14,6 +16,11 @@ namespace Tests {
 
 /// The bytes of an archive, put together here and compressed by zlib's own functions.
 [[nodiscard]] std::string ToBytes(const SampleArchive& archive);
+
+/// The archive as the library writes it with a seal. `starts` gets the offset of each entry, and of
+/// the seal.
+[[nodiscard]] std::string ToSealedBytes(const SampleArchive& archive,
+                                        std::vector<std::size_t>* starts = nullptr);
 
 /// The bytes of a header up to its pairs, of which there are to be `count`.
 [[nodiscard]] ByteBuilder HeaderBytes(unsigned int reserved = 0, unsigned int count = 0,

@@ -30,24 +30,6 @@ using enum ArchiveEnd::HeaderCheck;
 
 constexpr ArchiveEnd SealedAndRight = {SealedRight, Right, 42};
 
-// Writes an archive, and behind it a seal. `starts` gets the offset of each entry, and of the seal.
-std::string WriteSealed(const SampleArchive& archive, std::vector<std::size_t>* starts = nullptr) {
-  RecordingOutput output;
-  ArchiveOBinaryChannel channel(output, archive.reserved);
-  channel.PromiseSeal();
-  PutHeaders(channel, archive);
-  channel.Flush();
-  for (const SampleEntry& entry : archive.entries) {
-    if (starts) starts->push_back(output.content.size());
-    WriteEntry(channel, entry);
-    channel.CloseEntry();
-  }
-  if (starts) starts->push_back(output.content.size());
-  channel.WriteSeal();
-  channel.Close();
-  return output.content;
-}
-
 // Hands every simple mutation of `bytes`, and every removal, repetition and swap of whole entries,
 // to `work`.
 template <class Work>
@@ -102,7 +84,7 @@ const std::string SealOfABC =
 TEST(ArchiveSeal, ItsBytesAreThoseOfTheFormat) {
   const std::string expected =
       ByteBuilder(WithEntryABC(HeaderBytes(0, 2).Raw(Author).Raw(Promise(Author)))).Raw(SealOfABC);
-  EXPECT_EQ(WriteSealed({0, {{"seal", "mine"}, {"author", "Ada"}}, {{"a", 2, {}, "abc"}}}),
+  EXPECT_EQ(ToSealedBytes({0, {{"seal", "mine"}, {"author", "Ada"}}, {{"a", 2, {}, "abc"}}}),
             expected);
 }
 
@@ -110,7 +92,7 @@ TEST(ArchiveSeal, NoMutationGoesUnnoticed) {
   for (const unsigned int reserved : {0U, 256U}) {
     const SampleArchive sample = MakeSample(reserved);
     std::vector<std::size_t> starts;
-    const std::string bytes = WriteSealed(sample, &starts);
+    const std::string bytes = ToSealedBytes(sample, &starts);
     const ReadResult whole = ReadArchive(bytes);
     ASSERT_EQ(whole.end, SealedAndRight) << whole.failure;
     ForEachMutation(bytes, starts, [&](const std::string& mutation) {
@@ -156,7 +138,7 @@ TEST(ArchiveSeal, AHeaderBlockIsRightOnlyAsItWasWritten) {
     EXPECT_EQ(ReadArchive(bytes).failure, "");
   }
   const SampleArchive full = {256, {{"room", std::string(256 - 31 - 18 - 8, 'x')}}, {}};
-  EXPECT_EQ(FailureOf([&] { return WriteSealed(full); }),
+  EXPECT_EQ(FailureOf([&] { return ToSealedBytes(full); }),
             "ArchiveException: Failed to write archive header: archive header size exceeds the "
             "specified header size.");
 }
@@ -247,7 +229,7 @@ TEST(LeavingAnEntry, OneDamagedEntryCostsOneEntry) {
   // What a wrong length of a frame may lead into.
   sample.entries.insert(sample.entries.begin() + 1, {"inner.lsa", 2, {}, ToBytes(MakeSample(0))});
   std::vector<std::size_t> starts;
-  const std::string bytes = WriteSealed(sample, &starts);
+  const std::string bytes = ToSealedBytes(sample, &starts);
   for (std::size_t entry = 0; entry + 1 < starts.size(); ++entry) {
     const auto& [name, method, headers, data] = sample.entries[entry];
     std::size_t header = 2 + name.size() + 8;
@@ -303,7 +285,7 @@ using SealedFile = ArchiveFolder;
 TEST_F(SealedFile, IsPassedOverWithoutReadingItsData) {
   SampleArchive large = sample;
   large.entries[1].data = Noise(2000000);
-  const std::string bytes = WriteSealed(large);
+  const std::string bytes = ToSealedBytes(large);
   std::vector<std::string> footers;
   for (const auto& [name, method, headers, data] : large.entries) {
     footers.push_back(ByteBuilder().U64(data.size()).U32(SumOf(data)));
@@ -320,14 +302,14 @@ TEST_F(SealedFile, IsPassedOverWithoutReadingItsData) {
 }
 
 TEST_F(SealedFile, TellsItsEndWhetherOrNotItsEntriesCanBeRead) {
-  std::string bytes = WriteSealed(sample);
+  std::string bytes = ToSealedBytes(sample);
   bytes[bytes.find("stored words")] ^= 1;
   folder.Write("a.lsa", bytes);
   const ArchiveFile damaged(location);
   EXPECT_EQ(damaged.GetEnd(), SealedAndRight);
   EXPECT_EQ(FailureOf([&] { return damaged.GetEntryCount(); }),
             "ArchiveException: Failed to read archive entry: entry crc check failed.");
-  bytes = WriteSealed(sample);
+  bytes = ToSealedBytes(sample);
   folder.Write("a.lsa", bytes.substr(0, bytes.size() - 42));
   ArchiveFile cut(location);
   for (const bool entriesRead : {false, true}) {

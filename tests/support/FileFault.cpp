@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -137,6 +138,10 @@ int fsync(int descriptor) {
 
 int fdatasync(int descriptor) {
   return NoteSync(Call(CallSyncData, SYS_fdatasync, descriptor), descriptor);
+}
+
+int flock(int descriptor, int operation) noexcept {
+  return static_cast<int>(Call(CallLock, SYS_flock, descriptor, operation));
 }
 
 int renameat2(int fromFolder, const char* from, int toFolder, const char* to,

@@ -23,6 +23,7 @@ enum SystemCall : unsigned int {
   CallOpen = 1U << 9U,
   CallMake = 1U << 10U,         // a folder
   CallOpenUnnamed = 1U << 11U,  // a file without a name
+  CallLock = 1U << 12U,
 };
 
 /// While it lives, calls of the kinds `calls` fail with `error`: after `skip` that pass, `times`.

@@ -123,7 +123,7 @@ void WriteInPlace(::IO::File& file, const ArchiveHeaders& headers, const Archive
 
 // What changes of this archive that died have left: none that lives can, under the archive's lock.
 // What has the copy's name is never emptied instead of that: it may be a link, and lead anywhere.
-void RemoveLeftovers(const ::IO::Location& location) {
+void RemoveLeftovers(const ::IO::Location& location, const ::IO::File& locked) {
   const ::IO::Location archive = FollowLink(location);
   const ::IO::Location copy = archive.GetSibling(u".updated");
   ::IO::Attributes attributes;
@@ -134,7 +134,7 @@ void RemoveLeftovers(const ::IO::Location& location) {
   ::IO::Location folder;
   ::IO::Name name;
   if (archive.Split(folder, name) == 0) {
-    ::IO::Folder(folder, ::IO::OnNotFound::Ignore).RemoveLeftovers();
+    ::IO::Folder(folder, ::IO::OnNotFound::Ignore).RemoveLeftovers(locked);
   }
 }
 
@@ -306,7 +306,7 @@ bool NeedsRewrite(const ArchiveHeaders& headers, const ArchiveRoom& room) {
 ArchiveUpdateResult UpdateArchiveHeaders(const ::IO::Location& location, ArchiveLock& lock,
                                          const ArchiveHeaders& headers) {
   const ArchiveRoom room = ReadRoom(lock.GetFile());
-  RemoveLeftovers(location);
+  RemoveLeftovers(location, lock.GetFile());
   const ArchiveRoom fitting{FittingSize(headers, room), room.sealPromised};
   if (room.reservedSize == 0 || fitting.reservedSize != room.reservedSize) {
     return Rewrite(location, lock, headers, fitting);

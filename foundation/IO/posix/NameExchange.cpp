@@ -103,13 +103,19 @@ int ExchangeNames(int folder, const Vx::String& first, const Vx::String& second)
   return error;
 }
 
-void RemoveDeadSpares(int folder) noexcept {
-  static_cast<void>(GuardMemory(ENOMEM, [folder] {
+void RemoveDeadSpares(int folder, int locked) noexcept {
+  static_cast<void>(GuardMemory(ENOMEM, [folder, locked] {
     Attributes facts;
+    Attributes own;
+    const bool owns = ReadAttributes(locked, &own) == 0;
     for (unsigned int number = 0; number < SpareCount; ++number) {
       const Vx::String spare = MakeSpareName(number);
       if (ReadAttributes(folder, spare, false, &facts) != 0) break;  // the lowest are taken first
-      RemoveIfDead(folder, spare);
+      if (owns && facts.IsSameItem(own)) {
+        static_cast<void>(RemoveName(folder, spare));
+      } else {
+        RemoveIfDead(folder, spare);
+      }
     }
     return 0;
   }));

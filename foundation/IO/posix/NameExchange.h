@@ -11,7 +11,8 @@ namespace IO::Posix {
                                 const Vx::String& second) noexcept;
 
 /// Removes what exchanges of dead processes have left in the folder; what can't be removed stays.
-void RemoveDeadSpares(int folder) noexcept;
+/// The caller holds the lock on the open file `locked`.
+void RemoveDeadSpares(int folder, int locked) noexcept;
 
 /// Renames an item within its folder, and never replaces. A failure leaves its old name.
 [[nodiscard]] int MoveItem(int folder, const Vx::String& from, const Vx::String& to) noexcept;
