@@ -84,8 +84,13 @@ TEST_F(ToolExtraction, PowerCutLeavesNoIncompleteFileWhereItCouldReplaceOneOrSyn
   MakeArchive({}, {"f", "f"});
   const struct {
     bool sync;
+    bool unnamed;
     std::string before;
-  } rows[] = {{false, "old"}, {true, "old"}, {true, "(missing)"}};
+  } rows[] = {{false, true, "old"},
+              {true, true, "old"},
+              {true, true, "(missing)"},
+              {false, false, "old"},
+              {true, false, "(missing)"}};
   for (const auto& row : rows) {
     for (const PowerCut::Order order : {PowerCut::Order::Kept, PowerCut::Order::None}) {
       std::filesystem::remove_all(GetPath("out"));
@@ -100,6 +105,8 @@ TEST_F(ToolExtraction, PowerCutLeavesNoIncompleteFileWhereItCouldReplaceOneOrSyn
       ExtractOptions options;
       options.overwrite = "always";
       options.sync = row.sync;
+      const FileFault noUnnamed(CallOpenUnnamed, EOPNOTSUPP, 0,
+                                row.unnamed ? 0 : FileFault::Always);
       EXPECT_EQ(Extract(options), "");
       cut.ForEachState(order, [&row](const PowerCut::Files& disk) {
         const auto file = disk.find("f");

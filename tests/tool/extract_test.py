@@ -29,6 +29,14 @@ class ExtractTest(ToolTest):
                 found = {name: facts[-1] for name, facts in snapshot(self.folder / target).items()}
                 self.assertEqual(found, left, (how, archive))
 
+    def test_later_entries_hold_however_many_there_are(self):
+        again = range(0, 2000, 100)
+        archive = header() + b"".join(entry(str(number)) for number in range(2000))
+        archive += b"".join(entry(str(number), b"2") for number in again)
+        self.run_tool("extract", "--overwrite", "skip", "-", data=archive)
+        found = {int(name) for name, facts in snapshot(self.folder).items() if facts[2] == b"2"}
+        self.assertEqual(found, set(again))
+
     def test_selection(self):
         archive = header(("folder:a/void", "0750")) + b"".join(
             entry(name) for name in ("a/b", "a/bc", "ab", "d\\e", "x\udcff"))
