@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -15,6 +16,7 @@ namespace {
 
 using Larkspan::Common::IO::DeferredFileOBinaryChannel;
 using namespace Tests;
+namespace fs = std::filesystem;
 
 using SmallPages = Larkspan::Common::PagedBuffer<16, 2>;
 
@@ -95,12 +97,6 @@ class DeferredFile : public testing::Test {
       if (!FailureOf(write).empty()) FailureOf(write);
     }
   }
-  // Makes the file by a write that is then refused for its arguments.
-  void MakeFileByRefusedWrite() {
-    EXPECT_EQ(FailureOf([&] { channel.Write(nullptr, Threshold + 1); }),
-              "IllegalArgumentException: Invalid source buffer: buffer is null.");
-    EXPECT_EQ(folder.Read("f").substr(0, 1), "s");
-  }
   void ExpectDeliveredTwice(const std::string& bytes) {
     channel.Close();
     RecordingOutput sink;
@@ -108,13 +104,6 @@ class DeferredFile : public testing::Test {
     channel.WriteTo(sink);
     EXPECT_EQ(sink.content, bytes + bytes);
   }
-  void ExpectIncomplete() {
-    channel.Close();
-    RecordingOutput sink;
-    EXPECT_EQ(FailureOf([&] { channel.WriteTo(sink); }), incomplete);
-    EXPECT_EQ(sink.content, "");
-  }
-
   const TemporaryFolder folder;
   DeferredFileOBinaryChannel channel{folder.At("f"), Threshold};
   const std::string small = std::string(Threshold, 's');
@@ -173,7 +162,7 @@ TEST_F(DeferredFile, IsNotMadeForWhatStaysWithinTheThreshold) {
   EXPECT_EQ(folder.GetNames(), std::vector<std::string>());
 }
 
-TEST_F(DeferredFile, WriteThatFailsInTheFileLeavesTheOutputIncomplete) {
+TEST_F(DeferredFile, WriteThatFailsKeepsWhatTheMemoryHoldsAndElseLeavesTheOutputIncomplete) {
   for (unsigned int passing = 0; passing < 3; ++passing) {  // the first write moves the memory
     SCOPED_TRACE(passing);
     DeferredFileOBinaryChannel failing(folder.At("f"), Threshold);
@@ -182,25 +171,47 @@ TEST_F(DeferredFile, WriteThatFailsInTheFileLeavesTheOutputIncomplete) {
       FailureOf([&] { failing.Write(small.data(), 50); });
     }
     EXPECT_TRUE(full.HasStruck());
+    EXPECT_EQ(FailureOf([&] { failing.Write("x", 1); }), incomplete);
     failing.Close();
     RecordingOutput sink;
-    EXPECT_EQ(FailureOf([&] { failing.WriteTo(sink); }), incomplete);
+    EXPECT_EQ(FailureOf([&] { failing.WriteTo(sink); }), passing == 0 ? "" : incomplete);
+    EXPECT_EQ(sink.content, passing == 0 ? small : "");
   }
 }
 
-TEST_F(DeferredFile, RefusedWriteThatMadeTheFileDoesNoHarmIfAnotherLeadsPastTheThreshold) {
-  channel.Write(small.data(), 80);
-  MakeFileByRefusedWrite();
-  channel.Write(large.data(), 20);
-  channel.Write(large.data(), 20);
-  ExpectDeliveredTwice(small.substr(0, 80) + large.substr(0, 40));
+TEST_F(DeferredFile, IsMadeAsTheHostAsks) {
+  EXPECT_EQ(FailureOf([&] { DeferredFileOBinaryChannel(folder.At("f"), 1, IO::OpenMode::Update); }),
+            "IllegalArgumentException: Invalid open mode: mode does not make a file.");
+  for (const auto mode : {IO::OpenMode::WriteNew, IO::OpenMode::WriteNewPrivate}) {
+    folder.Write("target", "target");
+    fs::create_symlink("target", folder.GetPath() / "planted");
+    DeferredFileOBinaryChannel refused(folder.At("planted"), 1, mode);
+    refused.Write("1", 1);
+    EXPECT_NE(FailureOf([&] { refused.Write("2", 1); }), "");
+    EXPECT_EQ(folder.Read("target"), "target");
+    fs::remove(folder.GetPath() / "planted");
+
+    DeferredFileOBinaryChannel made(folder.At("made"), 1, mode);
+    made.Write("12", 2);
+    const fs::perms others = fs::perms::group_all | fs::perms::others_all;
+    const fs::perms given = fs::status(folder.GetPath() / "made").permissions() & others;
+    EXPECT_TRUE(given == fs::perms::none || mode == IO::OpenMode::WriteNew);
+    fs::remove(folder.GetPath() / "made");
+  }
 }
 
-TEST_F(DeferredFile, RefusedWriteThatMadeTheFileLeavesASmallOutputIncomplete) {
-  channel.Write(small.data(), 80);
-  MakeFileByRefusedWrite();
-  channel.Write(small.data(), 20);
-  ExpectIncomplete();
+TEST_F(DeferredFile, RefusedWriteThatMadeTheFileDoesHarmUnlessAnotherLeadsPastTheThreshold) {
+  for (const bool passes : {true, false}) {
+    DeferredFileOBinaryChannel refusing(folder.At("f"), Threshold);
+    refusing.Write(small.data(), 80);
+    EXPECT_EQ(FailureOf([&] { refusing.Write(nullptr, Threshold + 1); }),
+              "IllegalArgumentException: Invalid source buffer: buffer is null.");
+    refusing.Write(small.data(), passes ? 40 : 20);
+    refusing.Close();
+    RecordingOutput sink;
+    EXPECT_EQ(FailureOf([&] { refusing.WriteTo(sink); }), passes ? "" : incomplete);
+    EXPECT_EQ(sink.content, passes ? std::string(120, 's') : "");
+  }
 }
 
 TEST_F(DeferredFile, FileThatSomebodyHasCutIsReported) {

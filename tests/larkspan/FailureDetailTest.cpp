@@ -5,10 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "Larkspan/Common/IO/IOUtilities.h"
+#include "Larkspan/Common/IO/UpdateFileTransaction.h"
 #include "foundation/IO/SystemError.h"
 #include "foundation/Vx/IOException.h"
 #include "tests/support/AllocationFault.h"
@@ -18,9 +20,11 @@
 namespace Tests {
 namespace {
 
+using Larkspan::Common::IO::DeferredFileOBinaryChannel;
 using Larkspan::Common::IO::FileIBinaryChannel;
 using Larkspan::Common::IO::FileOBinaryChannel;
 using Larkspan::Common::IO::FileShare;
+using Larkspan::Common::IO::UpdateFileTransaction;
 
 struct Row {
   const char* name;
@@ -70,7 +74,29 @@ TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
          folder.Write("d", "x");
          Larkspan::Common::IO::Delete(folder.GetLocation());
        },
-       "", ENOTEMPTY}};
+       "", ENOTEMPTY},
+      {"backup that is there already",
+       [](const auto& folder) {
+         folder.Write("f", "new");
+         folder.Write("f.bak", "old");
+         UpdateFileTransaction{folder.At("f")};
+       },
+       "f", EEXIST},
+      {"sync of a commit",
+       [](const auto& folder) {
+         UpdateFileTransaction transaction(folder.At("f"));
+         folder.Write("f", "new");
+         const FileFault fault(CallSyncData, EIO);
+         transaction.Commit();
+       },
+       "f", EIO},
+      {"deferred output on a full disk",
+       [](const auto& folder) {
+         DeferredFileOBinaryChannel channel(folder.At("w"), 3);
+         const DiskSpace space(1);
+         channel.Write("data", 4);
+       },
+       "w", ENOSPC}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     const TemporaryFolder folder;

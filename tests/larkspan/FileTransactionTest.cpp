@@ -2,7 +2,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -211,31 +210,6 @@ TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
   EXPECT_EQ(FailureOf([&] { CreateFileTransaction{folder.At("full")}; }), "");
   Vx::SetDebugSink(nullptr);
   EXPECT_NE(told.find("Failed to abort create file transaction."), told.npos);
-}
-
-TEST_F(Files, FailedCommitKeepsBothFilesAndStaysOpen) {
-  const std::string failed = "FileTransactionException: Failed to commit update file transaction: ";
-  const std::string cause = Failed("delete file", "model.dat.bak", IO::StatusFailed);
-  const std::tuple<unsigned int, std::string, std::string> rows[] = {
-      {CallSyncData, failed + "failed to put file on disk.", ""},
-      {CallSync, failed + "failed to put file on disk.", ""},
-      {CallRemove, failed + "failed to delete backup file.", cause}};
-  for (const auto& [call, expected, expectedCause] : rows) {
-    folder.Write("model.dat", "old");
-    UpdateFileTransaction transaction(file);
-    folder.Write("model.dat", "new");
-    {
-      const FileFault fault(call, EIO);
-      std::string found;
-      EXPECT_EQ(FailureOf([&] { transaction.Commit(); }, &found), expected);
-      EXPECT_EQ(found, expectedCause);
-    }
-    EXPECT_FALSE(transaction.IsCommitted());
-    EXPECT_EQ(folder.Read("model.dat"), "new");
-    EXPECT_EQ(folder.Read("model.dat.bak"), "old");
-    transaction.Commit();
-    ExpectAlone("new");
-  }
 }
 
 // An update as a host does it, in one piece. `moves`: whether the file system has a step that moves

@@ -6,6 +6,7 @@
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "Larkspan/Common/IO/LocationChecks.h"
+#include "foundation/IO/SystemError.h"
 #include "foundation/Vx/BufferedIBinaryChannel.h"
 #include "foundation/Vx/BufferedOBinaryChannel.h"
 #include "foundation/Vx/IOException.h"
@@ -29,11 +30,21 @@ constexpr unsigned int CopyBufferSize = 0x80000;
 
 DeferredFileOBinaryChannel::DeferredFileOBinaryChannel(const ::IO::Location& fileLocation,
                                                        unsigned __int64 thresholdSize)
-    : ThresholdingOBinaryChannel(thresholdSize), location(fileLocation) {
+    : DeferredFileOBinaryChannel(fileLocation, thresholdSize, ::IO::OpenMode::WriteEmpty) {}
+
+DeferredFileOBinaryChannel::DeferredFileOBinaryChannel(const ::IO::Location& fileLocation,
+                                                       unsigned __int64 thresholdSize,
+                                                       ::IO::OpenMode openMode)
+    : ThresholdingOBinaryChannel(thresholdSize), location(fileLocation), mode(openMode) {
   CheckLocation(fileLocation);
   if (thresholdSize > 0xFFFFFFFFU) {
     throw Vx::IllegalArgumentException(
         "Invalid threshold: threshold is larger than maximum supported size.", __FILE__, __LINE__);
+  }
+  if (mode != ::IO::OpenMode::WriteEmpty && mode != ::IO::OpenMode::WriteNew &&
+      mode != ::IO::OpenMode::WriteNewPrivate) {
+    throw Vx::IllegalArgumentException("Invalid open mode: mode does not make a file.", __FILE__,
+                                       __LINE__);
   }
   // Copying a location never throws: having had no memory is a state of the copy.
   if (!location.IsValid()) Vx::ThrowOutOfMemory();
@@ -71,14 +82,13 @@ void DeferredFileOBinaryChannel::WriteTo(Vx::OBinaryChannel& target) const {
     throw Vx::IOException("Deferred file binary output channel hasn't been closed yet.", __FILE__,
                           __LINE__);
   }
-  if (incomplete) FailAsIncomplete(__LINE__);
-  if (IsThresholdExceeded()) {
-    WriteFileTo(target);
+  if (memory != nullptr) {  // complete even if the file could not be made
+    memory->WriteTo(target);
     return;
   }
-  // The file could not be opened, and no write since then was large enough to try again.
-  if (memory == nullptr) FailAsIncomplete(__LINE__);
-  memory->WriteTo(target);
+  // The file was made for a write that was then refused, and none since has led past the threshold.
+  if (incomplete || !IsThresholdExceeded()) FailAsIncomplete(__LINE__);
+  WriteFileTo(target);
 }
 
 Vx::OBinaryChannel& DeferredFileOBinaryChannel::GetOutputChannel() {
@@ -91,8 +101,7 @@ Vx::OBinaryChannel& DeferredFileOBinaryChannel::GetOutputChannel() const {
 
 void DeferredFileOBinaryChannel::ThresholdReached() {
   incomplete = true;  // until all of this is done
-  std::unique_ptr<FileOBinaryChannel> file(
-      Vx::New<FileOBinaryChannel>(location, false, FileShare::NoShare));
+  std::unique_ptr<FileOBinaryChannel> file(Vx::New<FileOBinaryChannel>(location, mode));
   // In the form that leaves the file open when the buffer goes.
   Vx::BufferedOBinaryChannel buffered(*file, CopyBufferSize);
   memory->WriteTo(buffered);
@@ -113,8 +122,10 @@ void DeferredFileOBinaryChannel::WriteFileTo(Vx::OBinaryChannel& target) const {
     const auto wanted = static_cast<unsigned int>(std::min<unsigned __int64>(left, sizeof(piece)));
     const unsigned int delivered = source.Read(piece, wanted, source.ReadSome);
     if (delivered == 0) {
-      throw Vx::IOException("Failed to read deferred file: file is shorter than what was written.",
-                            __FILE__, __LINE__);
+      throw ::IO::WithDetail(
+          Vx::IOException("Failed to read deferred file: file is shorter than what was written.",
+                          __FILE__, __LINE__),
+          location, ::IO::StatusEndOfInput);
     }
     target.Write(piece, delivered);
     left -= delivered;

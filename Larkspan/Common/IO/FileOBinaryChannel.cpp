@@ -43,12 +43,15 @@ FileOBinaryChannel::FileOBinaryChannel(const ::IO::Location& location, bool appe
     throw Vx::IllegalArgumentException("Invalid file share: file share is not supported yet.",
                                        __FILE__, __LINE__);
   }
-  if (file.GetStatus() != 0) FailToOpen(file, file.GetStatus(), __LINE__);
-  const auto mode = append ? ::IO::OpenMode::Write : ::IO::OpenMode::WriteEmpty;
-  int status = file.Open(mode, ::IO::AccessDeniedTreatment::Report);
+  Open(append ? ::IO::OpenMode::Write : ::IO::OpenMode::WriteEmpty);
+  const int status = append ? file.Seek(::IO::SeekOrigin::End, 0) : 0;
   if (status != 0) FailToOpen(file, status, __LINE__);
-  if (append) status = file.Seek(::IO::SeekOrigin::End, 0);
-  if (status != 0) FailToOpen(file, status, __LINE__);
+}
+
+FileOBinaryChannel::FileOBinaryChannel(const ::IO::Location& location, ::IO::OpenMode mode)
+    : own(std::in_place, location, ::IO::OnNotFound::Ignore), file(*own) {
+  CheckFileLocation(location);
+  Open(mode);
 }
 
 FileOBinaryChannel::FileOBinaryChannel(::IO::File&& openFile)
@@ -62,6 +65,12 @@ FileOBinaryChannel::FileOBinaryChannel(::IO::File& openFile) : file(openFile) {
 
 FileOBinaryChannel::~FileOBinaryChannel() {
   CloseInDestructor(*this);
+}
+
+void FileOBinaryChannel::Open(::IO::OpenMode mode) {
+  int status = file.GetStatus();
+  if (status == 0) status = file.Open(mode, ::IO::AccessDeniedTreatment::Report);
+  if (status != 0) FailToOpen(file, status, __LINE__);
 }
 
 void FileOBinaryChannel::Write(const char* data, unsigned int size) {

@@ -5,6 +5,7 @@
 #include "Larkspan/Common/Export.h"
 #include "Larkspan/Common/IO/FileShare.h"
 #include "foundation/IO/File.h"
+#include "foundation/IO/OpenMode.h"
 #include "foundation/Vx/OBinaryChannel.h"
 
 namespace Larkspan::Common::IO {
@@ -20,6 +21,10 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
   /// Throws `Vx::IllegalArgumentException` for a location that is not valid or empty and for the
   /// share, and `Vx::IOException` for a file that can't be opened.
   FileOBinaryChannel(const ::IO::Location& location, bool append, const FileShare& share);
+  /// Opens the file in a mode for writing, and writes from its first byte on; a missing file is
+  /// made. Throws `Vx::IllegalArgumentException` for a location that is not valid or empty, and
+  /// `Vx::IOException` for a file that can't be opened.
+  FileOBinaryChannel(const ::IO::Location& location, ::IO::OpenMode mode);
   /// Takes over a file that is open for writing, and writes from its position on. Throws
   /// `Vx::IOException` for one that is not open.
   explicit FileOBinaryChannel(::IO::File&& openFile);
@@ -34,6 +39,7 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
   void Close() override;
 
  private:
+  void Open(::IO::OpenMode mode);
   void CheckOpened(const char* fileName = __builtin_FILE(),
                    unsigned int lineNumber = __builtin_LINE()) const;
 

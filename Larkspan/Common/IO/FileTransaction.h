@@ -22,8 +22,8 @@ class LARKSPAN_API FileTransaction {
   [[nodiscard]] virtual bool IsAborted() const = 0;
 
   /// Keeps what the host wrote. Throws `FileTransactionException` if that can't be done, and leaves
-  /// the transaction open: `Commit` can be tried again, or `Abort` called. Throws it too for a
-  /// transaction that is finished.
+  /// the transaction open: `Abort` can be called, and `Commit` again unless a sync has failed.
+  /// Throws it too for a transaction that is finished.
   virtual void Commit() = 0;
 
   /// Restores what was there before. Throws `FileTransactionException` if that can't be done; no
