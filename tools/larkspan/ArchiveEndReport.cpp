@@ -1,30 +1,37 @@
 #include "tools/larkspan/ArchiveEndReport.h"
 
+#include <algorithm>
+
 namespace Tool {
 namespace {
 
 using Larkspan::Common::IO::ArchiveEnd;
 
-// Nothing for what is as it should be, and for an end inside the header: that is told when the
-// header is read.
-const char* Describe(ArchiveEnd::State state) noexcept {
-  switch (state) {
-    case ArchiveEnd::State::SealedWrong:
-      return "its seal does not fit: entries are damaged, or were removed, added or moved";
-    case ArchiveEnd::State::PromisedButMissing:
-      return "the seal that its header promises is missing: the archive is truncated";
-    case ArchiveEnd::State::SealWithoutPromise:
-      return "its header does not promise the seal that it has: the header was replaced";
-    case ArchiveEnd::State::TrailingBytes:
-      return "the archive ends inside the name of an entry: it is truncated there, or something "
-             "was appended";
-    case ArchiveEnd::State::Unknown:
-    case ArchiveEnd::State::EndsAtFooter:
-    case ArchiveEnd::State::SealedRight:
-    case ArchiveEnd::State::EndsInHeader:
-      break;
-  }
-  return nullptr;
+struct Row {
+  ArchiveEnd::State state;
+  const char* seal;
+  const char* complaint = nullptr;  // none for what is as it should be
+};
+
+// An end inside the header is told when that is read.
+constexpr Row Rows[] = {
+    {ArchiveEnd::State::Unknown, "seal unknown"},
+    {ArchiveEnd::State::EndsAtFooter, "not sealed"},
+    {ArchiveEnd::State::EndsInHeader, "not sealed"},
+    {ArchiveEnd::State::SealedRight, "sealed"},
+    {ArchiveEnd::State::SealedWrong, "seal wrong",
+     "its seal does not fit: entries are damaged, or were removed, added or moved"},
+    {ArchiveEnd::State::PromisedButMissing, "seal missing",
+     "the seal that its header promises is missing: the archive is truncated"},
+    {ArchiveEnd::State::SealWithoutPromise, "seal not promised",
+     "its header does not promise the seal that it has: the header was replaced"},
+    {ArchiveEnd::State::TrailingBytes, "not sealed",
+     "the archive ends inside the name of an entry: it is truncated there, or something was "
+     "appended"},
+};
+
+const Row& FindRow(const ArchiveEnd& end) noexcept {
+  return *std::ranges::find(Rows, end.state, &Row::state);
 }
 
 void ReportDamage(const std::string& subject, const char* text, Console& console) {
@@ -41,13 +48,23 @@ void ReportHeaderCheck(const std::string& subject, const ArchiveEnd& end, Consol
 }
 
 void ReportEnd(const std::string& subject, const ArchiveEnd& end, Console& console) {
-  const char* const text = Describe(end.state);
+  const char* const text = FindRow(end).complaint;
   if (text == nullptr) return;
   if (end.state == ArchiveEnd::State::TrailingBytes) {
     console.Warn(subject, text);
   } else {
     ReportDamage(subject, text, console);
   }
+}
+
+const char* DescribeSeal(const ArchiveEnd& end) noexcept {
+  return FindRow(end).seal;
+}
+
+bool IsWhole(const ArchiveEnd& end) noexcept {
+  return end.headerCheck != ArchiveEnd::HeaderCheck::Wrong &&
+         (end.state == ArchiveEnd::State::EndsAtFooter ||
+          end.state == ArchiveEnd::State::SealedRight);
 }
 
 }  // namespace Tool

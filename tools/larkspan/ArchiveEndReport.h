@@ -16,4 +16,10 @@ void ReportHeaderCheck(const std::string& subject, const Larkspan::Common::IO::A
 void ReportEnd(const std::string& subject, const Larkspan::Common::IO::ArchiveEnd& end,
                Console& console);
 
+/// What the seal says of an archive that was read to its end, in a word or two.
+[[nodiscard]] const char* DescribeSeal(const Larkspan::Common::IO::ArchiveEnd& end) noexcept;
+
+/// Whether there is nothing to tell of header and end.
+[[nodiscard]] bool IsWhole(const Larkspan::Common::IO::ArchiveEnd& end) noexcept;
+
 }  // namespace Tool

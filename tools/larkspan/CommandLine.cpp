@@ -40,7 +40,8 @@ relative: a root and .. are dropped. Of a link to a file the file is stored; lin
 and what is neither file nor folder, are left out, and so is the archive itself. Hard links
 become files of their own; of folders with files in them only the names are kept. The archive
 appears under its name when it is complete and synced. Headers that don't fit the
-reserved size double it.
+reserved size double it. A seal at the end tells whether all entries are there; the header
+"seal", which promises it, is the archive's own.
 
 Examples:
   larkspan create docs.lsa docs README.md
@@ -75,9 +76,11 @@ Examples:
   larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md)";
 
 constexpr const char* VerifyHelp =
-    R"(Reads every entry and compares its data with the sizes and the CRC-32 that follow it.
-Names and headers have no check of their own, and an archive that was cut exactly between
-two entries looks complete: compare the number of entries.
+    R"(Reads every entry and compares its data with the sizes and the CRC-32 that follow it. Every
+damaged entry is told, and those behind it are read, unless their beginning can't be found.
+The seal covers names, headers, and the order and number of entries. In an archive that is
+"not sealed", which other programs may make, nothing does, and one that was cut exactly
+between two entries looks complete: compare the number of entries.
 
 Examples:
   larkspan verify /backup/*.lsa)";

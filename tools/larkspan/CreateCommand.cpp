@@ -89,17 +89,19 @@ class Creation final {
            Vx::OBinaryChannel& output, const ArchiveHeaders& headers)
       : tree(files),
         console(messages),
-        archive(output, Archive::FitReservedHeaderSize(headers, options.reserve)),
+        archive(output, Archive::FitReservedHeaderSize(headers, options.reserve, true)),
         buffer(Vx::NewByteArray(ChunkSize)) {
     archive.SetMethod(options.method == "stored" ? Archive::ArchiveEntry::Stored
                                                  : Archive::ArchiveEntry::Deflated);
     for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
+    archive.PromiseSeal();
   }
 
   void Run() {
     for (const FileTree::Item& item : tree.GetItems()) {
       if (!item.IsFolder()) AddItem(item);
     }
+    archive.WriteSeal();
     archive.Flush();
   }
 

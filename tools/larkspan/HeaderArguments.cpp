@@ -1,11 +1,13 @@
 #include "tools/larkspan/HeaderArguments.h"
 
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
+
 void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::ArchiveHeaders& headers) {
   const std::size_t equals = argument.find('=');
   if (equals == 0 || equals == argument.npos) {
@@ -16,6 +18,9 @@ void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::Archiv
   if (name.GetView().starts_with(EntryFacts::FolderPrefix)) {
     throw Failure(ExitCode::WrongUsage, ToPrintable(argument.substr(0, equals)),
                   "headers of this name stand for empty folders");
+  }
+  if (name == Larkspan::Common::IO::ArchiveSeal::HeaderName) {
+    throw Failure(ExitCode::WrongUsage, "seal", "this header is the archive's own, and kept by it");
   }
   CheckTextLength(name);
   CheckTextLength(value);

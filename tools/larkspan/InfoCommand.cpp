@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/OutputChannel.h"
 
@@ -25,6 +26,8 @@ std::string FormatRatio(const Totals& totals) {
 
 void PrintTotals(const ArchiveReader& reader, const Totals& totals, bool verified,
                  StandardOutput& output) {
+  const Archive::ArchiveEnd end = reader.GetArchive().GetEnd();
+  const bool headerWrong = end.headerCheck == Archive::ArchiveEnd::HeaderCheck::Wrong;
   const auto print = [&output](const char* name, const std::string& value) {
     output.Print(std::string(name) + ": " + value + "\n");
   };
@@ -35,6 +38,7 @@ void PrintTotals(const ArchiveReader& reader, const Totals& totals, bool verifie
   print("archived size", std::to_string(totals.archivedSize));
   print("ratio", FormatRatio(totals));
   print("bytes read", std::to_string(reader.GetPosition()));
+  print("seal", std::string(DescribeSeal(end)) + (headerWrong ? ", header not as written" : ""));
   print("verified", verified ? "yes" : "no");
   output.Flush();
 }
@@ -57,7 +61,7 @@ void RunInfo(const InfoOptions& options, Console& console) {
     throw;
   }
   console.GetProgress().Clear();
-  PrintTotals(reader, totals, true, output);
+  PrintTotals(reader, totals, IsWhole(reader.GetArchive().GetEnd()), output);
 }
 
 }  // namespace Tool

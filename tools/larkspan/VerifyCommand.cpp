@@ -1,5 +1,6 @@
 #include "tools/larkspan/VerifyCommand.h"
 
+#include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/OutputChannel.h"
 
@@ -11,19 +12,51 @@ std::string Count(unsigned __int64 number, const char* one, const char* many) {
   return std::to_string(number) + " " + (number == 1 ? one : many);
 }
 
-void VerifyArchive(const std::string& archive, StandardOutput& output, Console& console) {
-  ArchiveReader reader(archive, console);
-  unsigned __int64 entries = 0;
-  unsigned __int64 bytes = 0;
-  for (auto entry = reader.Next(); entry; entry = reader.Next()) {
-    reader.Verify();
-    ++entries;
-    bytes += entry->GetSize();
+// One archive, of which a damaged entry doesn't hide those behind it.
+class Verification final {
+ public:
+  Verification(const std::string& archive, StandardOutput& results, Console& messages)
+      : output(results), console(messages), reader(archive, messages) {}
+
+  void Run() {
+    for (auto entry = reader.Next(); entry; entry = reader.Next()) {
+      ++entries;
+      if (IsGood()) bytes += entry->GetSize();
+    }
+    console.GetProgress().Clear();
+    output.Print(reader.GetSubject() + ": " + Describe() + "\n");
   }
-  console.GetProgress().Clear();
-  output.Print(reader.GetSubject() + ": ok (" + Count(entries, "entry", "entries") + ", " +
-               Count(bytes, "byte", "bytes") + ")\n");
-}
+
+ private:
+  bool IsGood() {
+    try {
+      reader.Verify();
+      return true;
+    } catch (const Failure& failure) {
+      if (failure.GetExitCode() != ExitCode::BadArchive) throw;
+      output.Flush();
+      console.Report(failure);
+    }
+    ++damaged;
+    reader.Leave();
+    return false;
+  }
+
+  [[nodiscard]] std::string Describe() const {
+    const Archive::ArchiveEnd end = reader.GetArchive().GetEnd();
+    std::string text = damaged == 0 && IsWhole(end) ? "ok (" : "not ok (";
+    text += Count(entries, "entry", "entries");
+    if (damaged > 0) text += ", " + std::to_string(damaged) + " of them damaged";
+    return text + ", " + Count(bytes, "byte", "bytes") + ", " + DescribeSeal(end) + ")";
+  }
+
+  StandardOutput& output;
+  Console& console;
+  ArchiveReader reader;
+  unsigned __int64 entries = 0;
+  unsigned __int64 damaged = 0;
+  unsigned __int64 bytes = 0;  // of good entries
+};
 
 }  // namespace
 
@@ -31,7 +64,7 @@ void RunVerify(const VerifyOptions& options, Console& console) {
   StandardOutput output;
   for (const std::string& archive : options.archives) {
     try {
-      VerifyArchive(archive, output, console);
+      Verification(archive, output, console).Run();
     } catch (const Failure& failure) {
       output.Flush();
       console.Report(failure);
