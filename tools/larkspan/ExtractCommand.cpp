@@ -77,7 +77,7 @@ class Extraction final {
 
  private:
   struct EmptyFolder {
-    Place place;
+    ::IO::Location location;
     bool existed;
     Vx::UniString mode;
   };
@@ -122,46 +122,58 @@ class Extraction final {
     for (const auto& [name, value] : reader.GetArchive().EnumerateHeaders()) {
       if (!name.GetView().starts_with(EntryFacts::FolderPrefix)) continue;
       const Vx::UniString path = name.GetSubstring(EntryFacts::FolderPrefix.size());
-      if (!IsWanted(path)) continue;
-      Place place(LocationFromName(path));
-      const ::IO::Folder* const parent = target.Find(place.parent);
-      const bool existed = parent != nullptr && Look(*parent, place);
-      emptyFolders.push_back(EmptyFolder{std::move(place), existed, value});
+      if (IsWanted(path)) GoOnIfBad([&, &mode = value] { LookForFolder(path, mode); });
     }
     for (const EmptyFolder& row : emptyFolders) MakeFolder(row);
   }
 
+  void LookForFolder(const Vx::UniString& path, const Vx::UniString& mode) {
+    const Place place(LocationFromName(path));
+    const ::IO::Folder* const parent = target.Find(place.parent);
+    const bool existed = parent != nullptr && Look(*parent, place);
+    emptyFolders.push_back(EmptyFolder{place.location, existed, mode});
+  }
+
   void MakeFolder(const EmptyFolder& row) {
-    const ::IO::Folder& parent = target.Enter(row.place.parent);
-    const int status = parent.MakeFolder(row.place.name);
+    const Place place(row.location);
+    const int status = target.Enter(place.parent).MakeFolder(place.name);
     if (status == 0 || (row.existed && options.overwrite == "skip")) return;
-    Fail(row.place.location, "the folder can't be made", status);
+    Fail(row.location, "the folder can't be made", status);
   }
 
   // Last, and from the deepest one upwards: a mode can take away what the work needs.
   void SetFolderModes() {
-    const auto depth = [](const EmptyFolder& row) { return row.place.location.GetLocalLength(); };
+    const auto depth = [](const EmptyFolder& row) { return row.location.GetLocalLength(); };
     std::ranges::stable_sort(emptyFolders, std::ranges::greater(), depth);
     for (const EmptyFolder& row : emptyFolders) {
       unsigned int mode = 0;
       const bool mayChange = !row.existed || options.overwrite == "always";
       if (!mayChange || !EntryFacts::ModeFromText(row.mode, mode)) continue;
-      const int status = target.SetMode(row.place.location, mode & RestoredFolderBits);
-      if (status != 0) WarnOfMode(row.place.location, status);
+      const int status = target.SetMode(row.location, mode & RestoredFolderBits);
+      if (status != 0) WarnOfMode(row.location, status);
     }
   }
 
-  // With --keep-going, a bad entry costs nothing but itself.
-  void ExtractOrLeave(const ArchiveEntry& entry) {
+  // With --keep-going, what is bad costs nothing but itself. Whether it was good.
+  template <class Work>
+  bool GoOnIfBad(Work&& work) {
     try {
-      if (IsWanted(entry.GetName())) Extract(entry);
-      reader.Verify();
+      work();
+      return true;
     } catch (const Failure& failure) {
       const bool bad = failure.GetExitCode() == ExitCode::BadArchive;
       if (!options.keepGoing || !bad || tooLarge) throw;
       console.Report(failure);
-      reader.Leave();
+      return false;
     }
+  }
+
+  void ExtractOrLeave(const ArchiveEntry& entry) {
+    const bool good = GoOnIfBad([&] {
+      if (IsWanted(entry.GetName())) Extract(entry);
+      reader.Verify();
+    });
+    if (!good) reader.Leave();
   }
 
   void Extract(const ArchiveEntry& entry) {

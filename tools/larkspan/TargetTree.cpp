@@ -49,7 +49,7 @@ TargetTree::TargetTree(const ::IO::Location& folder, Sync wanted)
   current = folder;
   ::IO::Folder* entered = nullptr;
   const int status = tree.Enter(folder, Missing::Make, &entered);
-  if (status != 0) throw SystemFailure(ToPrintable(folder), "can't be entered", status);
+  if (status != 0) throw SystemFailure(ToPrintable(folder), "can't be made", status);
   return *entered;
 }
 
