@@ -166,7 +166,7 @@ class Command final {
   }
   // The parser takes a negative number for a huge one.
   Command& NotNegative() {
-    last->check(CLI::NonNegativeNumber);
+    last->check(CLI::NonNegativeNumber.description(""));
     return *this;
   }
   Command& AtMost(int count) {
