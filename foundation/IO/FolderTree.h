@@ -24,7 +24,9 @@ class FOUNDATION_API FolderTree final {
   ~FolderTree();
 
   /// 0 if the folder is there.
-  [[nodiscard]] int GetStatus() const noexcept { return root.GetStatus(); }
+  [[nodiscard]] int GetStatus() const noexcept {
+    return rootLocation.IsValid() ? root.GetStatus() : rootLocation.GetStatus();
+  }
   [[nodiscard]] const Location& GetLocation() const noexcept { return rootLocation; }
 
   /// Opens the folder at `location`, which is the root or lies below it. `folder` points to it

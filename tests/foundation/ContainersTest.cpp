@@ -266,38 +266,4 @@ TEST(IteratorsTest, RandomIteratorsReckonInIndexes) {
   EXPECT_TRUE(it.IsAtEnd());
 }
 
-// Lets every allocation of `action` fail in turn. The table that it works on must then have the
-// pairs that it had, or all that the finished action gives it where the failure came late.
-void SweepTable(int count, const std::function<void(Table&)>& action) {
-  const Pairs before = ToPairs(MakeTable(count).EnumeratePairs());
-  Table finished = MakeTable(count);
-  action(finished);
-  const Pairs after = ToPairs(finished.EnumeratePairs());
-  bool hasFailed = true;
-  for (int n = 1; hasFailed; ++n) {
-    Table table = MakeTable(count);
-    hasFailed = FailAt(n, [&] { action(table); });
-    const bool isUntouched = hasFailed && ToPairs(table.EnumeratePairs()) == before;
-    ASSERT_NO_FATAL_FAILURE(ExpectTable(table, isUntouched ? before : after));
-    table.Put(1000, 1);
-    ASSERT_TRUE(table.Delete(1000));
-  }
-}
-
-TEST(HashTableTest, TablesSurviveWantOfMemory) {
-  for (int count = 0; count < 50; count += count < 20 ? 1 : 4) {
-    SCOPED_TRACE(count);
-    Key::spread = count % 3 == 0 ? 100000 : 5;
-    // The argument may be a part of the table.
-    SweepTable(count, [](Table& table) {
-      const auto* const first = table.Find(0);
-      table.Add(500, first != nullptr ? first->value : Heavy(5));
-    });
-    SweepTable(count, [](Table& table) { table.Put(0, 7); });
-    SweepTable(count, [](Table& table) { table.Delete(0); });
-    SweepTable(count, [count](Table& table) { table.Delete(count - 1); });
-    SweepTable(count, [](Table& table) { Table copy(table); });
-  }
-}
-
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
-#include "tests/support/SystemCallSweep.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -100,25 +99,6 @@ TEST_F(IOFileSystem, AttributesAreSetAsTheyWereGotten) {
   wanted.device = present.device;
   wanted.node = present.node;
   EXPECT_EQ(present, wanted);
-}
-
-TEST_F(IOFileSystem, RunningOutOfMemoryIsAStatus) {
-  const IO::Location deep = folder.At("new/folders");
-  const IO::Name name(u"a-name-that-is-too-long-for-a-small-text");
-  IO::Location location;
-  const std::function<int()> operations[] = {
-      [&] { return fileSystem.CreateFolderTree(deep); },
-      [&] { return fileSystem.FromNativePath("to-a-place-with-a-long-name", location = {}); },
-      [&] { return IO::Location(deep).AppendToLocal(name); },
-      [&] { return deep.GetSibling(name.GetText()).GetStatus(); },
-      [&] { return fileSystem.Rename(deep, name, Report); }};
-  for (const auto& operation : operations) {
-    int status = 0;
-    const auto work = [&] { status = operation(); };
-    FailEachAllocation(work, [&](const std::string&, bool struck) {
-      EXPECT_EQ(status, struck ? IO::StatusOutOfMemory : 0);
-    });
-  }
 }
 
 }  // namespace

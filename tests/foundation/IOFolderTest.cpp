@@ -8,7 +8,7 @@
 #include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
-#include "tests/support/SystemCallSweep.h"
+#include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -34,29 +34,6 @@ class IOFolderChange : public testing::TestWithParam<int> {
   TemporaryFolder folder;
   const FileFault noStep{CallRename2, GetParam(), 0, GetParam() == 0 ? 0 : FileFault::Always};
 };
-
-TEST_P(IOFolderChange, AFailureAtAnyStepIsUndone) {
-  folder.Write(".exchange-00", "");  // left by a kill, and in nobody's way
-  for (const bool exchanging : {false, true}) {
-    const std::string before = exchanging ? "old, new" : "old, (missing)";
-    const std::string after = exchanging ? "new, old" : "(missing), old";
-    const auto prepare = [&] {
-      std::filesystem::remove(folder.GetPath() / "second");
-      folder.Write("first", "old");
-      if (exchanging) folder.Write("second", "new");
-    };
-    int status = 0;
-    const auto change = [&] { status = exchanging ? Exchange(folder) : Rename(folder); };
-    prepare();
-    FailEachCall(CallAny, change, [&](const std::string&, bool hasStruck) {
-      EXPECT_TRUE(hasStruck || status == 0);
-      const std::string expected = status != 0 ? before : after;
-      EXPECT_EQ(folder.Read("first") + ", " + folder.Read("second"), expected);
-      EXPECT_LE(folder.GetNames().size(), 3U);
-      prepare();
-    });
-  }
-}
 
 TEST_P(IOFolderChange, SpareNamesOfDeadExchangesGoAndThatOfALiveOneStays) {
   folder.Write("first", "old");

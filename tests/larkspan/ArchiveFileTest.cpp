@@ -73,15 +73,16 @@ TEST_F(ArchiveFiles, ManyEntriesCostFewReadsAndAFailedOneNeverLooksLikeTheEnd) {
   Tests::SampleArchive many;
   many.entries.assign(10000, {"entry", 2, {}, "small data"});
   Write(many);
-  unsigned int count = 0;
   unsigned int reads = 0;
-  const auto work = [&] { count = ArchiveFile(location).GetEntryCount(); };
-  // The last read only finds the end of the file.
-  Tests::FailEachCall(Tests::CallRead, work, [&](const std::string& failure, bool) {
+  for (bool struck = true; struck; ++reads) {
+    const Tests::FileFault fault(Tests::CallRead, EIO, reads, 1);
+    unsigned int count = 0;
+    const std::string failure =
+        Tests::FailureOf([&] { count = ArchiveFile(location).GetEntryCount(); });
+    // The last read only finds the end of the file.
     EXPECT_TRUE(!failure.empty() || count == 10000U);
-    count = 0;
-    ++reads;
-  });
+    struck = fault.HasStruck();
+  }
   EXPECT_LT(reads, 300U);
 }
 

@@ -7,7 +7,8 @@
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
 #include "tests/larkspan/ArchiveSample.h"
-#include "tests/support/SystemCallSweep.h"
+#include "tests/support/FailureOf.h"
+#include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Tests {

@@ -12,8 +12,8 @@
 #include "foundation/IO/Status.h"
 #include "foundation/Vx/DebugOutput.h"
 #include "tests/support/ExpectFailures.h"
+#include "tests/support/FileFault.h"
 #include "tests/support/SleepRecord.h"
-#include "tests/support/SystemCallSweep.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Tests {
@@ -210,52 +210,6 @@ TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
   EXPECT_EQ(FailureOf([&] { CreateFileTransaction{folder.At("full")}; }), "");
   Vx::SetDebugSink(nullptr);
   EXPECT_NE(told.find("Failed to abort create file transaction."), told.npos);
-}
-
-// An update as a host does it, in one piece. `moves`: whether the file system has a step that moves
-// a file without replacing.
-class EachUpdateOfAFile : public Files, public testing::WithParamInterface<std::pair<bool, bool>> {
- protected:
-  void Update() const {
-    const auto [commit, moves] = GetParam();
-    const FileFault noMove(CallRename2, EINVAL, 0, moves ? 0 : FileFault::Always);
-    UpdateFileTransaction transaction(file);
-    folder.Write("model.dat", "new");
-    Finish(transaction, commit);
-  }
-  // `done`: whether the update got to its end.
-  void ExpectOldOrNew(bool done) const {
-    UpdateFileTransaction::Recover(file);
-    const bool commit = GetParam().first;
-    const bool isNew = folder.Read("model.dat") == "new";
-    ExpectAlone((done ? commit : commit && isNew) ? "new" : "old");
-    folder.Write("model.dat", "old");
-  }
-};
-
-INSTANTIATE_TEST_SUITE_P(, EachUpdateOfAFile,
-                         testing::Values(std::pair(true, true), std::pair(false, true),
-                                         std::pair(true, false), std::pair(false, false)));
-
-TEST_P(EachUpdateOfAFile, FailureOfAnyCallOrAllocationLosesNoFile) {
-  folder.Write("model.dat", "old");
-  const auto run = [this] { Update(); };
-  const auto check = [this](const std::string& failure, bool) { ExpectOldOrNew(failure.empty()); };
-  FailEachCall(CallAny & ~(CallWrite | CallRemove), run, check);
-  FailEachAllocation(run, check);
-}
-
-TEST_P(EachUpdateOfAFile, KilledBeforeAnySystemCallItIsUndoneOrWhole) {
-  folder.Write("model.dat", "old");
-  bool killed = true;
-  for (unsigned int skip = 0; killed; ++skip) {
-    bool killedAgain = true;
-    for (unsigned int again = 0; killedAgain; ++again) {
-      killed = KillBeforeCall(skip, [this] { Update(); });
-      killedAgain = KillBeforeCall(again, [this] { UpdateFileTransaction::Recover(file); });
-      ExpectOldOrNew(!killed);
-    }
-  }
 }
 
 }  // namespace

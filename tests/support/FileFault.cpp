@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -29,11 +30,19 @@ int FileFault::Check(SystemCall call) noexcept {
 
 namespace {
 
+// The C library's own `syscall`, not the one below.
+template <class... Arguments>
+long CallSystem(Arguments... arguments) noexcept {
+  using Function = long (*)(long, ...);
+  static const auto function = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "syscall"));
+  return function(arguments...);
+}
+
 // Makes the call, unless it has to fail.
 template <class... Arguments>
 long Call(SystemCall kind, long number, Arguments... arguments) noexcept {
   const int error = FileFault::Check(kind);
-  if (error == 0) return ::syscall(number, arguments...);
+  if (error == 0) return CallSystem(number, arguments...);
   errno = error;
   return -1;
 }
@@ -44,7 +53,9 @@ int NoteNames(long result) noexcept {
   return static_cast<int>(result);
 }
 
-int NoteSync(long result, int descriptor) noexcept {
+int Sync(SystemCall kind, long number, int descriptor) noexcept {
+  const long call = SyncsAreFree::inForce ? SYS_getpid : number;
+  const long result = std::min(Call(kind, call, descriptor), 0L);
   if (result == 0) PowerCut::NoteSync(descriptor);
   return static_cast<int>(result);
 }
@@ -107,12 +118,12 @@ int mkdirat(int folder, const char* path, mode_t mode) noexcept {
 }
 
 ssize_t read(int descriptor, void* buffer, size_t size) {
-  if (descriptor <= STDERR_FILENO) return ::syscall(SYS_read, descriptor, buffer, size);
+  if (descriptor <= STDERR_FILENO) return CallSystem(SYS_read, descriptor, buffer, size);
   return Call(CallRead, SYS_read, descriptor, buffer, std::min(size, PieceLimit::left));
 }
 
 ssize_t write(int descriptor, const void* data, size_t size) {
-  if (descriptor <= STDERR_FILENO) return ::syscall(SYS_write, descriptor, data, size);
+  if (descriptor <= STDERR_FILENO) return CallSystem(SYS_write, descriptor, data, size);
   const size_t piece = std::min({size, PieceLimit::left, DiskSpace::left});
   errno = ENOSPC;  // which stays only if there is no call
   if (size > 0 && piece == 0) return -1;
@@ -126,18 +137,18 @@ ssize_t write(int descriptor, const void* data, size_t size) {
 
 int close(int descriptor) {
   const int error = descriptor <= STDERR_FILENO ? 0 : FileFault::Check(CallClose);
-  const long result = ::syscall(SYS_close, descriptor);
+  const long result = CallSystem(SYS_close, descriptor);
   if (error == 0) return static_cast<int>(result);
   errno = error;
   return -1;
 }
 
 int fsync(int descriptor) {
-  return NoteSync(Call(CallSync, SYS_fsync, descriptor), descriptor);
+  return Sync(CallSync, SYS_fsync, descriptor);
 }
 
 int fdatasync(int descriptor) {
-  return NoteSync(Call(CallSyncData, SYS_fdatasync, descriptor), descriptor);
+  return Sync(CallSyncData, SYS_fdatasync, descriptor);
 }
 
 int flock(int descriptor, int operation) noexcept {
@@ -167,6 +178,43 @@ int unlink(const char* path) noexcept {
 
 int rmdir(const char* path) noexcept {
   return ::unlinkat(AT_FDCWD, path, AT_REMOVEDIR);
+}
+
+int ftruncate(int descriptor, off_t size) noexcept {
+  return static_cast<int>(Call(CallSize, SYS_ftruncate, descriptor, size));
+}
+
+int fstat(int descriptor, struct stat* facts) noexcept {
+  return static_cast<int>(Call(CallAttributes, SYS_fstat, descriptor, facts));
+}
+
+int fstatat(int folder, const char* path, struct stat* facts, int flags) noexcept {
+  return static_cast<int>(Call(CallAttributes, SYS_newfstatat, folder, path, facts, flags));
+}
+
+int fchmod(int descriptor, mode_t mode) noexcept {
+  return static_cast<int>(Call(CallAttributes, SYS_fchmod, descriptor, mode));
+}
+
+int fchown(int descriptor, uid_t owner, gid_t group) noexcept {
+  return static_cast<int>(Call(CallAttributes, SYS_fchown, descriptor, owner, group));
+}
+
+int futimens(int descriptor, const timespec* times) noexcept {
+  return static_cast<int>(Call(CallAttributes, SYS_utimensat, descriptor, nullptr, times, 0));
+}
+
+long syscall(long number, ...) noexcept {
+  va_list list;
+  va_start(list, number);
+  long words[6];
+  for (long& word : words) word = va_arg(list, long);
+  va_end(list);
+  const auto make = [&](auto call) {
+    return call(number, words[0], words[1], words[2], words[3], words[4], words[5]);
+  };
+  if (number != SYS_openat2) return make([](auto... all) { return CallSystem(all...); });
+  return make([](auto... all) { return Call(CallOpenBeneath, all...); });
 }
 
 }  // extern "C"

@@ -23,7 +23,11 @@ enum SystemCall : unsigned int {
   CallOpen = 1U << 9U,
   CallMake = 1U << 10U,         // a folder
   CallOpenUnnamed = 1U << 11U,  // a file without a name
-  CallLock = 1U << 12U,
+  CallOpenBeneath = 1U << 12U,  // openat2
+  CallLock = 1U << 13U,
+  CallAttributes = 1U << 14U,  // looked at, or changed
+  CallSize = 1U << 15U,        // ftruncate
+  CallEach = ~0U,
 };
 
 /// While it lives, calls of the kinds `calls` fail with `error`: after `skip` that pass, `times`.
@@ -106,5 +110,16 @@ using PieceLimit = ByteLimit<0>;
 /// The disk has room for so many more bytes: the write that meets its end is cut short, and those
 /// behind it fail with ENOSPC.
 using DiskSpace = ByteLimit<1>;
+
+/// While it lives, syncs cost nothing: they succeed, or fail for a fault, and reach no disk.
+class SyncsAreFree final {
+ public:
+  SyncsAreFree() { inForce = true; }
+  SyncsAreFree(const SyncsAreFree&) = delete;
+  SyncsAreFree& operator=(const SyncsAreFree&) = delete;
+  ~SyncsAreFree() { inForce = false; }
+
+  static inline bool inForce = false;
+};
 
 }  // namespace Tests

@@ -1,6 +1,10 @@
 #include "tests/support/MallocWatch.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <new>
+
+#include "tests/support/AllocationFault.h"
 
 #if !defined(__GLIBC__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define MALLOC_IS_WATCHED 0
@@ -20,10 +24,36 @@ bool Tests::MallocWatch::IsAvailable() noexcept {
 
 extern "C" void* __libc_malloc(size_t size);
 
-extern "C" void* malloc(size_t size) noexcept {
+namespace {
+
+void* Allocate(size_t size) noexcept {
   using Tests::MallocWatch;
   if (size > MallocWatch::largest) MallocWatch::largest = size;
   return __libc_malloc(size);
+}
+
+}  // namespace
+
+extern "C" void* malloc(size_t size) noexcept {
+  using Tests::AllocationFault;
+  if (!AllocationFault::ReachesMalloc() || !AllocationFault::Strikes()) return Allocate(size);
+  errno = ENOMEM;
+  return nullptr;
+}
+
+// The throwing form is the tests' own, and never fails for a fault.
+void* operator new(size_t size) {
+  void* const memory = Allocate(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, size_t) noexcept {
+  std::free(memory);
 }
 
 #endif

@@ -8,9 +8,9 @@
 
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "tests/support/FailureOf.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/PowerCut.h"
-#include "tests/support/SystemCallSweep.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tools/larkspan/ExtractCommand.h"
 

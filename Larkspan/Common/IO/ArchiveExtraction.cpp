@@ -8,6 +8,7 @@
 #include "Larkspan/Common/IO/EntryLocation.h"
 #include "Larkspan/Common/IO/FailureGuard.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/FolderTree.h"
 #include "foundation/IO/SystemError.h"
@@ -21,6 +22,7 @@ constexpr unsigned int WriteBufferSize = 0x40000;
 constexpr unsigned int CopyStepSize = 0x10000;
 
 void CreateTargetFolder(const ::IO::Location& folder) {
+  CheckMemory(folder);
   if (!folder.IsValid()) {
     throw Vx::IllegalArgumentException("Invalid target folder location: location is not valid.",
                                        __FILE__, __LINE__);
@@ -29,9 +31,11 @@ void CreateTargetFolder(const ::IO::Location& folder) {
     throw Vx::IllegalArgumentException("Invalid target folder location: location is empty.",
                                        __FILE__, __LINE__);
   }
-  if (::IO::fileSystem.CreateFolderTree(folder) != 0) {
-    throw ArchiveException("Failed to extract archive file: failed to create target folder.",
-                           __FILE__, __LINE__);
+  if (const int status = ::IO::fileSystem.CreateFolderTree(folder); status != 0) {
+    throw ::IO::WithDetail(
+        ArchiveException("Failed to extract archive file: failed to create target folder.",
+                         __FILE__, __LINE__),
+        folder, status);
   }
 }
 
@@ -41,11 +45,14 @@ constexpr const char* LinkOnTheWay = "A symbolic link stands on the way to the e
 ::IO::Folder& EnterParent(::IO::FolderTree& tree, const ::IO::Location& location,
                           ::IO::Name& name) {
   ::IO::Location parent;
-  if (location.Split(parent, name) != 0) {
-    throw Vx::IOException("Failed to get parent folder of extracted file.", __FILE__, __LINE__);
+  int status = location.Split(parent, name);
+  if (status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to get parent folder of extracted file.", __FILE__, __LINE__),
+        location, status);
   }
   ::IO::Folder* folder = nullptr;
-  const int status = tree.Enter(parent, ::IO::FolderTree::Missing::Make, &folder);
+  status = tree.Enter(parent, ::IO::FolderTree::Missing::Make, &folder);
   if (status == ::IO::StatusLinkOnTheWay) {
     throw ::IO::WithDetail(Vx::IOException(LinkOnTheWay, __FILE__, __LINE__), parent, status);
   }

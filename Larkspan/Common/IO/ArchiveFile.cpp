@@ -8,6 +8,7 @@
 #include "Larkspan/Common/IO/ArchiveLock.h"
 #include "Larkspan/Common/IO/ArchiveUpdate.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
+#include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/IO/File.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
@@ -21,6 +22,7 @@ constexpr const char* EmptyNameOfEntry = "Invalid entry name: name is empty.";
 
 ArchiveFile::ArchiveFile(const ::IO::Location& archiveLocation)
     : location(archiveLocation), headers(0, 0), entryIndex(0, 0) {
+  CheckMemory(location);
   if (!location.IsValid()) {
     throw Vx::IllegalArgumentException("Invalid archive file location: location is not valid.",
                                        __FILE__, __LINE__);

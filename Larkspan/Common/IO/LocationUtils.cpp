@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "Larkspan/Common/IO/LocationChecks.h"
+#include "foundation/IO/SystemError.h"
 #include "foundation/Vx/IOException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
 
@@ -44,6 +45,7 @@ bool IsAbsolutePath(const Vx::UniString& path) {
   CheckPath(path);
   ::IO::Location location;
   location.Set(path);
+  CheckMemory(location);
   return location.IsValid() && !location.IsEmpty();
 }
 
@@ -103,8 +105,12 @@ Vx::UniString LocationToPath(const ::IO::RelativeLocation& location) {
         __FILE__, __LINE__);
   }
   ::IO::Location location(base);
-  if (location.AppendToLocal(::IO::RelativeLocation(path)) != 0 || location.GetStatus() != 0) {
-    throw Vx::IOException("Failed to create location from relative path.", __FILE__, __LINE__);
+  CheckMemory(location);
+  const int status = location.AppendToLocal(::IO::RelativeLocation(path));
+  if (status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to create location from relative path.", __FILE__, __LINE__), base,
+        status);
   }
   return location;
 }

@@ -35,10 +35,8 @@ mode_t GetMode(Access access) noexcept {
 }
 
 int OpenPath(int folder, const Vx::String& path, int flags, mode_t mode, int* descriptor) noexcept {
-  int opened = -1;
-  do {
-    opened = ::openat(folder, path.GetBuffer(), flags | O_CLOEXEC | O_NOCTTY, mode);
-  } while (opened < 0 && errno == EINTR);
+  const int opened = Restart(
+      [&] { return ::openat(folder, path.GetBuffer(), flags | O_CLOEXEC | O_NOCTTY, mode); });
   if (opened < 0) return errno;
   return KeepFromStreams(opened, descriptor);
 }
@@ -62,8 +60,8 @@ bool IsForNamesOnly(int descriptor) noexcept {
   return flags >= 0 && (flags & NamesOnly) != 0;
 }
 
-int SyncResult(int result, int descriptor) noexcept {
-  if (result == 0) return 0;
+int SyncWith(int (*sync)(int), int descriptor) noexcept {
+  if (Restart([&] { return sync(descriptor); }) == 0) return 0;
   // EINVAL is the system's word for a pipe, a terminal, or a folder that has no sync of its own.
   const int error = errno;
   const bool hasNone = error == EINVAL || (error == EBADF && IsForNamesOnly(descriptor));
@@ -151,27 +149,20 @@ int Seek(int descriptor, SeekOrigin origin, __int64 offset, __int64* position) n
 }
 
 int SetSize(int descriptor, unsigned __int64 size) noexcept {
-  int result = -1;
-  do {
-    result = ::ftruncate(descriptor, static_cast<off_t>(size));
-  } while (result != 0 && errno == EINTR);
+  const int result = Restart([&] { return ::ftruncate(descriptor, static_cast<off_t>(size)); });
   return result == 0 ? 0 : errno;
 }
 
 int TryLock(int descriptor) noexcept {
-  int result = -1;
-  do {
-    result = ::flock(descriptor, LOCK_EX | LOCK_NB);
-  } while (result != 0 && errno == EINTR);
-  return result == 0 ? 0 : errno;
+  return Restart([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0 ? 0 : errno;
 }
 
 int SyncData(int descriptor) noexcept {
-  return SyncResult(::fdatasync(descriptor), descriptor);
+  return SyncWith(::fdatasync, descriptor);
 }
 
 int SyncAll(int descriptor) noexcept {
-  return SyncResult(::fsync(descriptor), descriptor);
+  return SyncWith(::fsync, descriptor);
 }
 
 bool IsTerminal(int descriptor) noexcept {

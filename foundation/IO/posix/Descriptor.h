@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 
 #include "foundation/IO/SeekOrigin.h"
@@ -22,6 +23,16 @@ enum class Access {
 
 /// The folder that relative paths count from where no other is given.
 [[nodiscard]] int GetCurrentFolder() noexcept;
+
+/// Makes a system call, again where a signal interrupted it. Gives what it gives, with `errno`.
+template <class Call>
+[[nodiscard]] int Restart(Call call) noexcept {
+  int result = -1;
+  do {
+    result = call();
+  } while (result < 0 && errno == EINTR);
+  return result;
+}
 
 /// Opens a file; the descriptor is not inherited by other programs, and is none of 0 to 2, which
 /// belong to the standard streams even if those are closed.

@@ -33,7 +33,8 @@ struct CloseStream {
 
 // A second descriptor, since the stream closes its own, and one with a position of its own.
 std::unique_ptr<DIR, CloseStream> OpenStream(int folder) noexcept {
-  const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int own =
+      Restart([&] { return ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
   if (own < 0) return nullptr;
   std::unique_ptr<DIR, CloseStream> stream(::fdopendir(own));
   if (!stream) {
@@ -91,7 +92,8 @@ bool AreOneItem(int folder, const Vx::String& first, const Vx::String& second) n
 
 int SyncFile(int folder, const Vx::String& name) noexcept {
   // O_NONBLOCK: opening a pipe by mistake must not wait for its other end.
-  const Descriptor file(::openat(folder, name.GetBuffer(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor file(Restart(
+      [&] { return ::openat(folder, name.GetBuffer(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
   return file.value < 0 ? errno : SyncAll(file.value);
 }
 

@@ -51,7 +51,8 @@ bool HasDescriptorPaths() noexcept {
 
 int MakeWithoutName(int folder, mode_t mode, int* descriptor) noexcept {
   if (!HasDescriptorPaths()) return EOPNOTSUPP;
-  const int opened = ::openat(folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
+  const int opened =
+      Restart([&] { return ::openat(folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode); });
   return opened < 0 ? errno : KeepFromStreams(opened, descriptor);
 }
 

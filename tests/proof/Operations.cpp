@@ -1,0 +1,445 @@
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+
+#include "Larkspan/Common/Base64.h"
+#include "Larkspan/Common/Containers/Properties.h"
+#include "Larkspan/Common/IO/ArchiveFile.h"
+#include "Larkspan/Common/IO/CreateFileTransaction.h"
+#include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
+#include "Larkspan/Common/IO/FileIBinaryChannel.h"
+#include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "Larkspan/Common/IO/JavaDataInputProtocolUtils.h"
+#include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
+#include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
+#include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
+#include "Larkspan/Common/IO/UpdateFileTransaction.h"
+#include "foundation/IO/FileSystem.h"
+#include "foundation/IO/FolderTree.h"
+#include "foundation/IO/NewFile.h"
+#include "foundation/IO/Status.h"
+#include "foundation/IO/SystemError.h"
+#include "foundation/Vx/HashTable.h"
+#include "foundation/Vx/IOException.h"
+#include "foundation/Vx/OutOfMemoryException.h"
+#include "tests/larkspan/ArchiveSample.h"
+#include "tests/proof/Operation.h"
+#include "tests/support/PiecewiseInput.h"
+#include "tests/support/RecordingOutput.h"
+
+namespace Tests {
+namespace {
+
+using namespace Larkspan::Common::IO;
+
+constexpr auto Report = IO::AccessDeniedTreatment::Report;
+
+const std::string OldText(3000, 'o');
+const std::string NewText(5000, 'n');
+
+void Expect(bool holds, const char* what) {
+  if (!holds) throw std::logic_error(what);
+}
+
+// For what reports by status.
+void Check(int status, const Stage& stage) {
+  if (status == 0) return;
+  if (status == IO::StatusOutOfMemory) throw Vx::OutOfMemoryException();
+  throw IO::WithDetail(
+      Vx::IOException(Vx::UniString::FromUTF8("Failed with status " + std::to_string(status)),
+                      __FILE__, __LINE__),
+      stage.file, status);
+}
+
+// What is written directly under its name may stop short.
+Operation::Allows Beginnings(const std::string& name, const std::string& content) {
+  return [=](const Tree& tree) {
+    return tree.size() == 1 && tree.contains(name) && content.starts_with(tree.at(name));
+  };
+}
+
+Operation::Work Writes(const std::string& name, const std::string& content) {
+  return [=](const Stage& stage) { stage.Write(name, content); };
+}
+
+void WriteFile(const IO::Location& location, const std::string& content) {
+  FileOBinaryChannel channel(location, false, FileShare::NoShare);
+  channel.Write(content.data(), static_cast<unsigned int>(content.size()));
+  channel.Close();
+}
+
+// Archives, all of the same entries.
+
+SampleArchive WithHeader(std::size_t size, unsigned int reserved) {
+  SampleArchive archive = MakeSample(reserved);
+  archive.headers = {{"h", std::string(size, 'v')}};
+  return archive;
+}
+
+void WriteArchive(Vx::OBinaryChannel& target, const SampleArchive& archive, bool sealed) {
+  ArchiveOBinaryChannel channel(target, archive.reserved);
+  if (sealed) channel.PromiseSeal();
+  PutHeaders(channel, archive);
+  for (const SampleEntry& entry : archive.entries) {
+    WriteEntry(channel, entry);
+    channel.CloseEntry();
+  }
+  if (sealed) channel.WriteSeal();
+  channel.Close();
+}
+
+std::string Archive(std::size_t header, unsigned int reserved, bool sealed = false) {
+  RecordingOutput sink;
+  WriteArchive(sink, WithHeader(header, reserved), sealed);
+  return sink.content;
+}
+
+// A failure of the source where the end is leaves it unknown, and is not reported otherwise.
+void ExpectSeal(const ArchiveEnd& end) {
+  if (end.state == ArchiveEnd::State::Unknown)
+    throw Vx::IOException("Unknown.", __FILE__, __LINE__);
+  Expect(end.state == ArchiveEnd::State::SealedRight, "no seal");
+}
+
+void ReadEntries(const Stage& stage) {
+  FileIBinaryChannel file(stage.file, FileShare::NoShare);
+  ArchiveIBinaryChannel channel(file);
+  for (const SampleEntry& expected : MakeSample(0).entries) {
+    const auto entry = channel.GetNextEntry();
+    Expect(entry && entry->GetName().ToUTF8() == expected.name, "another entry");
+    Expect(ReadRest(channel) == expected.data, "other data");
+    channel.CloseEntry();
+  }
+  Expect(!channel.GetNextEntry(), "too many entries");
+  ExpectSeal(channel.GetEnd());
+}
+
+void LeaveEntries(const Stage& stage) {
+  FileIBinaryChannel file(stage.file, FileShare::NoShare);
+  ArchiveIBinaryChannel channel(file);
+  std::size_t count = 0;
+  for (; channel.GetNextEntry(); ++count) channel.LeaveEntry();
+  Expect(count == MakeSample(0).entries.size(), "another number of entries");
+  ExpectSeal(channel.GetEnd());
+}
+
+void AskForEnd(const Stage& stage) {
+  const ArchiveFile file(stage.file);
+  ExpectSeal(file.GetEnd());
+  Expect(file.GetEntryCount() == MakeSample(0).entries.size(), "another number of entries");
+}
+
+// Each file is written under its name, and verified when it is whole.
+bool IsPartlyExtracted(const Tree& tree) {
+  const SampleArchive sample = MakeSample(0);
+  for (const auto& [name, content] : tree) {
+    bool found = name == "f";
+    for (const SampleEntry& entry : sample.entries) {
+      found = found || (name == "out/" + entry.name && entry.data.starts_with(content));
+    }
+    if (!found) return false;
+  }
+  return tree.contains("f");
+}
+
+// `size`: of the value of the only header that the archive has afterwards.
+Operation Update(const char* name, const std::string& archive, std::size_t size) {
+  return {.name = name,
+          .prepare = Writes("f", archive),
+          .run =
+              [size](const Stage& stage) {
+                ArchiveFile file(stage.file);
+                file.ClearHeaders();
+                file.PutHeader(u"h", Vx::UniString::FromUTF8(std::string(size, 'v')));
+                file.Update();
+              },
+          .durable = true};
+}
+
+// Transactions.
+
+// The old file may have the backup's name alone, until `Recover` gives it back its own.
+bool HasBackup(const Tree& tree) {
+  return tree.contains("f.bak") && tree.at("f.bak") == OldText;
+}
+
+Operation Replacement(const char* name, bool commit) {
+  const auto run = [commit](const Stage& stage) {
+    UpdateFileTransaction transaction(stage.file);
+    WriteFile(stage.file, NewText);
+    commit ? transaction.Commit() : transaction.Abort();
+  };
+  const auto again = [run](const Stage& stage) {
+    UpdateFileTransaction::Recover(stage.file);
+    run(stage);
+  };
+  return {.name = name,
+          .prepare = Writes("f", OldText),
+          .run = run,
+          .afterFailure = HasBackup,
+          .again = again,
+          .durable = true};
+}
+
+Operation Creation(const char* name, bool commit) {
+  return {.name = name,
+          .prepare = [](const Stage&) {},
+          .run =
+              [commit](const Stage& stage) {
+                CreateFileTransaction transaction(stage.file);
+                WriteFile(stage.file, NewText);
+                commit ? transaction.Commit() : transaction.Abort();
+              },
+          .afterFailure = Beginnings("f", NewText)};
+}
+
+void PrepareRecovery(const Stage& stage) {
+  stage.Write("f", NewText.substr(0, 100));
+  stage.Write("f.bak", OldText);
+}
+
+// Deferred output.
+
+Operation Deferred(const char* name, unsigned int threshold) {
+  return {.name = name,
+          .prepare = [](const Stage&) {},
+          .run =
+              [threshold](const Stage& stage) {
+                DeferredFileOBinaryChannel channel(stage.file, threshold);
+                for (unsigned int at = 0; at < NewText.size(); at += 1000) {
+                  channel.Write(NewText.data() + at, 1000);
+                }
+                channel.Close();
+                RecordingOutput sink;
+                channel.WriteTo(sink);
+                Expect(sink.content == NewText, "other bytes");
+              },
+          .afterFailure = Beginnings("f", NewText)};
+}
+
+// Names.
+
+void PrepareExchange(const Stage& stage) {
+  stage.Write("f", OldText);
+  stage.Write("g", NewText);
+}
+
+void Exchange(const Stage& stage) {
+  IO::Folder folder(stage.root, IO::OnNotFound::Fail);
+  Check(folder.GetStatus(), stage);
+  Check(folder.Exchange(IO::Name(u"f"), IO::Name(u"g"), Report), stage);
+}
+
+// A whole file has the first name at all times.
+bool IsBetweenExchanges(const Tree& tree) {
+  return tree.contains("f") && (tree.at("f") == OldText || tree.at("f") == NewText);
+}
+
+void RenameToFree(const Stage& stage) {
+  Check(IO::fileSystem.Rename(stage.file, IO::Name(u"g"), Report), stage);
+}
+
+// Between the link and the removal of the first name, both are the file's.
+bool HasBothNames(const Tree& tree) {
+  return tree == Tree{{"f", OldText}, {"g", OldText}};
+}
+
+Operation::Work MakesFile(IO::NewFile::Naming naming) {
+  return [naming](const Stage& stage) {
+    IO::FolderTree tree(stage.root);
+    Check(tree.GetStatus(), stage);
+    IO::Folder* folder = nullptr;
+    Check(tree.Enter(stage.out, IO::FolderTree::Missing::Make, &folder), stage);
+    IO::NewFile file(*folder, IO::NewFile::Access::Private);
+    Check(file.GetStatus(), stage);
+    const auto size = static_cast<unsigned int>(NewText.size());
+    Check(file.GetFile().WriteBin(NewText.data(), size, nullptr), stage);
+    Check(file.GetFile().Flush(), stage);
+    Check(file.Complete(IO::Name(u"new"), naming), stage);
+    Check(folder->Flush(), stage);
+  };
+}
+
+void MakeDeepFolders(const Stage& stage) {
+  IO::FolderTree tree(stage.root);
+  Check(tree.GetStatus(), stage);
+  IO::Folder* folder = nullptr;
+  Check(tree.Enter(stage.entry, IO::FolderTree::Missing::Make, &folder), stage);
+  Check(folder->MakeFolder(IO::Name(u"more")), stage);
+  IO::Attributes attributes;
+  attributes.mode = 0750;
+  Check(folder->SetFolderAttributes(IO::Name(u"more"), attributes), stage);
+  Check(folder->Delete(IO::Name(u"more")), stage);
+  IO::Folder::Names names;
+  Check(folder->GetNames(names), stage);
+}
+
+// Values in memory.
+
+// A table takes a pair whole or not at all, and keeps all others.
+void FillTable(const Stage&) {
+  Vx::HashTable<Vx::UniString, Vx::UniString> table;
+  const auto nameOf = [](int n) { return std::u16string(20, static_cast<char16_t>(u'a' + n)); };
+  for (int count = 0; count < 40; ++count) {
+    const Vx::UniString key(nameOf(count));
+    const auto check = [&] {
+      for (int n = 0; n < count; ++n) {
+        const auto* const pair = table.Find(Vx::UniString(nameOf(n)));
+        Expect(pair != nullptr && pair->value == pair->key, "a pair is missing");
+      }
+      const auto* const last = table.Find(key);
+      Expect(last == nullptr || last->value == key, "half a pair");
+    };
+    try {
+      const auto copy = table;
+      table.Put(key, key);
+      if (count % 3 == 0) {
+        table.Delete(key);
+        table.Put(key, key);
+      }
+    } catch (const VxException&) {
+      check();
+      throw;
+    }
+    check();
+  }
+}
+
+void CopyProperties(const Stage&) {
+  Larkspan::Common::Containers::Properties properties;
+  for (char16_t key = u'a'; key < u'z'; ++key) {
+    properties.SetProperty(Vx::UniString(std::u16string(30, key)), u"a value");
+  }
+  auto copy = properties;
+  copy.RemoveProperty(Vx::UniString(std::u16string(30, u'b')));
+  copy = properties;
+  Expect(copy == properties, "another copy");
+}
+
+void EncodeAndDecode(const Stage&) {
+  char* encoded = nullptr;
+  char* decoded = nullptr;
+  unsigned int encodedSize = 0;
+  unsigned int size = 0;
+  using Larkspan::Common::Base64;
+  Base64::Encode(NewText.data(), static_cast<unsigned int>(NewText.size()), &encoded, &encodedSize);
+  const std::unique_ptr<char[]> owner(encoded);
+  Base64::Decode(encoded, encodedSize, &decoded, &size);
+  const std::unique_ptr<char[]> other(decoded);
+  Expect(NewText == std::string_view(decoded, size), "other bytes");
+}
+
+void WriteAndReadValues(const Stage& stage) {
+  const Vx::UniString text(u"a text that is too long to be kept in the object");
+  {
+    FileOBinaryChannel file(stage.file, false, FileShare::NoShare);
+    Vx::OChannelX channel(file, JavaDataOutputProtocolX::GetInstance());
+    WriteUTF(channel, text);
+    channel.Write(42);
+    file.Close();
+  }
+  FileIBinaryChannel file(stage.file, FileShare::NoShare);
+  Vx::IChannelX channel(file, JavaDataInputProtocolX::GetInstance());
+  Vx::UniString read;
+  int number = 0;
+  ReadUTF(channel, read);
+  channel.Read(number);
+  Expect(read == text && number == 42, "other values");
+}
+
+}  // namespace
+
+const std::vector<Operation>& AllOperations() {
+  using enum IO::NewFile::Naming;
+  const auto nothing = [](const Stage&) {};
+  const std::string plain = Archive(10, 0);
+  const std::string sealed = Archive(10, 0, true);
+  const auto archiveThere = Writes("f", sealed);
+  static const std::vector<Operation> operations = {
+      {.name = "writing an archive",
+       .prepare = nothing,
+       .run =
+           [](const Stage& stage) {
+             FileOBinaryChannel file(stage.file, false, FileShare::NoShare);
+             WriteArchive(file, WithHeader(10, 0), true);
+           },
+       .afterFailure = Beginnings("f", sealed)},
+      {.name = "reading an archive", .prepare = archiveThere, .run = ReadEntries},
+      {.name = "leaving entries", .prepare = archiveThere, .run = LeaveEntries},
+      {.name = "asking for the end", .prepare = archiveThere, .run = AskForEnd},
+      {.name = "extraction",
+       .prepare = archiveThere,
+       .run = [](const Stage& stage) { ArchiveFile(stage.file).ExtractTo(stage.out); },
+       .afterFailure = IsPartlyExtracted},
+      Update("update in place", Archive(10, 1024), 500),
+      Update("update in place of a sealed archive", Archive(10, 1024, true), 500),
+      Update("update by a rewrite", plain, 900),
+      Update("update by a rewrite that doubles the room", Archive(10, 256), 900),
+      Update("update by a rewrite with bytes behind the end", plain + "\xFF\xFEtail", 900),
+      Update("update by a rewrite of a sealed archive", sealed, 900),
+      Replacement("replacement committed", true),
+      Replacement("replacement aborted", false),
+      {.name = "recovery",
+       .prepare = PrepareRecovery,
+       .run = [](const Stage& stage) { UpdateFileTransaction::Recover(stage.file); },
+       .durable = true},
+      Creation("creation committed", true),
+      Creation("creation aborted", false),
+      Deferred("deferred output in memory", 10000),
+      Deferred("deferred output in a file", 1500),
+      {.name = "exchange of names",
+       .prepare = PrepareExchange,
+       .run = Exchange,
+       .afterKill = IsBetweenExchanges,
+       .again = nullptr,
+       .durable = true},
+      {.name = "renaming to a free name",
+       .prepare = Writes("f", OldText),
+       .run = RenameToFree,
+       .afterKill = HasBothNames,
+       .again = nullptr},
+      {.name = "new file of a free name",
+       .prepare = nothing,
+       .run = MakesFile(IfFree),
+       .again = MakesFile(Replacing)},
+      {.name = "new file that replaces",
+       .prepare = Writes("out/new", OldText),
+       .run = MakesFile(Replacing)},
+      {.name = "folders", .prepare = archiveThere, .run = MakeDeepFolders},
+      {.name = "table", .prepare = nothing, .run = FillTable},
+      {.name = "properties", .prepare = nothing, .run = CopyProperties},
+      {.name = "Base64", .prepare = nothing, .run = EncodeAndDecode},
+      {.name = "values",
+       .prepare = nothing,
+       .run = WriteAndReadValues,
+       .afterFailure = [](const Tree& tree) { return tree.contains("f") && tree.size() == 1; }},
+  };
+  return operations;
+}
+
+void Stage::Clear() const {
+  for (const auto& item : std::filesystem::directory_iterator(folder.GetPath())) {
+    std::filesystem::remove_all(item.path());
+  }
+}
+
+void Stage::Write(const std::string& name, const std::string& content) const {
+  std::filesystem::create_directories((folder.GetPath() / name).parent_path());
+  folder.Write(name, content);
+}
+
+Tree Stage::Look() const {
+  Tree tree;
+  for (const auto& item : std::filesystem::recursive_directory_iterator(folder.GetPath())) {
+    const std::string name = item.path().lexically_relative(folder.GetPath()).string();
+    if (item.is_symlink()) {
+      tree[name] = "-> " + std::filesystem::read_symlink(item.path()).string();
+    } else if (item.is_regular_file()) {
+      tree[name] = folder.Read(name);
+    }
+  }
+  return tree;
+}
+
+}  // namespace Tests
