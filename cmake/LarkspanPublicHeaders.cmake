@@ -1,7 +1,10 @@
 # The headers that hosts may include: these are installed, with their folders, and no others. A
 # header that another public one includes is public as well. The tests compile each alone.
 set(LARKSPAN_PUBLIC_HEADERS
+    Larkspan/Archive/ArchiveIndex.h
+    Larkspan/Archive/ParallelReader.h
     Larkspan/Archive/ParallelWriter.h
+    Larkspan/Archive/RandomInput.h
     Larkspan/Common/Base64.h
     Larkspan/Common/Boolean.h
     Larkspan/Common/Containers/Properties.h

@@ -8,8 +8,17 @@
 #include <vector>
 
 #include "foundation/Vx/Allocator.h"
+#include "foundation/Vx/IllegalArgumentException.h"
 
 namespace Larkspan::Archive {
+
+/// Throws `Vx::IllegalArgumentException` for no job.
+[[nodiscard]] inline unsigned int CheckedJobs(unsigned int jobs) {
+  if (jobs == 0) {
+    throw Vx::IllegalArgumentException("Invalid number of jobs: number is 0.", __FILE__, __LINE__);
+  }
+  return jobs;
+}
 
 /// Does tasks side by side on threads, and gives them back in the order in which they were put in.
 /// `Worker` is made once for each thread, from nothing, and its `Do(Task&)` throws nothing. All

@@ -262,17 +262,6 @@ class ParallelWriter::Pipeline final {
   OrderedTasks<Batch, Encoder> tasks;
 };
 
-namespace {
-
-unsigned int CheckedJobs(unsigned int jobs) {
-  if (jobs == 0) {
-    throw Vx::IllegalArgumentException("Invalid number of jobs: number is 0.", __FILE__, __LINE__);
-  }
-  return jobs;
-}
-
-}  // namespace
-
 ParallelWriter::ParallelWriter(ArchiveOBinaryChannel& archive, unsigned int jobs)
     : pipeline(Vx::New<Pipeline>(archive, CheckedJobs(jobs))) {}
 

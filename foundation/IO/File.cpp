@@ -140,6 +140,21 @@ int File::ReadBin(char* buffer, unsigned int size, unsigned int* delivered) noex
   return StatusSuccess;
 }
 
+int File::ReadAt(unsigned __int64 offset, char* buffer, unsigned int size,
+                 unsigned int* delivered) const noexcept {
+  *delivered = 0;
+  if (!IsOpen()) return StatusNotOpen;
+  while (*delivered < size) {
+    std::size_t count = 0;
+    const int error = Posix::ReadAt(descriptor, offset + *delivered, buffer + *delivered,
+                                    size - *delivered, &count);
+    if (error != 0) return Posix::ReadStatus(error);
+    if (count == 0) return StatusEndOfInput;
+    *delivered += static_cast<unsigned int>(count);
+  }
+  return StatusSuccess;
+}
+
 unsigned int File::TakeBuffered(char* target, unsigned int size) noexcept {
   const unsigned int count = std::min(size, GetBuffered());
   if (count > 0) std::memcpy(target, readBuffer.get() + bufferStart, count);

@@ -77,6 +77,11 @@ class FOUNDATION_API File final {
   /// Takes the first `size` of the bytes that `PeekBin` returned last.
   void Advance(unsigned int size) noexcept { bufferStart += size; }
 
+  /// Reads from `offset` on, past the buffer, and leaves the position alone; several threads may do
+  /// so at once. Otherwise as `ReadBin`. Fails for pipes.
+  [[nodiscard]] int ReadAt(unsigned __int64 offset, char* buffer, unsigned int size,
+                           unsigned int* delivered) const noexcept;
+
   [[nodiscard]] int Seek(SeekOrigin origin, __int64 offset) noexcept;
 
   /// Truncates the open file to `size` bytes, or lengthens it by zeros.

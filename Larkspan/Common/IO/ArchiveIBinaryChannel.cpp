@@ -152,6 +152,9 @@ ArchiveIBinaryChannel::ArchiveIBinaryChannel(const Vx::IBinaryChannelRef& channe
 ArchiveIBinaryChannel::ArchiveIBinaryChannel(Vx::IBinaryChannel& channel)
     : source(channel), headers(0, 0) {}
 
+ArchiveIBinaryChannel::ArchiveIBinaryChannel(Vx::IBinaryChannel& channel, AtEntrySelector)
+    : source(channel), headerRead(true), headers(0, 0) {}
+
 ArchiveIBinaryChannel::~ArchiveIBinaryChannel() = default;
 
 void ArchiveIBinaryChannel::CheckOpened(const char* file, unsigned int line) const {

@@ -29,6 +29,10 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   /// Throws `Vx::IllegalArgumentException` for an empty reference. Reads nothing.
   explicit ArchiveIBinaryChannel(const Vx::IBinaryChannelRef& channel);
   explicit ArchiveIBinaryChannel(Vx::IBinaryChannel& channel);
+  /// For a source that begins with an entry, as if the header and all entries before it had been
+  /// read. There are no headers, and `GetEnd` means nothing.
+  enum AtEntrySelector { AtEntry };
+  ArchiveIBinaryChannel(Vx::IBinaryChannel& channel, AtEntrySelector place);
   ~ArchiveIBinaryChannel() override;
 
   /// The bytes that the archive reserves for its header, 0 for none.

@@ -128,6 +128,18 @@ int Read(int descriptor, char* buffer, std::size_t size, std::size_t* delivered)
   return 0;
 }
 
+int ReadAt(int descriptor, unsigned __int64 offset, char* buffer, std::size_t size,
+           std::size_t* delivered) noexcept {
+  *delivered = 0;
+  ssize_t count = -1;
+  do {
+    count = ::pread(descriptor, buffer, size, static_cast<off_t>(offset));
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) return errno;
+  *delivered = static_cast<std::size_t>(count);
+  return 0;
+}
+
 int Write(int descriptor, const char* data, std::size_t size, std::size_t* written) noexcept {
   *written = 0;
   while (*written < size) {

@@ -54,6 +54,9 @@ template <class Call>
 /// One read; `delivered` 0 is the end of the input.
 [[nodiscard]] int Read(int descriptor, char* buffer, std::size_t size,
                        std::size_t* delivered) noexcept;
+/// The same at an offset, which leaves the position alone.
+[[nodiscard]] int ReadAt(int descriptor, unsigned __int64 offset, char* buffer, std::size_t size,
+                         std::size_t* delivered) noexcept;
 /// Writes everything; on failure `written` says how much of it was taken.
 [[nodiscard]] int Write(int descriptor, const char* data, std::size_t size,
                         std::size_t* written) noexcept;

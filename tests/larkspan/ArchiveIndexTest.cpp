@@ -1,0 +1,221 @@
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Larkspan/Archive/ArchiveIndex.h"
+#include "Larkspan/Archive/ParallelReader.h"
+#include "Larkspan/Archive/ParallelWriter.h"
+#include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "tests/larkspan/ArchiveSample.h"
+#include "tests/support/ExpectFailures.h"
+#include "tests/support/Noise.h"
+#include "tests/support/RecordingOutput.h"
+#include "tests/support/SeededRandom.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using namespace Larkspan::Common::IO;
+using namespace Larkspan::Archive;
+using namespace Tests;
+
+class MemoryStore final : public RandomInput {
+ public:
+  explicit MemoryStore(std::string content) : bytes(std::move(content)) {}
+  [[nodiscard]] unsigned __int64 GetSize() const noexcept override { return bytes.size(); }
+  [[nodiscard]] unsigned int ReadAt(unsigned __int64 offset, char* buffer,
+                                    unsigned int size) const override {
+    if (offset >= bytes.size()) return 0;
+    return static_cast<unsigned int>(bytes.copy(buffer, size, offset));
+  }
+
+ private:
+  const std::string bytes;
+};
+
+// The entries that come, each with its data or what it failed with.
+class Collector final : public EntrySink {
+ public:
+  void Begin(std::size_t number) override { results.push_back(std::to_string(number) + ": "); }
+  void Write(const char* data, unsigned int size) override { results.back().append(data, size); }
+  void End(std::size_t number, const std::exception_ptr& failure) override {
+    if (!failure) return;
+    results.back() =
+        std::to_string(number) + " failed: " + FailureOf([&] { std::rethrow_exception(failure); });
+  }
+
+  std::vector<std::string> results;
+};
+
+// Short entries, a long one of blocks and a long one of a single stream, sealed.
+std::string MakeArchive(std::vector<std::string>& data) {
+  RecordingOutput sink;
+  ArchiveOBinaryChannel archive(sink, 256);
+  archive.PutHeader(Vx::UniString(u"title"), Vx::UniString(u"sample"));
+  archive.PromiseSeal();
+  ParallelWriter writer(archive, 1);
+  for (unsigned int index = 0; index < 40; ++index) {
+    data.push_back(Noise(index * 7, index) + std::string(index * 100, 'r'));
+  }
+  data.push_back(Noise(100000, 5) + std::string(2200000, 'b') + Noise(1200000, 6));
+  const ArchiveHeaders none(0, 0);
+  for (std::size_t index = 0; index < data.size(); ++index) {
+    Vx::MemoryIBinaryChannel source(data[index].data(),
+                                    static_cast<unsigned int>(data[index].size()));
+    writer.Add(Vx::UniString::FromUTF8("e" + std::to_string(index % 40)), none,
+               index % 5 == 4 ? ArchiveEntry::Stored : ArchiveEntry::Deflated, source);
+  }
+  writer.Finish();
+  data.push_back(std::string(1500000, 's') + Noise(50000, 9));
+  WriteEntry(archive, {"stream", ArchiveEntry::Deflated, {{"k", "v"}}, data.back()});
+  archive.WriteSeal();
+  return sink.content;
+}
+
+std::vector<std::string> ReadAll(const ArchiveIndex& index, unsigned int jobs) {
+  Collector collector;
+  ParallelReader(index, jobs).Read(collector);
+  return collector.results;
+}
+
+// The same by one channel after the other.
+std::vector<std::string> ReadOneByOne(const ArchiveIndex& index) {
+  std::vector<std::string> results;
+  for (std::size_t number = 0; number < index.GetEntryCount(); ++number) {
+    std::string text = std::to_string(number) + ": ";
+    const std::string failure =
+        FailureOf([&] { text += ReadRest(*index.OpenEntry(number), 5000); });
+    results.push_back(failure.empty() ? text : std::to_string(number) + " failed: " + failure);
+  }
+  return results;
+}
+
+TEST(ArchiveIndex, EntriesOpenByNumberAndNameFromSeveralThreads) {
+  std::vector<std::string> data;
+  const MemoryStore store(MakeArchive(data));
+  const ArchiveIndex index(store);
+  ASSERT_EQ(index.GetEntryCount(), data.size());
+  EXPECT_EQ(index.GetEnd().state, ArchiveEnd::State::SealedRight);
+  EXPECT_EQ(index.GetHeaders().GetValue(Vx::UniString(u"title")), Vx::UniString(u"sample"));
+  EXPECT_EQ(index.Find(Vx::UniString(u"e0")), 40U);
+  EXPECT_EQ(index.Find(Vx::UniString(u"nothing")), std::nullopt);
+  EXPECT_EQ(TakePairs(*index.GetEntry(41)), (Pairs{{"k", "v"}}));
+  EXPECT_FALSE(index.GetEntry(41)->IsVerified());
+  const auto work = [&] {
+    for (std::size_t number = data.size(); number-- > 0;) {
+      EXPECT_TRUE(ReadRest(*index.OpenEntry(number), 70000) == data[number]) << number;
+      EXPECT_EQ(index.GetEntry(number)->GetSize(), data[number].size());
+    }
+  };
+  std::thread other(work);
+  work();
+  other.join();
+  const std::string refusal = "IllegalArgumentException: Invalid archive entry number.";
+  ExpectFailures({
+      {[&] { static_cast<void>(index.GetEntry(42)); }, refusal},
+      {[&] { static_cast<void>(index.OpenEntry(42)); }, refusal},
+      {[&] { ParallelReader(index, 0); },
+       "IllegalArgumentException: Invalid number of jobs: number is 0."},
+  });
+}
+
+TEST(ArchiveIndex, RangesAreReadWithoutWhatIsBeforeThem) {
+  std::vector<std::string> data;
+  const MemoryStore store(MakeArchive(data));
+  const ArchiveIndex index(store);
+  SeededRandom random;
+  for (int round = 0; round < 60; ++round) {
+    const std::size_t number = round % 3 == 0 ? random.Below(40) : 40 + random.Below(2);
+    const std::size_t offset = random.Below(data[number].size() + 10);
+    std::string range(random.Below(1500000), '\0');
+    range.resize(
+        index.ReadRange(number, offset, range.data(), static_cast<unsigned int>(range.size())));
+    const std::string expected =
+        offset < data[number].size() ? data[number].substr(offset, range.size()) : "";
+    EXPECT_TRUE(range == expected) << number << " from " << offset;
+  }
+}
+
+TEST(ArchiveIndex, WhatIsSavedLoadsForThisArchiveAlone) {
+  std::vector<std::string> data;
+  std::string bytes = MakeArchive(data);
+  const MemoryStore store(bytes);
+  const ArchiveIndex index(store);
+  RecordingOutput saved;
+  index.Save(saved);
+  const auto load = [](const RandomInput& archive, const std::string& text) {
+    Vx::MemoryIBinaryChannel channel(text.data(), static_cast<unsigned int>(text.size()));
+    return ArchiveIndex(archive, channel).GetEntryCount();
+  };
+  EXPECT_EQ(load(store, saved.content), data.size());
+  const std::string foreign =
+      "ArchiveException: Failed to use archive index: it is not the index of this archive.";
+  for (const std::size_t change : {20UL, bytes.size() - 10}) {
+    std::string other = bytes;
+    other[change] ^= 1;
+    EXPECT_EQ(FailureOf([&] { return load(MemoryStore(other), saved.content); }), foreign);
+  }
+  EXPECT_EQ(FailureOf([&] { return load(MemoryStore(bytes + '\0'), saved.content); }), foreign);
+  for (std::size_t place = 0; place < saved.content.size(); ++place) {
+    std::string damaged = saved.content;
+    damaged[place] ^= 0x41;
+    EXPECT_NE(FailureOf([&] { return load(store, damaged); }), "") << place;
+    EXPECT_NE(FailureOf([&] { return load(store, saved.content.substr(0, place)); }), "") << place;
+  }
+  // A changed entry is told by its data.
+  bytes[bytes.size() / 2] ^= 1;
+  const MemoryStore changed(bytes);
+  Vx::MemoryIBinaryChannel channel(saved.content.data(),
+                                   static_cast<unsigned int>(saved.content.size()));
+  const ArchiveIndex stale(changed, channel);
+  const auto results = ReadAll(stale, 1);
+  EXPECT_EQ(std::ranges::count_if(results, [](const auto& r) { return r.find(" failed: ") < 5; }),
+            1);
+}
+
+TEST(ParallelReader, WhatComesOutIsWhatStreamsGiveAlsoOfDamagedArchives) {
+  std::vector<std::string> data;
+  const std::string bytes = MakeArchive(data);
+  SeededRandom random;
+  for (int round = 0; round < 40; ++round) {
+    std::string damaged = bytes;
+    // The first round has no damage.
+    for (int flip = 0; flip < 3 && round > 0; ++flip) {
+      const bool early = random.OneIn(2);
+      const std::size_t place = 300 + random.Below((early ? 60000 : damaged.size()) - 300);
+      damaged[place] ^= static_cast<char>(1 << random.Below(8));
+    }
+    const MemoryStore store(damaged);
+    std::optional<ArchiveIndex> index;
+    if (!FailureOf([&] { index.emplace(store); }).empty()) continue;
+    const std::vector<std::string> expected = ReadOneByOne(*index);
+    for (const unsigned int jobs : {1U, 8U}) EXPECT_TRUE(ReadAll(*index, jobs) == expected);
+    if (round > 0) continue;
+    for (std::size_t number = 0; number < data.size(); ++number) {
+      EXPECT_TRUE(expected[number] == std::to_string(number) + ": " + data[number]);
+    }
+  }
+}
+
+TEST(FileRandomInput, ReadsFilesAtAnyPlaceAndNothingElse) {
+  const TemporaryFolder folder;
+  folder.Write("file", "0123456789");
+  const FileRandomInput input(folder.At("file"));
+  EXPECT_EQ(input.GetSize(), 10U);
+  std::string text(5, '-');
+  EXPECT_EQ(input.ReadAt(3, text.data(), 5), 5U);
+  EXPECT_EQ(text, "34567");
+  EXPECT_EQ(input.ReadAt(8, text.data(), 5), 2U);
+  EXPECT_EQ(input.ReadAt(80, text.data(), 5), 0U);
+  ExpectFailures({
+      {[&] { FileRandomInput(folder.At("none")); },
+       "FileNotFoundException: Failed to open random input."},
+      {[&] { FileRandomInput(folder.At("")); }, "IOException: Failed to open random input."},
+  });
+}
+
+}  // namespace
