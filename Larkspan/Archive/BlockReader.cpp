@@ -120,7 +120,7 @@ bool BlockReader::DecodeWhole(const ArchiveIndex& index, std::size_t number, std
   bytes.remove_prefix(text.size());
   // One frame, the empty one, and a footer that fits; or no frame at all.
   const bool hasFrame = place.archivedSize != 0;
-  if (bytes.size() != place.archivedSize + (hasFrame ? 2 : 1) * LengthSize + FooterSize) {
+  if (bytes.size() != place.archivedSize + (hasFrame ? 2ULL : 1ULL) * LengthSize + FooterSize) {
     return false;
   }
   std::string_view stream;
