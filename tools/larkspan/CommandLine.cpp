@@ -166,7 +166,9 @@ class Command final {
   }
   // The parser takes a negative number for a huge one.
   Command& NotNegative() {
-    last->check(CLI::NonNegativeNumber.description(""));
+    last->check([](const std::string& value) {
+      return std::string(value.starts_with('-') ? "must not be negative" : "");
+    });
     return *this;
   }
   Command& AtMost(int count) {
