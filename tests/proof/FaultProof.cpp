@@ -1,51 +1,35 @@
-#include <algorithm>
-#include <cctype>
+// Each operation under each allocation that fails, each system call that fails, and each kill.
+// Sampled unless exhaustive proofs are wanted: which errors are tried, and on which systems.
+
 #include <cerrno>
 #include <signal.h>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
+#include <gtest/gtest-spi.h>
+
+#include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "tests/proof/Trial.h"
 #include "tests/support/AllocationFault.h"
-#include "tests/support/MallocWatch.h"
-#include "tests/support/SleepRecord.h"
 
 namespace Tests {
 namespace {
 
-class EachOperation : public testing::TestWithParam<Operation> {
- protected:
-  // Runs the operation under fault number 0, 1, and so on, until one does not strike. `check` gets
-  // each outcome. Stops at the first number that is wrong.
-  template <class Plant, class Check>
-  void Sweep(Plant plant, Check check) {
-    bool struck = true;
-    for (unsigned int number = 0; struck && !HasFailure(); ++number) {
-      SCOPED_TRACE("fault " + std::to_string(number));
-      const Outcome outcome = trial.Run([&] { return plant(number); });
-      struck = outcome.struck;
-      EXPECT_TRUE(struck || outcome.failure.empty()) << outcome.failure;
-      check(outcome);
-      ++points;
-    }
+// Runs the operation under fault number 0, 1, and so on, until one does not strike. `check` gets
+// each outcome. Stops at the first number that is wrong.
+template <class Plant, class Check>
+void Sweep(const char* family, const Trial& trial, Plant plant, Check check) {
+  bool struck = true;
+  for (unsigned int number = 0; struck && !testing::Test::HasFailure(); ++number) {
+    SCOPED_TRACE("fault " + std::to_string(number));
+    const Outcome outcome = trial.Run([&] { return plant(number); });
+    struck = outcome.struck;
+    EXPECT_TRUE(struck || outcome.failure.empty()) << outcome.failure;
+    check(outcome);
+    CountPoint(family);
   }
-  ~EachOperation() override { RecordProperty("points", points); }
-
-  const Trial trial{GetParam()};
-  const SleepRecord noSleep;
-  int points = 0;
-};
-
-INSTANTIATE_TEST_SUITE_P(Proof, EachOperation, testing::ValuesIn(AllOperations()),
-                         [](const auto& parameter) {
-                           std::string name = parameter.param.name;
-                           std::replace_if(
-                               name.begin(), name.end(), [](char c) { return !std::isalnum(c); },
-                               '_');
-                           return name;
-                         });
+}
 
 bool TellsWantOfMemory(const Outcome& outcome) {
   // These don't tell any reason yet.
@@ -54,22 +38,21 @@ bool TellsWantOfMemory(const Outcome& outcome) {
          outcome.failure.starts_with("FileTransactionException: Failed to ");
 }
 
-TEST_P(EachOperation, SurvivesWantOfMemory) {
+void FailAllocations(const Trial& trial) {
   using Reach = AllocationFault::Reach;
   for (const Reach reach : {Reach::New, Reach::NewAndMalloc}) {
     for (const int times : {1, AllocationFault::Always}) {
       SCOPED_TRACE(times == 1 ? "one allocation fails" : "all fail from then on");
-      Sweep(
-          [&](unsigned int number) {
-            return AllocationFault(static_cast<int>(number) + 1, times, reach);
-          },
-          [&](const Outcome& outcome) {
-            // What is left to be told of a failure may need memory, too.
-            EXPECT_TRUE(outcome.failure.empty() || times != 1 || TellsWantOfMemory(outcome))
-                << outcome.failure;
-            // Without memory what can't be removed has to stay until the next run.
-            trial.CheckAfter(outcome, times == 1 && !outcome.failure.empty());
-          });
+      const auto plant = [&](unsigned int number) {
+        return AllocationFault(static_cast<int>(number) + 1, times, reach);
+      };
+      Sweep("failing allocations", trial, plant, [&](const Outcome& outcome) {
+        // What is left to be told of a failure may need memory, too.
+        EXPECT_TRUE(outcome.failure.empty() || times != 1 || TellsWantOfMemory(outcome))
+            << outcome.failure;
+        // Without memory what can't be removed has to stay until the next run.
+        trial.CheckAfter(outcome, times == 1 && !outcome.failure.empty());
+      });
     }
   }
 }
@@ -80,6 +63,7 @@ struct Error {
   const char* name;
 };
 
+// The first three are always tried, and the first alone on other systems than this one.
 constexpr Error errors[] = {{EIO, 1, "EIO"},
                             {ENOSPC, FileFault::Always, "ENOSPC from then on"},
                             {EINTR, 1, "EINTR"},
@@ -90,55 +74,27 @@ constexpr Error errors[] = {{EIO, 1, "EIO"},
                             {EROFS, 1, "EROFS"},
                             {EROFS, FileFault::Always, "EROFS from then on"}};
 
-constexpr unsigned int CallsThatAreInterrupted = CallRead | CallWrite | CallClose | CallOpen |
+constexpr unsigned int callsThatAreInterrupted = CallRead | CallWrite | CallClose | CallOpen |
                                                  CallOpenUnnamed | CallOpenBeneath | CallSync |
                                                  CallSyncData | CallLock | CallSize;
 
-constexpr OtherSystem::Kind systems[] = {OtherSystem::None, OtherSystem::WithoutSwap,
-                                         OtherSystem::WithoutUnnamed};
-
-TEST_P(EachOperation, SurvivesFailingCalls) {
-  for (const OtherSystem::Kind kind : systems) {
+void FailCalls(const Trial& trial) {
+  for (const OtherSystem::Kind kind : OtherSystem::All) {
     for (const Error& error : errors) {
       if (!IsDeep() && &error - errors > (kind == OtherSystem::None ? 2 : 0)) continue;
       SCOPED_TRACE(error.name + (", system " + std::to_string(kind)));
       const OtherSystem system(kind);
-      // What can't be removed stays until it can.
-      Sweep(
-          [&](unsigned int number) {
-            const unsigned int calls = error.code == EINTR ? CallsThatAreInterrupted : CallEach;
-            return FileFault(calls, error.code, number, error.times);
-          },
-          [&](const Outcome& outcome) {
-            if (error.code == EINTR) {
-              EXPECT_EQ(outcome.failure, "");
-            }
-            trial.CheckAfter(outcome, false);
-          });
+      const unsigned int calls = error.code == EINTR ? callsThatAreInterrupted : CallEach;
+      const auto plant = [&](unsigned int number) {
+        return FileFault(calls, error.code, number, error.times);
+      };
+      Sweep("failing calls", trial, plant, [&](const Outcome& outcome) {
+        if (error.code == EINTR) {
+          EXPECT_EQ(outcome.failure, "");
+        }
+        trial.CheckAfter(outcome, false);  // what can't be removed stays until it can
+      });
     }
-  }
-}
-
-TEST_P(EachOperation, ReportsAFailedSyncWherePowerCutsTakeNothingBack) {
-  // A transaction goes on where only the backup may be lost, or come back.
-  if (!GetParam().durable || GetParam().afterFailure) return;
-  for (const OtherSystem::Kind kind : systems) {
-    const OtherSystem system(kind);
-    Sweep([](unsigned int number) { return FileFault(CallSync | CallSyncData, EIO, number, 1); },
-          [&](const Outcome& outcome) { EXPECT_EQ(outcome.failure.empty(), !outcome.struck); });
-  }
-}
-
-TEST_P(EachOperation, CarriesOnAfterShortTransfers) {
-  for (const std::size_t most : {1U, 1000U}) {
-    trial.Prepare();
-    Outcome outcome;
-    {
-      const PieceLimit limit(most);
-      outcome = Describe(Catch([this] { GetParam().run(trial.stage); }));
-    }
-    EXPECT_EQ(outcome.failure, "");
-    trial.CheckAfter(outcome);
   }
 }
 
@@ -157,18 +113,83 @@ bool KillBefore(unsigned int skip, const std::function<void()>& work) {
   return killed;
 }
 
-TEST_P(EachOperation, SurvivesKills) {
-  for (const OtherSystem::Kind kind : systems) {
+void Kill(const Trial& trial) {
+  for (const OtherSystem::Kind kind : OtherSystem::All) {
     SCOPED_TRACE("system " + std::to_string(kind));
     const OtherSystem system(kind);
     bool killed = true;
-    for (unsigned int skip = 0; killed && !HasFailure(); ++skip) {
+    for (unsigned int skip = 0; killed && !testing::Test::HasFailure(); ++skip) {
       SCOPED_TRACE("before call " + std::to_string(skip));
       trial.Prepare();
-      killed = KillBefore(skip, [this] { GetParam().run(trial.stage); });
+      killed = KillBefore(skip, [&] { trial.operation.run(trial.stage); });
       trial.CheckAfterKill();
-      ++points;
+      CountPoint("kills");
     }
+  }
+}
+
+class EachOperation : public testing::TestWithParam<Operation> {
+ protected:
+  const Trial trial{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Proof, EachOperation, testing::ValuesIn(AllOperations()),
+                         [](const auto& parameter) { return ToTestName(parameter.param.name); });
+
+TEST_P(EachOperation, SurvivesWantOfMemory) {
+  FailAllocations(trial);
+}
+
+TEST_P(EachOperation, SurvivesFailingCalls) {
+  FailCalls(trial);
+}
+
+TEST_P(EachOperation, SurvivesKills) {
+  Kill(trial);
+}
+
+TEST_P(EachOperation, ReportsAFailedSyncWherePowerCutsTakeNothingBack) {
+  // A transaction goes on where only the backup may be lost, or come back.
+  if (!GetParam().durable || GetParam().afterFailure) return;
+  for (const OtherSystem::Kind kind : OtherSystem::All) {
+    const OtherSystem system(kind);
+    Sweep(
+        "failing syncs", trial,
+        [](unsigned int number) { return FileFault(CallSync | CallSyncData, EIO, number, 1); },
+        [](const Outcome& outcome) { EXPECT_EQ(outcome.failure.empty(), !outcome.struck); });
+  }
+}
+
+TEST_P(EachOperation, CarriesOnAfterShortTransfers) {
+  for (const std::size_t most : {1U, 1000U}) {
+    const Outcome outcome = trial.Run([most] { return PieceLimit(most); });
+    EXPECT_EQ(outcome.failure, "");
+    trial.CheckAfter(outcome);
+  }
+}
+
+// An operation that empties the file before it has all it needs.
+const Operation careless = {
+    .name = "careless",
+    .prepare = [](const Stage& stage) { stage.Write("f", "old"); },
+    .run =
+        [](const Stage& stage) {
+          using namespace Larkspan::Common::IO;
+          FileOBinaryChannel file(stage.file, false, FileShare::NoShare);
+          const Vx::UniString text(u"a text that is too long to be kept in the object itself");
+          file.Write("new", 3);
+          file.Close();
+        }};
+
+TEST(ProofOfFaults, FindsWhatLosesAFile) {
+  const Trial trial(careless);
+  for (const auto proof : {FailAllocations, FailCalls, Kill}) {
+    testing::TestPartResultArray found;
+    {
+      const testing::ScopedFakeTestPartResultReporter reporter(&found);
+      proof(trial);
+    }
+    EXPECT_GT(found.size(), 0);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "Larkspan/Archive/ParallelWriter.h"
 #include "Larkspan/Common/Base64.h"
 #include "Larkspan/Common/Containers/Properties.h"
 #include "Larkspan/Common/IO/ArchiveFile.h"
@@ -22,6 +23,7 @@
 #include "foundation/IO/SystemError.h"
 #include "foundation/Vx/HashTable.h"
 #include "foundation/Vx/IOException.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/proof/Operation.h"
@@ -77,22 +79,42 @@ SampleArchive WithHeader(std::size_t size, unsigned int reserved) {
   return archive;
 }
 
-void WriteArchive(Vx::OBinaryChannel& target, const SampleArchive& archive, bool sealed) {
-  ArchiveOBinaryChannel channel(target, archive.reserved);
-  if (sealed) channel.PromiseSeal();
+void WriteArchive(const Stage& stage) {
+  const SampleArchive archive = WithHeader(10, 0);
+  FileOBinaryChannel file(stage.file, false, FileShare::NoShare);
+  ArchiveOBinaryChannel channel(file, archive.reserved);
+  channel.PromiseSeal();
   PutHeaders(channel, archive);
   for (const SampleEntry& entry : archive.entries) {
     WriteEntry(channel, entry);
     channel.CloseEntry();
   }
-  if (sealed) channel.WriteSeal();
+  channel.WriteSeal();
   channel.Close();
 }
 
-std::string Archive(std::size_t header, unsigned int reserved, bool sealed = false) {
-  RecordingOutput sink;
-  WriteArchive(sink, WithHeader(header, reserved), sealed);
-  return sink.content;
+// The same with several threads.
+void WriteArchiveInParallel(const Stage& stage) {
+  const SampleArchive archive = WithHeader(10, 0);
+  FileOBinaryChannel file(stage.file, false, FileShare::NoShare);
+  ArchiveOBinaryChannel channel(file, archive.reserved);
+  Larkspan::Archive::ParallelWriter writer(channel, 3);
+  for (const SampleEntry& entry : archive.entries) {
+    const auto size = static_cast<unsigned int>(entry.data.size());
+    Vx::MemoryIBinaryChannel source(entry.data.data(), size);
+    const auto method = static_cast<ArchiveEntry::Method>(entry.method);
+    writer.Add(Vx::UniString::FromUTF8(entry.name), ArchiveHeaders(0, 0), method, source);
+  }
+  writer.Finish();
+  channel.Close();
+}
+
+std::string Plain(unsigned int reserved) {
+  return ToBytes(WithHeader(10, reserved));
+}
+
+std::string Sealed(unsigned int reserved) {
+  return ToSealedBytes(WithHeader(10, reserved));
 }
 
 // A failure of the source where the end is leaves it unknown, and is not reported otherwise.
@@ -250,7 +272,7 @@ Operation::Work MakesFile(IO::NewFile::Naming naming) {
     IO::FolderTree tree(stage.root);
     Check(tree.GetStatus(), stage);
     IO::Folder* folder = nullptr;
-    Check(tree.Enter(stage.out, IO::FolderTree::Missing::Make, &folder), stage);
+    Check(tree.Enter(stage.root, IO::FolderTree::Missing::Make, &folder), stage);
     IO::NewFile file(*folder, IO::NewFile::Access::Private);
     Check(file.GetStatus(), stage);
     const auto size = static_cast<unsigned int>(NewText.size());
@@ -353,18 +375,18 @@ void WriteAndReadValues(const Stage& stage) {
 const std::vector<Operation>& AllOperations() {
   using enum IO::NewFile::Naming;
   const auto nothing = [](const Stage&) {};
-  const std::string plain = Archive(10, 0);
-  const std::string sealed = Archive(10, 0, true);
+  const std::string plain = Plain(0);
+  const std::string sealed = Sealed(0);
   const auto archiveThere = Writes("f", sealed);
   static const std::vector<Operation> operations = {
       {.name = "writing an archive",
        .prepare = nothing,
-       .run =
-           [](const Stage& stage) {
-             FileOBinaryChannel file(stage.file, false, FileShare::NoShare);
-             WriteArchive(file, WithHeader(10, 0), true);
-           },
+       .run = WriteArchive,
        .afterFailure = Beginnings("f", sealed)},
+      {.name = "writing an archive in parallel",
+       .prepare = nothing,
+       .run = WriteArchiveInParallel,
+       .afterFailure = [](const Tree& tree) { return tree.contains("f") && tree.size() == 1; }},
       {.name = "reading an archive", .prepare = archiveThere, .run = ReadEntries},
       {.name = "leaving entries", .prepare = archiveThere, .run = LeaveEntries},
       {.name = "asking for the end", .prepare = archiveThere, .run = AskForEnd},
@@ -372,10 +394,10 @@ const std::vector<Operation>& AllOperations() {
        .prepare = archiveThere,
        .run = [](const Stage& stage) { ArchiveFile(stage.file).ExtractTo(stage.out); },
        .afterFailure = IsPartlyExtracted},
-      Update("update in place", Archive(10, 1024), 500),
-      Update("update in place of a sealed archive", Archive(10, 1024, true), 500),
+      Update("update in place", Plain(1024), 500),
+      Update("update in place of a sealed archive", Sealed(1024), 500),
       Update("update by a rewrite", plain, 900),
-      Update("update by a rewrite that doubles the room", Archive(10, 256), 900),
+      Update("update by a rewrite that doubles the room", Plain(256), 900),
       Update("update by a rewrite with bytes behind the end", plain + "\xFF\xFEtail", 900),
       Update("update by a rewrite of a sealed archive", sealed, 900),
       Replacement("replacement committed", true),
@@ -398,14 +420,17 @@ const std::vector<Operation>& AllOperations() {
        .prepare = Writes("f", OldText),
        .run = RenameToFree,
        .afterKill = HasBothNames,
-       .again = nullptr},
+       .again = nullptr,
+       .durable = true},
       {.name = "new file of a free name",
        .prepare = nothing,
        .run = MakesFile(IfFree),
-       .again = MakesFile(Replacing)},
+       .again = MakesFile(Replacing),
+       .durable = true},
       {.name = "new file that replaces",
-       .prepare = Writes("out/new", OldText),
-       .run = MakesFile(Replacing)},
+       .prepare = Writes("new", OldText),
+       .run = MakesFile(Replacing),
+       .durable = true},
       {.name = "folders", .prepare = archiveThere, .run = MakeDeepFolders},
       {.name = "table", .prepare = nothing, .run = FillTable},
       {.name = "properties", .prepare = nothing, .run = CopyProperties},

@@ -1,7 +1,10 @@
 #include "tests/proof/Trial.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <iterator>
 #include <stdexcept>
 
@@ -32,7 +35,23 @@ void Add(const VxException& exception, Outcome& outcome) {
   if (exception.GetCause() != nullptr) Add(*exception.GetCause(), outcome);
 }
 
+// Shows how much was tried, where all is.
+class Points final : public testing::Environment {
+ public:
+  void TearDown() override {
+    for (const auto& [family, count] : counts) std::cout << family << ": " << count << '\n';
+  }
+  std::map<std::string, std::size_t> counts;
+};
+
+Points* const points = new Points;
+const testing::Environment* const registered = testing::AddGlobalTestEnvironment(points);
+
 }  // namespace
+
+void CountPoint(const char* family) {
+  ++points->counts[family];
+}
 
 bool IsDeep() {
   return std::getenv("LARKSPAN_TEST_DEEP") != nullptr;
@@ -67,6 +86,12 @@ Tree WithoutTemporaries(Tree tree) {
            name.ends_with(".updated");
   });
   return tree;
+}
+
+std::string ToTestName(std::string name) {
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return !std::isalnum(c); }, '_');
+  return name;
 }
 
 std::string Print(const Tree& tree) {

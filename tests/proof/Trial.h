@@ -9,6 +9,7 @@
 
 #include "tests/proof/Operation.h"
 #include "tests/support/FileFault.h"
+#include "tests/support/SleepRecord.h"
 
 namespace Tests {
 
@@ -20,6 +21,7 @@ namespace Tests {
 class OtherSystem final {
  public:
   enum Kind { None, WithoutSwap, WithoutUnnamed };
+  static constexpr Kind All[] = {None, WithoutSwap, WithoutUnnamed};
   explicit OtherSystem(Kind kind)
       : noSwap(CallRename2, EINVAL, 0, kind == WithoutSwap ? FileFault::Always : 0),
         noUnnamed(CallOpenUnnamed, EOPNOTSUPP, 0, kind == WithoutUnnamed ? FileFault::Always : 0),
@@ -30,6 +32,9 @@ class OtherSystem final {
   const FileFault noUnnamed;
   const FileFault noWalk;
 };
+
+/// Counts a run under a fault, or a state that was checked; the sum is shown at the end.
+void CountPoint(const char* family);
 
 /// What a run ended with.
 struct Outcome {
@@ -46,6 +51,8 @@ struct Outcome {
 
 /// The tree without the temporary files that a kill may leave until the next run.
 [[nodiscard]] Tree WithoutTemporaries(Tree tree);
+/// The words of a name, as a part of a test's name.
+[[nodiscard]] std::string ToTestName(std::string name);
 /// The paths, with the size of each content.
 [[nodiscard]] std::string Print(const Tree& tree);
 
@@ -66,7 +73,7 @@ class Trial final {
     {
       const auto fault = plant();
       thrown = Catch([this] { operation.run(stage); });
-      struck = fault.HasStruck();
+      if constexpr (requires { fault.HasStruck(); }) struck = fault.HasStruck();
     }
     Outcome outcome = Describe(thrown);
     outcome.struck = struck;
@@ -93,7 +100,8 @@ class Trial final {
  private:
   void CheckTree(const Operation::Allows& allows, bool canRemove) const;
 
-  const SyncsAreFree noDisk;
+  const PretendedCalls noDisk{CallSync | CallSyncData};
+  const SleepRecord noSleep;
   std::size_t descriptors = 0;
 };
 

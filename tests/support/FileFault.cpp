@@ -42,6 +42,7 @@ long CallSystem(Arguments... arguments) noexcept {
 template <class... Arguments>
 long Call(SystemCall kind, long number, Arguments... arguments) noexcept {
   const int error = FileFault::Check(kind);
+  if (error == 0 && (PretendedCalls::kinds & kind) != 0) return 0;
   if (error == 0) return CallSystem(number, arguments...);
   errno = error;
   return -1;
@@ -53,9 +54,7 @@ int NoteNames(long result) noexcept {
   return static_cast<int>(result);
 }
 
-int Sync(SystemCall kind, long number, int descriptor) noexcept {
-  const long call = SyncsAreFree::inForce ? SYS_getpid : number;
-  const long result = std::min(Call(kind, call, descriptor), 0L);
+int NoteSync(long result, int descriptor) noexcept {
   if (result == 0) PowerCut::NoteSync(descriptor);
   return static_cast<int>(result);
 }
@@ -144,11 +143,11 @@ int close(int descriptor) {
 }
 
 int fsync(int descriptor) {
-  return Sync(CallSync, SYS_fsync, descriptor);
+  return NoteSync(Call(CallSync, SYS_fsync, descriptor), descriptor);
 }
 
 int fdatasync(int descriptor) {
-  return Sync(CallSyncData, SYS_fdatasync, descriptor);
+  return NoteSync(Call(CallSyncData, SYS_fdatasync, descriptor), descriptor);
 }
 
 int flock(int descriptor, int operation) noexcept {

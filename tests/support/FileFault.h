@@ -111,15 +111,19 @@ using PieceLimit = ByteLimit<0>;
 /// behind it fail with ENOSPC.
 using DiskSpace = ByteLimit<1>;
 
-/// While it lives, syncs cost nothing: they succeed, or fail for a fault, and reach no disk.
-class SyncsAreFree final {
+/// While it lives, calls of the kinds `calls` succeed without being made, unless a fault makes them
+/// fail: syncs that cost no time, and locks that keep nobody out.
+class PretendedCalls final {
  public:
-  SyncsAreFree() { inForce = true; }
-  SyncsAreFree(const SyncsAreFree&) = delete;
-  SyncsAreFree& operator=(const SyncsAreFree&) = delete;
-  ~SyncsAreFree() { inForce = false; }
+  explicit PretendedCalls(unsigned int calls) : before(kinds) { kinds |= calls; }
+  PretendedCalls(const PretendedCalls&) = delete;
+  PretendedCalls& operator=(const PretendedCalls&) = delete;
+  ~PretendedCalls() { kinds = before; }
 
-  static inline bool inForce = false;
+  static inline unsigned int kinds = 0;
+
+ private:
+  unsigned int before;
 };
 
 }  // namespace Tests

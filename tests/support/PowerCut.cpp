@@ -185,10 +185,11 @@ void PowerCut::Combine(const Names& present, Names::const_iterator next, const C
   state.erase(next->first);
 }
 
-std::size_t PowerCut::ForEachState(Order order, const std::function<void(const Files&)>& check) {
+std::size_t PowerCut::ForEachState(Order order, const std::function<void(const Files&)>& check,
+                                   Moment moment) {
   current = nullptr;
   seen.clear();
-  for (std::size_t end = 0; end <= events.size(); ++end) {
+  for (std::size_t end = moment == Moment::Any ? 0 : events.size(); end <= events.size(); ++end) {
     for (const Names& possible : PossibleNames(end, order)) {
       Contents contents;
       for (const auto& [name, node] : possible) contents[node] = PossibleContents(node, end);

@@ -26,6 +26,8 @@ class PowerCut final {
   /// The content of each file, by its name.
   using Files = std::map<std::string, std::string>;
   enum class Order { Kept, None };
+  /// Whether the power may fail at any moment, or after all that was recorded.
+  enum class Moment { Any, End };
 
   explicit PowerCut(std::filesystem::path folder);
   PowerCut(const PowerCut&) = delete;
@@ -33,7 +35,8 @@ class PowerCut final {
   ~PowerCut();
 
   /// Ends the recording. Calls `check` once with each state; gives their number.
-  std::size_t ForEachState(Order order, const std::function<void(const Files&)>& check);
+  std::size_t ForEachState(Order order, const std::function<void(const Files&)>& check,
+                           Moment moment = Moment::Any);
 
   /// For negative controls: as if no call had synced anything.
   void ForgetSyncs();
