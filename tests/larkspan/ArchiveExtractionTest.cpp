@@ -63,31 +63,5 @@ TEST_F(Extraction, DamagedEntryLeavesItsFileAndIsReported) {
   }
 }
 
-// Another process swaps a folder of the target for a link, before each system call in turn.
-TEST_F(Extraction, LinkThatIsPutOnTheWayMeanwhileLeadsNothingOut) {
-  Write({0,
-         {},
-         {{"d/1", 2, {}, "1"}, {"d/2", 2, {}, "2"}, {"e/3", 2, {}, "3"}, {"d/4", 2, {}, "4"}}});
-  std::filesystem::create_directory(GetPath("outside"));
-  const auto swapForLink = [this] {
-    if (!std::filesystem::is_directory(GetPath("out/d"))) return;
-    std::filesystem::rename(GetPath("out/d"), GetPath("out/real"));
-    std::filesystem::create_symlink("../outside", GetPath("out/d"));
-  };
-  unsigned int refusals = 0;
-  bool struck = true;
-  for (unsigned int skip = 0; struck; ++skip) {
-    std::filesystem::remove_all(GetPath("out"));
-    const CallHook hook(skip, swapForLink);
-    const std::string failure = Extract();
-    struck = hook.HasStruck();
-    EXPECT_TRUE(std::filesystem::is_empty(GetPath("outside"))) << skip;
-    if (failure.empty()) continue;
-    EXPECT_EQ(failure, "IOException: A symbolic link stands on the way to the extracted file.");
-    ++refusals;
-  }
-  EXPECT_GT(refusals, 0U);
-}
-
 }  // namespace
 }  // namespace Tests

@@ -186,66 +186,6 @@ TEST_F(ArchiveUpdate, SealThatIsMissingOrWrongEndsTheRewrite) {
   }
 }
 
-// A second change at each system call of a first. Without the lock, archives lose their entries,
-// and headers that were reported as written are gone.
-TEST_F(ArchiveUpdate, ChangesExcludeEachOtherAndEachTakesUpTheOneBefore) {
-  const SleepRecord noWaiting;
-  const auto change = [this](const char16_t* name, std::size_t size) {
-    return FailureOf([&] {
-      ArchiveFile file(location);
-      file.LockForUpdate();
-      file.PutHeader(name, TextOf(size));
-      file.Update();
-    });
-  };
-  constexpr std::size_t inPlace = 100;
-  constexpr std::size_t rewritten = 2000;
-  for (const std::size_t first : {inPlace, rewritten}) {
-    for (const std::size_t second : {inPlace, rewritten}) {
-      bool struck = true;
-      for (unsigned int skip = 0; struck; ++skip) {
-        Write(MakeSample(1024));
-        std::string failure = "not run";
-        {
-          const CallHook hook(skip, [&] { failure = change(u"second", second); });
-          EXPECT_EQ(change(u"first", first), "");
-          struck = hook.HasStruck();
-        }
-        EXPECT_TRUE(failure.empty() || failure == UnderWay || !struck) << failure;
-        ExpectAlone(folder.Read("a.lsa"));
-        EXPECT_EQ(ReadArchive(folder.Read("a.lsa")).archive.entries, sample.entries) << skip;
-        const ArchiveFile file(location);
-        EXPECT_TRUE(file.ConstainsHeader(u"first")) << skip;
-        EXPECT_EQ(file.ConstainsHeader(u"second"), failure.empty()) << skip;
-      }
-    }
-  }
-}
-
-TEST_F(ArchiveUpdate, AnotherArchiveThatTakesTheNameMeanwhileStays) {
-  SampleArchive other = MakeSample(1024);
-  other.entries.resize(1);
-  const std::string replaced =
-      "ArchiveException: Failed to update archive file: the file was replaced meanwhile.";
-  for (const std::size_t size : {100U, 2000U}) {
-    bool struck = true;
-    for (unsigned int skip = 0; struck; ++skip) {
-      Write(MakeSample(1024));
-      const CallHook hook(skip, [&] {
-        folder.Write("other", ToBytes(other));
-        std::filesystem::rename(GetPath("other"), GetPath("a.lsa"));
-      });
-      const std::string failure = FailureOf([&] { Update(size); });
-      struck = hook.HasStruck();
-      EXPECT_TRUE(failure.empty() || failure == replaced) << failure;
-      EXPECT_EQ(ReadArchive(folder.Read("a.lsa")).archive.entries,
-                struck ? other.entries : sample.entries)
-          << skip;
-      EXPECT_EQ(folder.GetNames().size(), 1U);
-    }
-  }
-}
-
 TEST_F(ArchiveUpdate, LockOutlivesUpdatesAndEndsWithTheObject) {
   const SleepRecord noWaiting;
   Write(MakeSample(256));

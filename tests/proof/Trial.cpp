@@ -125,7 +125,7 @@ bool Trial::IsSound(const Tree& tree) const {
   return tree == before || tree == after || (operation.afterKill && operation.afterKill(tree));
 }
 
-void Trial::CheckAfter(const Outcome& outcome, bool canRemove) const {
+void Trial::CheckAfter(const Outcome& outcome, bool canRemove, bool canUndo) const {
   EXPECT_FALSE(outcome.wrongResult) << outcome.failure;
   EXPECT_EQ(CountDescriptors(), descriptors) << outcome.failure;
   if (outcome.failure.empty()) {
@@ -134,7 +134,7 @@ void Trial::CheckAfter(const Outcome& outcome, bool canRemove) const {
         << "reported as done: " << Print(tree);
   } else {
     SCOPED_TRACE(outcome.failure);
-    CheckTree(operation.afterFailure, canRemove);
+    CheckTree(canUndo ? operation.afterFailure : operation.afterKill, canRemove);
   }
   CheckAgain();
 }

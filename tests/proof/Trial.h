@@ -83,7 +83,8 @@ class Trial final {
   void Prepare() const;
   /// The old state or the new one, nothing left open or lying about, and the next run succeeds.
   /// Where files can't be removed, temporary ones may stay until then.
-  void CheckAfter(const Outcome& outcome, bool canRemove = true) const;
+  /// Where calls fail from then on, what was begun may not be undone.
+  void CheckAfter(const Outcome& outcome, bool canRemove = true, bool canUndo = true) const;
   void CheckAfterKill() const {
     CheckTree(operation.afterKill, false);
     CheckAgain();
