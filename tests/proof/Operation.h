@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <ostream>
@@ -14,9 +15,13 @@ namespace Tests {
 /// What stands below a folder: the content of each file, and where each symbolic link leads, by its
 /// path. Folders themselves don't count.
 using Tree = std::map<std::string, std::string>;
+[[nodiscard]] Tree LookAt(const std::filesystem::path& folder);
 
 /// A folder to work in, with the locations that the operations use, made before any fault strikes.
 struct Stage {
+  /// Among the system's temporary folders, or in `parent`.
+  explicit Stage(const std::filesystem::path& parent = {}) : folder(parent) {}
+
   const TemporaryFolder folder;
   const IO::Location root = folder.GetLocation();
   const IO::Location file = folder.At("f");
@@ -25,7 +30,7 @@ struct Stage {
 
   void Clear() const;
   void Write(const std::string& name, const std::string& content) const;
-  [[nodiscard]] Tree Look() const;
+  [[nodiscard]] Tree Look() const { return LookAt(folder.GetPath()); }
 };
 
 /// What a host can do with the library. Every proof runs over all of them: what an operation leaves

@@ -1,5 +1,7 @@
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -454,14 +456,15 @@ void Stage::Write(const std::string& name, const std::string& content) const {
   folder.Write(name, content);
 }
 
-Tree Stage::Look() const {
+Tree LookAt(const std::filesystem::path& folder) {
   Tree tree;
-  for (const auto& item : std::filesystem::recursive_directory_iterator(folder.GetPath())) {
-    const std::string name = item.path().lexically_relative(folder.GetPath()).string();
+  for (const auto& item : std::filesystem::recursive_directory_iterator(folder)) {
+    const std::string name = item.path().lexically_relative(folder).string();
     if (item.is_symlink()) {
       tree[name] = "-> " + std::filesystem::read_symlink(item.path()).string();
     } else if (item.is_regular_file()) {
-      tree[name] = folder.Read(name);
+      std::ifstream file(item.path(), std::ios::binary);
+      tree[name].assign(std::istreambuf_iterator<char>(file), {});
     }
   }
   return tree;

@@ -11,8 +11,9 @@
 
 namespace Tests {
 
-TemporaryFolder::TemporaryFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "larkspan-XXXXXX").string();
+TemporaryFolder::TemporaryFolder(std::filesystem::path parent) {
+  if (parent.empty()) parent = std::filesystem::temp_directory_path();
+  std::string pattern = (parent / "larkspan-XXXXXX").string();
   if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("No temporary folder.");
   path = std::filesystem::canonical(pattern);
 }

@@ -12,7 +12,8 @@ namespace Tests {
 /// A new folder among the system's temporary ones, removed with all that is in it at the end.
 class TemporaryFolder final {
  public:
-  TemporaryFolder();
+  /// In `parent` where that is given.
+  explicit TemporaryFolder(std::filesystem::path parent = {});
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder();
