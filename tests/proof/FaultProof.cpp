@@ -32,10 +32,12 @@ void Sweep(const char* family, const Trial& trial, Plant plant, Check check) {
 }
 
 bool TellsWantOfMemory(const Outcome& outcome) {
-  // These don't tell any reason yet.
-  return outcome.outOfMemory ||
-         outcome.failure.starts_with("ArchiveException: Failed to update archive file: ") ||
-         outcome.failure.starts_with("FileTransactionException: Failed to ");
+  const std::string failed = "ArchiveException: Failed to update archive file: ";
+  // These don't tell their reason yet.
+  const std::set<std::string> untold = {failed + "failed to get temporary file location.",
+                                        failed + "failed to get target folder location.",
+                                        failed + "the file was replaced meanwhile."};
+  return outcome.outOfMemory || untold.contains(outcome.failure);
 }
 
 void FailAllocations(const Trial& trial) {

@@ -305,7 +305,7 @@ void MakeDeepFolders(const Stage& stage) {
 void FillTable(const Stage&) {
   Vx::HashTable<Vx::UniString, Vx::UniString> table;
   const auto nameOf = [](int n) { return std::u16string(20, static_cast<char16_t>(u'a' + n)); };
-  for (int count = 0; count < 40; ++count) {
+  for (int count = 0; count < 20; ++count) {
     const Vx::UniString key(nameOf(count));
     const auto check = [&] {
       for (int n = 0; n < count; ++n) {
