@@ -5,11 +5,11 @@
 #include <cstring>
 
 #include "Larkspan/Archive/BlockReader.h"
-#include "Larkspan/Archive/InputWindow.h"
+#include "Larkspan/Archive/EntryStream.h"
+#include "Larkspan/Archive/EntryWalk.h"
 #include "Larkspan/Common/IO/ArchiveEntryImpl.h"
 #include "Larkspan/Common/IO/ArchiveException.h"
 #include "Larkspan/Common/IO/ArchiveHeaderTable.h"
-#include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
 #include "Larkspan/Common/IO/CRC32IBinaryChannel.h"
 #include "Larkspan/Common/IO/CRC32OBinaryChannel.h"
 #include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
@@ -28,7 +28,6 @@ namespace {
 using Common::IO::ArchiveEntry;
 using Common::IO::ArchiveEntryImpl;
 using Common::IO::ArchiveException;
-using Common::IO::ArchiveIBinaryChannel;
 using Common::IO::JavaDataInputProtocolX;
 using Common::IO::JavaDataOutputProtocolX;
 
@@ -50,81 +49,16 @@ constexpr unsigned int TailSize = 64;
   throw ArchiveException("Failed to load archive index: it is damaged.", __FILE__, line);
 }
 
-unsigned int WindowSizeFor(unsigned __int64 bytes) noexcept {
-  return static_cast<unsigned int>(std::clamp<unsigned __int64>(bytes, 1, WindowSize));
-}
-
-// The data of an entry, verified where it ends.
-class IndexedEntryChannel final : public Vx::IBinaryChannel {
- public:
-  IndexedEntryChannel(const RandomInput& input, unsigned __int64 offset, unsigned int windowSize,
-                      std::string_view text, unsigned __int64 claimedSize)
-      : window(input, offset, windowSize),
-        archive(window, ArchiveIBinaryChannel::AtEntry),
-        left(claimedSize) {
-    const std::string_view head = window.Peek().substr(0, text.size());
-    if (head != text.substr(0, head.size()) || !archive.GetNextEntry()) FailForeign(__LINE__);
-  }
-
-  using IBinaryChannel::Read;
-  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
-                                  ReadSomeModeSelector mode) override {
-    CheckOpened();
-    if (ended || size == 0) return 0;
-    const unsigned int count = archive.Read(buffer, size, mode);
-    left -= count;
-    if (count == 0 || left == 0) {
-      archive.CloseEntry();
-      ended = true;
-    }
-    return count;
-  }
-  [[nodiscard]] unsigned __int64 GetAvailable() const override {
-    CheckOpened();
-    return ended ? 0 : archive.GetAvailable();
-  }
-  void Close() override { closed = true; }
-
- private:
-  void CheckOpened(const char* file = __builtin_FILE(),
-                   unsigned int line = __builtin_LINE()) const {
-    if (closed) throw Vx::IOException("Archive entry channel is closed.", file, line);
-  }
-
-  InputWindow window;
-  ArchiveIBinaryChannel archive;
-  unsigned __int64 left;
-  bool ended = false;
-  bool closed = false;
-};
-
 }  // namespace
 
 ArchiveIndex::ArchiveIndex(const RandomInput& archive) : input(archive), headers(0, 0) {
-  InputWindow window(input, 0, WindowSize);
-  ArchiveIBinaryChannel channel(window);
-  for (const auto& [name, value] : channel.EnumerateHeaders()) headers.Put(name, value);
-  for (;;) {
-    Place place = {};
-    place.header = window.GetPosition();
-    place.text = texts.size();
-    window.Record(&texts);
-    const EntryRef entry = channel.GetNextEntry();
-    window.Record(nullptr);
-    if (!entry) {
-      texts.resize(place.text);
-      break;
-    }
-    place.data = window.GetPosition();
-    channel.LeaveEntry();
-    place.end = window.GetPosition();
-    place.archivedSize = entry->GetArchivedSize();
-    place.size = entry->GetSize();
-    place.crc = entry->GetCRC();
-    place.method = entry->GetMethod();
-    places.push_back(place);
+  EntryWalk walk(input);
+  for (const auto& [name, value] : walk.GetArchive().EnumerateHeaders()) headers.Put(name, value);
+  for (unsigned __int64 text = 0; walk.Next(&texts); text = texts.size()) {
+    walk.FindEnd();
+    places.push_back({walk.GetPlace(), text});
   }
-  end = channel.GetEnd();
+  end = walk.GetArchive().GetEnd();
   SortNames();
 }
 
@@ -293,22 +227,21 @@ std::optional<std::size_t> ArchiveIndex::Find(const Vx::UniString& name) const {
 
 Vx::IBinaryChannelRef ArchiveIndex::OpenEntry(std::size_t number) const {
   const Place& place = GetPlace(number);
-  return Vx::IBinaryChannelRef(Vx::New<IndexedEntryChannel>(
-      input, place.header, WindowSizeFor(place.end - place.header), GetText(place), place.size));
+  return Vx::IBinaryChannelRef(Vx::New<EntryStream>(input, place, GetText(place)));
 }
 
 unsigned int ArchiveIndex::ReadRange(std::size_t number, unsigned __int64 offset, char* buffer,
                                      unsigned int size) const {
   const Place& place = GetPlace(number);
   if (offset >= place.size) return 0;
-  const BlockReader::Frames frames = BlockReader::FindBlocks(*this, number);
+  const BlockReader::Frames frames = BlockReader::FindBlocks(input, place);
   BlockReader reader;
   BlockReader::Block decoded;
   const Vx::ByteArray room = frames.empty() ? nullptr : Vx::NewByteArray(BlockReader::BlockSize);
   unsigned int total = 0;
   while (total < size && offset < place.size && !frames.empty()) {
     const std::size_t block = offset / BlockReader::BlockSize;
-    if (!reader.Decode(*this, number, frames, block, room.get(), decoded)) break;
+    if (!reader.Decode(input, place, frames, block, room.get(), decoded)) break;
     const std::string_view plain = decoded.plain.substr(offset % BlockReader::BlockSize);
     const auto count = static_cast<unsigned int>(std::min<std::size_t>(size - total, plain.size()));
     std::memcpy(buffer + total, plain.data(), count);
@@ -317,9 +250,7 @@ unsigned int ArchiveIndex::ReadRange(std::size_t number, unsigned __int64 offset
   }
   if (total == size || offset >= place.size) return total;
   // Not made of blocks, or damaged: from the beginning, up to the range.
-  InputWindow window(input, place.header, WindowSizeFor(place.end - place.header));
-  ArchiveIBinaryChannel channel(window, ArchiveIBinaryChannel::AtEntry);
-  if (!channel.GetNextEntry()) FailForeign(__LINE__);
+  EntryStream channel(input, place, GetText(place));
   Vx::IChannelX plain(channel, JavaDataInputProtocolX::GetInstance());
   if (plain.Skip(offset) != offset) return total;
   return total + channel.Read(buffer + total, size - total, Vx::IBinaryChannel::ReadAll);

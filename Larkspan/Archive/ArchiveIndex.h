@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Larkspan/Archive/EntryPlace.h"
 #include "Larkspan/Archive/RandomInput.h"
 #include "Larkspan/Common/Export.h"
 #include "Larkspan/Common/IO/ArchiveEnd.h"
@@ -66,18 +67,10 @@ class LARKSPAN_API ArchiveIndex final {
                                        unsigned int size) const;
 
  private:
-  friend class BlockReader;
   friend class ParallelReader;
 
-  struct Place {
-    unsigned __int64 header;  // offsets in the archive
-    unsigned __int64 data;
-    unsigned __int64 end;
-    unsigned __int64 archivedSize;
-    unsigned __int64 size;
-    unsigned __int64 text;  // offset of the header's bytes in `texts`
-    unsigned int crc;
-    Common::IO::ArchiveEntry::Method method;
+  struct Place : EntryPlace {
+    unsigned __int64 text = 0;  // offset of the header's bytes in `texts`
   };
   struct NameHash {
     unsigned int hash;

@@ -32,8 +32,7 @@ bool IsStreamHead(const char* bytes) noexcept {
   return (method & 0x8F) == 8 && (flags & 0x20) == 0 && (method * 256 + flags) % 31 == 0;
 }
 
-template <class Place>
-bool IsFooterOf(const Place& place, const char* bytes) noexcept {
+bool IsFooterOf(const EntryPlace& place, const char* bytes) noexcept {
   const auto archived = BigEndian::Encode(place.archivedSize);
   const auto size = BigEndian::Encode(place.size);
   const auto crc = BigEndian::Encode(place.crc);
@@ -49,8 +48,7 @@ std::size_t GetEncodedBound() noexcept {
 
 }  // namespace
 
-BlockReader::Frames BlockReader::FindBlocks(const ArchiveIndex& index, std::size_t number) {
-  const ArchiveIndex::Place& place = index.GetPlace(number);
+BlockReader::Frames BlockReader::FindBlocks(const RandomInput& input, const EntryPlace& place) {
   const unsigned __int64 framing = place.end - place.data;
   Frames frames;
   if (place.method != ArchiveEntry::Deflated || place.size <= BlockSize ||
@@ -63,7 +61,7 @@ BlockReader::Frames BlockReader::FindBlocks(const ArchiveIndex& index, std::size
   unsigned __int64 offset = place.data;
   for (unsigned __int64 block = 0; block < blocks; ++block) {
     std::array<char, LengthSize> length;
-    if (index.input.ReadAt(offset, length.data(), LengthSize) != LengthSize) return {};
+    if (input.ReadAt(offset, length.data(), LengthSize) != LengthSize) return {};
     const unsigned int size = DecodeU32(length.data());
     offset += LengthSize;
     if (size > GetEncodedBound() || size > place.end - offset) return {};
@@ -71,7 +69,7 @@ BlockReader::Frames BlockReader::FindBlocks(const ArchiveIndex& index, std::size
     offset += size;
   }
   std::array<char, LengthSize + FooterSize> rest;
-  if (index.input.ReadAt(offset, rest.data(), rest.size()) != rest.size() ||
+  if (input.ReadAt(offset, rest.data(), rest.size()) != rest.size() ||
       DecodeU32(rest.data()) != 0 || !IsFooterOf(place, rest.data() + LengthSize)) {
     return {};
   }
@@ -79,17 +77,17 @@ BlockReader::Frames BlockReader::FindBlocks(const ArchiveIndex& index, std::size
   return frames.front().size < HeadSize || last.size < SumSize ? Frames() : frames;
 }
 
-unsigned int BlockReader::ReadSum(const ArchiveIndex& index, const Frame& last) {
+unsigned int BlockReader::ReadSum(const RandomInput& input, const Frame& last) {
   std::array<char, SumSize> sum = {};
-  static_cast<void>(index.input.ReadAt(last.offset + last.size - SumSize, sum.data(), SumSize));
+  static_cast<void>(input.ReadAt(last.offset + last.size - SumSize, sum.data(), SumSize));
   return DecodeU32(sum.data());
 }
 
-bool BlockReader::Decode(const ArchiveIndex& index, std::size_t number, const Frames& frames,
+bool BlockReader::Decode(const RandomInput& input, const EntryPlace& place, const Frames& frames,
                          std::size_t block, char* plain, Block& decoded) {
   if (!encoded) encoded = Vx::NewByteArray(GetEncodedBound() + LastBlock.size());
   const Frame& frame = frames[block];
-  if (index.input.ReadAt(frame.offset, encoded.get(), frame.size) != frame.size) return false;
+  if (input.ReadAt(frame.offset, encoded.get(), frame.size) != frame.size) return false;
   const char* data = encoded.get();
   std::size_t size = frame.size;
   std::size_t plainSize = BlockSize;
@@ -100,7 +98,7 @@ bool BlockReader::Decode(const ArchiveIndex& index, std::size_t number, const Fr
   }
   if (block + 1 == frames.size()) {
     size -= SumSize;
-    plainSize = (index.GetPlace(number).size - 1) % BlockSize + 1;
+    plainSize = (place.size - 1) % BlockSize + 1;
   } else {
     std::ranges::copy(LastBlock, encoded.get() + frame.size);
     size += LastBlock.size();
@@ -112,10 +110,8 @@ bool BlockReader::Decode(const ArchiveIndex& index, std::size_t number, const Fr
   return true;
 }
 
-bool BlockReader::DecodeWhole(const ArchiveIndex& index, std::size_t number, std::string_view bytes,
-                              char* plain, Block& decoded) {
-  const ArchiveIndex::Place& place = index.GetPlace(number);
-  const std::string_view text = index.GetText(place);
+bool BlockReader::DecodeWhole(const EntryPlace& place, std::string_view text,
+                              std::string_view bytes, char* plain, Block& decoded) {
   if (place.size > BlockSize || !bytes.starts_with(text)) return false;
   bytes.remove_prefix(text.size());
   // One frame, the empty one, and a footer that fits; or no frame at all.

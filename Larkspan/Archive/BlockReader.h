@@ -1,9 +1,12 @@
 #pragma once
 
+#include <string_view>
 #include <vector>
 
-#include "Larkspan/Archive/ArchiveIndex.h"
+#include "Larkspan/Archive/EntryPlace.h"
+#include "Larkspan/Archive/RandomInput.h"
 #include "Larkspan/Common/IO/Codec.h"
+#include "foundation/Vx/Allocator.h"
 #include "foundation/Vx/Memory.h"
 
 namespace Larkspan::Archive {
@@ -32,19 +35,20 @@ class BlockReader final {
 
   /// The frames of an entry that may consist of blocks; none of one that doesn't. Reads the length
   /// of each frame. Throws what the store throws.
-  [[nodiscard]] static Frames FindBlocks(const ArchiveIndex& index, std::size_t number);
+  [[nodiscard]] static Frames FindBlocks(const RandomInput& input, const EntryPlace& place);
   /// The sum that the last frame ends with.
-  [[nodiscard]] static unsigned int ReadSum(const ArchiveIndex& index, const Frame& last);
+  [[nodiscard]] static unsigned int ReadSum(const RandomInput& input, const Frame& last);
 
   /// Decodes a block into `plain`, which has room for one; false if it is none. Throws what the
   /// store throws, and `Vx::OutOfMemoryException`.
-  [[nodiscard]] bool Decode(const ArchiveIndex& index, std::size_t number, const Frames& frames,
+  [[nodiscard]] bool Decode(const RandomInput& input, const EntryPlace& place, const Frames& frames,
                             std::size_t block, char* plain, Block& decoded);
 
-  /// Decodes an entry of at most a block that has been read, all of its bytes in the archive, into
+  /// Decodes an entry of at most a block that has been read, all of its bytes in the archive, which
+  /// begin with `text`, into
   /// `plain`, which has room for its data. False if something is wrong with it, or if it is of
   /// another form than writers make of such entries.
-  [[nodiscard]] bool DecodeWhole(const ArchiveIndex& index, std::size_t number,
+  [[nodiscard]] bool DecodeWhole(const EntryPlace& place, std::string_view text,
                                  std::string_view bytes, char* plain, Block& decoded);
 
  private:

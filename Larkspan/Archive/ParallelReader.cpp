@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <deque>
+#include <numeric>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "Larkspan/Archive/BlockReader.h"
+#include "Larkspan/Archive/EntryStream.h"
+#include "Larkspan/Archive/EntryWalk.h"
 #include "Larkspan/Archive/OrderedTasks.h"
 
 namespace Larkspan::Archive {
@@ -22,11 +26,17 @@ constexpr unsigned int MaxEncodedSize = BlockSize + BlockSize / 0x40;
 // An entry, or a block of one.
 struct Piece {
   std::size_t number;
-  unsigned __int64 offset;  // of its bytes in the archive
-  unsigned int encodedSize;
+  EntryPlace place;
+  EntryWalk::EntryRef entry;  // empty if the index has to be asked
+  std::string_view text;      // what the entry's header has to be, if it is known
   unsigned int plainOffset;
   bool isGood;
   BlockReader::Block block;
+
+  // From where on the bytes of a short entry are read.
+  [[nodiscard]] unsigned __int64 GetBegin() const noexcept {
+    return text.empty() ? place.data : place.header;
+  }
 };
 
 struct Task {
@@ -34,7 +44,6 @@ struct Task {
 
   enum class Kind { Stream, Entries, Block };
 
-  const ArchiveIndex* index = nullptr;
   const RandomInput* input = nullptr;
   Kind kind = Kind::Stream;
   std::vector<Piece, Vx::Allocator<Piece>> pieces;
@@ -62,20 +71,20 @@ class Decoder final {
  private:
   void DecodeEntries(Task& task) {
     if (!task.encoded) task.encoded = Vx::NewByteArray(MaxEncodedSize);
-    const unsigned __int64 begin = task.pieces.front().offset;
-    const Piece& last = task.pieces.back();
-    const auto size = static_cast<unsigned int>(last.offset + last.encodedSize - begin);
+    const unsigned __int64 begin = task.pieces.front().GetBegin();
+    const auto size = static_cast<unsigned int>(task.pieces.back().place.end - begin);
     if (task.input->ReadAt(begin, task.encoded.get(), size) != size) return;
     for (Piece& piece : task.pieces) {
-      const std::string_view bytes(task.encoded.get() + (piece.offset - begin), piece.encodedSize);
-      piece.isGood = reader.DecodeWhole(*task.index, piece.number, bytes,
+      const std::string_view bytes(task.encoded.get() + (piece.GetBegin() - begin),
+                                   piece.place.end - piece.GetBegin());
+      piece.isGood = reader.DecodeWhole(piece.place, piece.text, bytes,
                                         task.plain.get() + piece.plainOffset, piece.block);
     }
   }
 
   void DecodeBlock(Task& task) {
     Piece& piece = task.pieces.front();
-    piece.isGood = reader.Decode(*task.index, piece.number, *task.frames, task.block,
+    piece.isGood = reader.Decode(*task.input, piece.place, *task.frames, task.block,
                                  task.plain.get(), piece.block);
   }
 
@@ -88,20 +97,66 @@ EntrySink::~EntrySink() = default;
 
 class ParallelReader::Pipeline final {
  public:
-  Pipeline(const ArchiveIndex& archiveIndex, unsigned int jobs)
-      : index(archiveIndex), maxTasks(jobs < 2 ? 1 : 2 * std::size_t{jobs} + 2), decoders(jobs) {}
+  explicit Pipeline(unsigned int jobs)
+      : maxTasks(jobs < 2 ? 1 : 2 * std::size_t{jobs} + 2), decoders(jobs) {}
 
-  [[nodiscard]] std::size_t GetEntryCount() const noexcept { return index.GetEntryCount(); }
+  Common::IO::ArchiveEnd Read(const RandomInput& archive, EntrySink& entrySink) {
+    Begin(archive, entrySink);
+    EntryWalk walk(archive);
+    for (std::size_t number = 0; GoOn(walk); ++number) {
+      FindEnd(walk, number);
+      Add({number, walk.GetPlace(), walk.GetEntry(), {}, 0, false, {}});
+    }
+    Finish();
+    return walk.GetArchive().GetEnd();
+  }
 
-  void Begin(EntrySink& entrySink) noexcept { sink = &entrySink; }
+  void Read(const ArchiveIndex& archiveIndex, EntrySink& entrySink,
+            std::span<const std::size_t> numbers) {
+    Begin(archiveIndex.input, entrySink);
+    index = &archiveIndex;
+    for (const std::size_t number : numbers) {
+      const ArchiveIndex::Place& place = index->GetPlace(number);
+      Add({number, place, {}, index->GetText(place), 0, false, {}});
+    }
+    Finish();
+  }
 
-  void Add(std::size_t number) {
-    const ArchiveIndex::Place& place = index.GetPlace(number);
-    const unsigned __int64 encodedSize = place.end - place.header;
-    if (place.size <= BlockSize && encodedSize <= MaxEncodedSize) {
-      AddShort(number, place, static_cast<unsigned int>(encodedSize));
+ private:
+  void Begin(const RandomInput& archive, EntrySink& entrySink) noexcept {
+    input = &archive;
+    sink = &entrySink;
+  }
+
+  // What was found before a failure is delivered before it.
+  bool GoOn(EntryWalk& walk) {
+    try {
+      return walk.Next(nullptr);
+    } catch (...) {
+      Finish();
+      throw;
+    }
+  }
+
+  void FindEnd(EntryWalk& walk, std::size_t number) {
+    try {
+      walk.FindEnd();
+    } catch (...) {
+      Finish();
+      // As far as it goes; no size is known.
+      EntryPlace place = walk.GetPlace();
+      place.size = ~0ULL;
+      sink->Begin(number, *walk.GetEntry());
+      Stream({number, place, walk.GetEntry(), {}, 0, false, {}}, 0);
+      throw;
+    }
+  }
+
+  void Add(const Piece& piece) {
+    if (piece.place.size <= BlockSize && piece.place.end - piece.GetBegin() <= MaxEncodedSize) {
+      AddShort(piece);
     } else {
-      AddLong(number);
+      AddLong(piece);
     }
   }
 
@@ -110,39 +165,35 @@ class ParallelReader::Pipeline final {
     while (!decoders.IsEmpty()) Deliver(decoders.Take());
   }
 
- private:
-  using Place = ArchiveIndex::Place;
-
-  void AddShort(std::size_t number, const Place& place, unsigned int encodedSize) {
-    if (open != nullptr && !FitsIntoOpen(place, encodedSize)) Hand();
+  void AddShort(const Piece& piece) {
+    if (open != nullptr && !FitsIntoOpen(piece.place)) Hand();
     if (open == nullptr) {
       open = &GetFree(Task::Kind::Entries);
       openSize = 0;
     }
-    open->pieces.push_back({number, place.header, encodedSize, openSize, false, {}});
-    openSize += static_cast<unsigned int>(place.size);
+    open->pieces.push_back(piece);
+    open->pieces.back().plainOffset = openSize;
+    openSize += static_cast<unsigned int>(piece.place.size);
   }
 
-  [[nodiscard]] bool FitsIntoOpen(const Place& place, unsigned int encodedSize) const noexcept {
-    const Piece& first = open->pieces.front();
-    const Piece& last = open->pieces.back();
-    return place.header == last.offset + last.encodedSize && open->pieces.size() < MaxPieces &&
+  [[nodiscard]] bool FitsIntoOpen(const EntryPlace& place) const noexcept {
+    return place.header == open->pieces.back().place.end && open->pieces.size() < MaxPieces &&
            place.size <= BatchSize && openSize <= BatchSize - place.size &&
-           place.header - first.offset + encodedSize <= BatchSize;
+           place.end - open->pieces.front().GetBegin() <= BatchSize;
   }
 
-  void AddLong(std::size_t number) {
+  void AddLong(const Piece& piece) {
     Hand();
-    auto frames =
-        std::make_shared<const BlockReader::Frames>(BlockReader::FindBlocks(index, number));
+    const auto frames =
+        std::make_shared<const BlockReader::Frames>(BlockReader::FindBlocks(*input, piece.place));
     if (frames->empty()) {
       Task& task = GetFree(Task::Kind::Stream);
-      task.pieces.push_back({number, 0, 0, 0, false, {}});
+      task.pieces.push_back(piece);
       decoders.Put(task);
     }
     for (std::size_t block = 0; block < frames->size(); ++block) {
       Task& task = GetFree(Task::Kind::Block);
-      task.pieces.push_back({number, 0, 0, 0, false, {}});
+      task.pieces.push_back(piece);
       task.frames = frames;
       task.block = block;
       decoders.Put(task);
@@ -161,8 +212,7 @@ class ParallelReader::Pipeline final {
     Task& task = *free.back();
     free.pop_back();
     task.kind = kind;
-    task.index = &index;
-    task.input = &index.input;
+    task.input = input;
     return task;
   }
 
@@ -170,14 +220,14 @@ class ParallelReader::Pipeline final {
     for (const Piece& piece : task.pieces) {
       if (task.kind == Task::Kind::Block) {
         DeliverBlock(task, piece);
+        continue;
+      }
+      BeginEntry(piece);
+      if (piece.isGood) {
+        Write(piece.block.plain);
+        sink->End(piece.number, nullptr);
       } else {
-        sink->Begin(piece.number);
-        if (piece.isGood) {
-          Write(piece.block.plain);
-          sink->End(piece.number, nullptr);
-        } else {
-          Stream(piece.number, 0);
-        }
+        Stream(piece, 0);
       }
     }
     task.pieces.clear();
@@ -185,9 +235,14 @@ class ParallelReader::Pipeline final {
     free.push_back(&task);
   }
 
+  void BeginEntry(const Piece& piece) {
+    const auto entry = piece.entry ? piece.entry : index->GetEntry(piece.number);
+    sink->Begin(piece.number, *entry);
+  }
+
   void DeliverBlock(const Task& task, const Piece& piece) {
     if (task.block == 0) {
-      sink->Begin(piece.number);
+      BeginEntry(piece);
       delivered = 0;
       crc = 0;
       adler = 1;
@@ -196,7 +251,7 @@ class ParallelReader::Pipeline final {
     if (streamed) return;
     if (!piece.isGood) {
       streamed = true;
-      Stream(piece.number, delivered);
+      Stream(piece, delivered);
       return;
     }
     const auto size = static_cast<unsigned int>(piece.block.plain.size());
@@ -205,32 +260,31 @@ class ParallelReader::Pipeline final {
     crc = Common::IO::Codec::JoinCRC32(crc, piece.block.crc, size);
     adler = Common::IO::Codec::JoinAdler32(adler, piece.block.adler, size);
     if (task.block + 1 < task.frames->size()) return;
-    if (crc == index.GetPlace(piece.number).crc &&
-        adler == BlockReader::ReadSum(index, task.frames->back())) {
+    if (crc == piece.place.crc && adler == BlockReader::ReadSum(*input, task.frames->back())) {
       sink->End(piece.number, nullptr);
     } else {
-      Stream(piece.number, delivered);
+      Stream(piece, delivered);
     }
   }
 
   // Reads the entry as a stream, and delivers what comes behind `known` bytes of data. Failures of
   // the sink pass through.
-  void Stream(std::size_t number, unsigned __int64 known) {
+  void Stream(const Piece& piece, unsigned __int64 known) {
     if (!buffer) buffer = Vx::NewByteArray(StreamBufferSize);
-    Vx::IBinaryChannelRef channel;
+    std::optional<EntryStream> stream;
     for (unsigned int count = 1; count != 0;) {
       try {
-        if (!channel) channel = index.OpenEntry(number);
-        count = channel->Read(buffer.get(), StreamBufferSize, Vx::IBinaryChannel::ReadSome);
+        if (!stream) stream.emplace(*input, piece.place, piece.text);
+        count = stream->Read(buffer.get(), StreamBufferSize, Vx::IBinaryChannel::ReadSome);
       } catch (...) {
-        sink->End(number, std::current_exception());
+        sink->End(piece.number, std::current_exception());
         return;
       }
       const auto skipped = static_cast<unsigned int>(std::min<unsigned __int64>(known, count));
       Write({buffer.get() + skipped, count - skipped});
       known -= skipped;
     }
-    sink->End(number, nullptr);
+    sink->End(piece.number, nullptr);
   }
 
   void Write(std::string_view data) {
@@ -239,8 +293,10 @@ class ParallelReader::Pipeline final {
 
   static constexpr unsigned int StreamBufferSize = 0x10000;
 
-  const ArchiveIndex& index;
   const std::size_t maxTasks;
+  // Of the reading at work.
+  const RandomInput* input = nullptr;
+  const ArchiveIndex* index = nullptr;
   EntrySink* sink = nullptr;
   std::deque<Task, Vx::Allocator<Task>> tasks;
   std::vector<Task*, Vx::Allocator<Task*>> free;
@@ -257,21 +313,24 @@ class ParallelReader::Pipeline final {
   OrderedTasks<Task, Decoder> decoders;
 };
 
-ParallelReader::ParallelReader(const ArchiveIndex& index, unsigned int jobs)
-    : pipeline(Vx::New<Pipeline>(index, CheckedJobs(jobs))) {}
+ParallelReader::ParallelReader(unsigned int jobs)
+    : pipeline(Vx::New<Pipeline>(CheckedJobs(jobs))) {}
 
 ParallelReader::~ParallelReader() = default;
 
-void ParallelReader::Read(EntrySink& sink) {
-  pipeline->Begin(sink);
-  for (std::size_t number = 0; number < pipeline->GetEntryCount(); ++number) pipeline->Add(number);
-  pipeline->Finish();
+Common::IO::ArchiveEnd ParallelReader::Read(const RandomInput& archive, EntrySink& sink) {
+  return pipeline->Read(archive, sink);
 }
 
-void ParallelReader::Read(EntrySink& sink, std::span<const std::size_t> numbers) {
-  pipeline->Begin(sink);
-  for (const std::size_t number : numbers) pipeline->Add(number);
-  pipeline->Finish();
+void ParallelReader::Read(const ArchiveIndex& index, EntrySink& sink) {
+  std::vector<std::size_t, Vx::Allocator<std::size_t>> numbers(index.GetEntryCount());
+  std::iota(numbers.begin(), numbers.end(), std::size_t{0});
+  pipeline->Read(index, sink, numbers);
+}
+
+void ParallelReader::Read(const ArchiveIndex& index, EntrySink& sink,
+                          std::span<const std::size_t> numbers) {
+  pipeline->Read(index, sink, numbers);
 }
 
 }  // namespace Larkspan::Archive

@@ -15,8 +15,9 @@ class LARKSPAN_API EntrySink {
   EntrySink(const EntrySink&) = delete;
   EntrySink& operator=(const EntrySink&) = delete;
 
-  /// An entry begins.
-  virtual void Begin(std::size_t number) = 0;
+  /// An entry begins, the one of this number if they are counted from 0 on. Its sizes and CRC are
+  /// what its footer claims.
+  virtual void Begin(std::size_t number, const Common::IO::ArchiveEntry& entry) = 0;
   /// More of its data. Nothing of it is verified before the entry ends.
   virtual void Write(const char* data, unsigned int size) = 0;
   /// The entry ends. It is verified if `failure` is null; else that is what reading it as a stream
@@ -36,18 +37,21 @@ class LARKSPAN_API EntrySink {
 /// outlives the object.
 class LARKSPAN_API ParallelReader final {
  public:
-  /// `index` and its store outlive the reader. With one job no thread is started; where the system
-  /// refuses threads, there are fewer. Throws `Vx::IllegalArgumentException` for no job.
-  ParallelReader(const ArchiveIndex& index, unsigned int jobs);
+  /// With one job no thread is started; where the system refuses threads, there are fewer. Throws
+  /// `Vx::IllegalArgumentException` for no job.
+  explicit ParallelReader(unsigned int jobs);
   ParallelReader(const ParallelReader&) = delete;
   ParallelReader& operator=(const ParallelReader&) = delete;
   ~ParallelReader();
 
-  /// Reads all entries in the order of the archive. A damaged one doesn't end it. Throws what the
-  /// sink throws, and `Vx::OutOfMemoryException`; after that only destruction is left.
-  void Read(EntrySink& sink);
-  /// Reads the entries of these numbers in this order.
-  void Read(EntrySink& sink, std::span<const std::size_t> numbers);
+  /// Reads all entries in the order of the archive, in one pass that holds those at work alone, and
+  /// gives how the archive ends. A damaged entry doesn't end it. Throws what the sink and the store
+  /// throw, `Vx::OutOfMemoryException`, and, behind the last entry that can be found, what
+  /// `ArchiveIBinaryChannel` throws where it can't go on. After that only destruction is left.
+  Common::IO::ArchiveEnd Read(const RandomInput& archive, EntrySink& sink);
+  /// Reads all entries of an index, or those of these numbers in this order.
+  void Read(const ArchiveIndex& index, EntrySink& sink);
+  void Read(const ArchiveIndex& index, EntrySink& sink, std::span<const std::size_t> numbers);
 
  private:
   class Pipeline;

@@ -40,7 +40,10 @@ class MemoryStore final : public RandomInput {
 // The entries that come, each with its data or what it failed with.
 class Collector final : public EntrySink {
  public:
-  void Begin(std::size_t number) override { results.push_back(std::to_string(number) + ": "); }
+  void Begin(std::size_t number, const ArchiveEntry& entry) override {
+    EXPECT_FALSE(entry.GetName().IsEmpty());
+    results.push_back(std::to_string(number) + ": ");
+  }
   void Write(const char* data, unsigned int size) override { results.back().append(data, size); }
   void End(std::size_t number, const std::exception_ptr& failure) override {
     if (!failure) return;
@@ -78,7 +81,7 @@ std::string MakeArchive(std::vector<std::string>& data) {
 
 std::vector<std::string> ReadAll(const ArchiveIndex& index, unsigned int jobs) {
   Collector collector;
-  ParallelReader(index, jobs).Read(collector);
+  ParallelReader(jobs).Read(index, collector);
   return collector.results;
 }
 
@@ -118,7 +121,7 @@ TEST(ArchiveIndex, EntriesOpenByNumberAndNameFromSeveralThreads) {
   ExpectFailures({
       {[&] { static_cast<void>(index.GetEntry(42)); }, refusal},
       {[&] { static_cast<void>(index.OpenEntry(42)); }, refusal},
-      {[&] { ParallelReader(index, 0); },
+      {[&] { ParallelReader(0); },
        "IllegalArgumentException: Invalid number of jobs: number is 0."},
   });
 }
@@ -191,9 +194,21 @@ TEST(ParallelReader, WhatComesOutIsWhatStreamsGiveAlsoOfDamagedArchives) {
     }
     const MemoryStore store(damaged);
     std::optional<ArchiveIndex> index;
-    if (!FailureOf([&] { index.emplace(store); }).empty()) continue;
+    const std::string failure = FailureOf([&] { index.emplace(store); });
+    const auto readInOnePass = [&](unsigned int jobs) {
+      Collector collector;
+      EXPECT_EQ(FailureOf([&] { ParallelReader(jobs).Read(store, collector); }), failure);
+      return collector.results;
+    };
+    if (!index) {
+      EXPECT_TRUE(readInOnePass(1) == readInOnePass(8));
+      continue;
+    }
     const std::vector<std::string> expected = ReadOneByOne(*index);
-    for (const unsigned int jobs : {1U, 8U}) EXPECT_TRUE(ReadAll(*index, jobs) == expected);
+    for (const unsigned int jobs : {1U, 8U}) {
+      EXPECT_TRUE(ReadAll(*index, jobs) == expected);
+      EXPECT_TRUE(readInOnePass(jobs) == expected);
+    }
     if (round > 0) continue;
     for (std::size_t number = 0; number < data.size(); ++number) {
       EXPECT_TRUE(expected[number] == std::to_string(number) + ": " + data[number]);
