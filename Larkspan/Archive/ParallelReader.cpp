@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <deque>
-#include <numeric>
+#include <exception>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -93,79 +93,102 @@ class Decoder final {
 
 }  // namespace
 
-EntrySink::~EntrySink() = default;
-
 class ParallelReader::Pipeline final {
  public:
-  explicit Pipeline(unsigned int jobs)
-      : maxTasks(jobs < 2 ? 1 : 2 * std::size_t{jobs} + 2), decoders(jobs) {}
+  Pipeline(const RandomInput& archive, unsigned int jobs)
+      : input(archive), maxTasks(GetTaskCount(jobs)), decoders(jobs) {
+    walk.emplace(archive);
+  }
+  Pipeline(const ArchiveIndex& archiveIndex, unsigned int jobs, std::span<const std::size_t> wanted)
+      : input(archiveIndex.input),
+        index(&archiveIndex),
+        numbers(wanted.begin(), wanted.end()),
+        maxTasks(GetTaskCount(jobs)),
+        decoders(jobs) {}
 
-  Common::IO::ArchiveEnd Read(const RandomInput& archive, EntrySink& entrySink) {
-    Begin(archive, entrySink);
-    EntryWalk walk(archive);
-    for (std::size_t number = 0; GoOn(walk); ++number) {
-      FindEnd(walk, number);
-      Add({number, walk.GetPlace(), walk.GetEntry(), {}, 0, false, {}});
+  EntryRef Next() {
+    inEntry = false;
+    stream.reset();
+    if (current != nullptr) ++position;
+    while (TakeTask()) {
+      // The blocks that are left of an entry are passed over.
+      if (position == 0 && current->block == 0) return BeginEntry();
+      if (position > 0 && position < current->pieces.size()) return BeginEntry();
+      Release();
     }
-    Finish();
-    return walk.GetArchive().GetEnd();
+    if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
+    return {};
   }
 
-  void Read(const ArchiveIndex& archiveIndex, EntrySink& entrySink,
-            std::span<const std::size_t> numbers) {
-    Begin(archiveIndex.input, entrySink);
-    index = &archiveIndex;
-    for (const std::size_t number : numbers) {
-      const ArchiveIndex::Place& place = index->GetPlace(number);
-      Add({number, place, {}, index->GetText(place), 0, false, {}});
+  std::string_view ReadChunk() {
+    if (!inEntry) return {};
+    if (!stream) {
+      if (const std::string_view chunk = TakeDecoded(); !chunk.empty()) return chunk;
+      if (!inEntry) return {};
     }
-    Finish();
+    return ReadStream();
+  }
+
+  [[nodiscard]] Common::IO::ArchiveEnd GetEnd() const {
+    return walk ? walk->GetArchive().GetEnd() : index->GetEnd();
   }
 
  private:
-  void Begin(const RandomInput& archive, EntrySink& entrySink) noexcept {
-    input = &archive;
-    sink = &entrySink;
+  static std::size_t GetTaskCount(unsigned int jobs) noexcept {
+    return jobs < 2 ? 2 : 2 * std::size_t{jobs} + 2;
   }
 
-  // What was found before a failure is delivered before it.
-  bool GoOn(EntryWalk& walk) {
-    try {
-      return walk.Next(nullptr);
-    } catch (...) {
-      Finish();
-      throw;
+  // --- Planning: what goes to the threads.
+
+  // Puts tasks in as long as there is room for them.
+  void Plan() {
+    while (!planned && (!free.empty() || tasks.size() < maxTasks)) PlanNext();
+  }
+
+  void PlanNext() {
+    if (frames) {
+      PlanBlock();
+      return;
     }
-  }
-
-  void FindEnd(EntryWalk& walk, std::size_t number) {
-    try {
-      walk.FindEnd();
-    } catch (...) {
-      Finish();
-      // As far as it goes; no size is known.
-      EntryPlace place = walk.GetPlace();
-      place.size = ~0ULL;
-      sink->Begin(number, *walk.GetEntry());
-      Stream({number, place, walk.GetEntry(), {}, 0, false, {}}, 0);
-      throw;
-    }
-  }
-
-  void Add(const Piece& piece) {
-    if (piece.place.size <= BlockSize && piece.place.end - piece.GetBegin() <= MaxEncodedSize) {
-      AddShort(piece);
+    std::optional<Piece> piece = FindNext();
+    if (!piece) {
+      planned = true;
+      Hand();
+    } else if (piece->place.size <= BlockSize &&
+               piece->place.end - piece->GetBegin() <= MaxEncodedSize) {
+      PlanShort(*piece);
     } else {
-      AddLong(piece);
+      PlanLong(*piece);
     }
   }
 
-  void Finish() {
-    Hand();
-    while (!decoders.IsEmpty()) Deliver(decoders.Take());
+  // The next entry; none if there is no other. A failure waits until all before it has been read.
+  std::optional<Piece> FindNext() {
+    if (index != nullptr) {
+      if (found == numbers.size()) return std::nullopt;
+      const std::size_t number = numbers[found++];
+      const ArchiveIndex::Place& place = index->GetPlace(number);
+      return Piece{number, place, {}, index->GetText(place), 0, false, {}};
+    }
+    try {
+      if (failure || !walk->Next(nullptr)) return std::nullopt;
+    } catch (...) {
+      failure = std::current_exception();
+      return std::nullopt;
+    }
+    EntryPlace place = walk->GetPlace();
+    try {
+      walk->FindEnd();
+      place = walk->GetPlace();
+    } catch (...) {
+      failure = std::current_exception();
+      // The entry is read as far as it goes: nobody knows how far that is.
+      place.size = ~0ULL;
+    }
+    return Piece{found++, place, walk->GetEntry(), {}, 0, false, {}};
   }
 
-  void AddShort(const Piece& piece) {
+  void PlanShort(const Piece& piece) {
     if (open != nullptr && !FitsIntoOpen(piece.place)) Hand();
     if (open == nullptr) {
       open = &GetFree(Task::Kind::Entries);
@@ -182,22 +205,31 @@ class ParallelReader::Pipeline final {
            place.end - open->pieces.front().GetBegin() <= BatchSize;
   }
 
-  void AddLong(const Piece& piece) {
+  void PlanLong(const Piece& piece) {
     Hand();
-    const auto frames =
-        std::make_shared<const BlockReader::Frames>(BlockReader::FindBlocks(*input, piece.place));
-    if (frames->empty()) {
-      Task& task = GetFree(Task::Kind::Stream);
-      task.pieces.push_back(piece);
-      decoders.Put(task);
+    if (piece.place.end != 0) {
+      frames =
+          std::make_shared<const BlockReader::Frames>(BlockReader::FindBlocks(input, piece.place));
+      if (frames->empty()) frames.reset();
     }
-    for (std::size_t block = 0; block < frames->size(); ++block) {
-      Task& task = GetFree(Task::Kind::Block);
-      task.pieces.push_back(piece);
-      task.frames = frames;
-      task.block = block;
-      decoders.Put(task);
+    if (frames) {
+      blocks.emplace(piece);
+      nextBlock = 0;
+      PlanBlock();
+      return;
     }
+    Task& task = GetFree(Task::Kind::Stream);
+    task.pieces.push_back(piece);
+    decoders.Put(task);
+  }
+
+  void PlanBlock() {
+    Task& task = GetFree(Task::Kind::Block);
+    task.pieces.push_back(*blocks);
+    task.frames = frames;
+    task.block = nextBlock++;
+    if (nextBlock == frames->size()) frames.reset();
+    decoders.Put(task);
   }
 
   // The open task goes to a thread.
@@ -206,131 +238,153 @@ class ParallelReader::Pipeline final {
   }
 
   Task& GetFree(Task::Kind kind) {
-    while (Task* const done = decoders.TryTake()) Deliver(*done);
-    if (free.empty() && tasks.size() < maxTasks) free.push_back(&tasks.emplace_back());
-    if (free.empty()) Deliver(decoders.Take());
+    if (free.empty()) free.push_back(&tasks.emplace_back());
     Task& task = *free.back();
     free.pop_back();
+    task.input = &input;
     task.kind = kind;
-    task.input = input;
     return task;
   }
 
-  void Deliver(Task& task) {
-    for (const Piece& piece : task.pieces) {
-      if (task.kind == Task::Kind::Block) {
-        DeliverBlock(task, piece);
-        continue;
-      }
-      BeginEntry(piece);
-      if (piece.isGood) {
-        Write(piece.block.plain);
-        sink->End(piece.number, nullptr);
-      } else {
-        Stream(piece, 0);
-      }
-    }
-    task.pieces.clear();
-    task.frames.reset();
-    free.push_back(&task);
+  // --- Reading: what comes back from them.
+
+  // Sees to it that there is a current task, and puts in others to be done meanwhile. False if
+  // there are no more.
+  bool TakeTask() {
+    if (current != nullptr) return true;
+    Plan();
+    if (decoders.IsEmpty()) Hand();
+    if (decoders.IsEmpty()) return false;
+    current = &decoders.Take();
+    position = 0;
+    return true;
   }
 
-  void BeginEntry(const Piece& piece) {
-    const auto entry = piece.entry ? piece.entry : index->GetEntry(piece.number);
-    sink->Begin(piece.number, *entry);
+  void Release() {
+    current->pieces.clear();
+    current->frames.reset();
+    current->block = 0;
+    free.push_back(std::exchange(current, nullptr));
   }
 
-  void DeliverBlock(const Task& task, const Piece& piece) {
-    if (task.block == 0) {
-      BeginEntry(piece);
-      delivered = 0;
-      crc = 0;
-      adler = 1;
-      streamed = false;
+  EntryRef BeginEntry() {
+    const Piece& piece = current->pieces[position];
+    inEntry = true;
+    delivered = 0;
+    crc = 0;
+    adler = 1;
+    return piece.entry ? piece.entry : index->GetEntry(piece.number);
+  }
+
+  // Data that a thread has decoded. Empty at the end of the entry, and where it has to be read as a
+  // stream.
+  std::string_view TakeDecoded() {
+    if (current->kind == Task::Kind::Block && delivered != 0) {
+      if (current->block + 1 == current->frames->size()) return EndBlocks();
+      Release();
+      TakeTask();
+    } else if (delivered != 0 || (current->pieces[position].isGood &&
+                                  current->pieces[position].block.plain.empty())) {
+      inEntry = false;
+      return {};
     }
-    if (streamed) return;
+    const Piece& piece = current->pieces[position];
     if (!piece.isGood) {
-      streamed = true;
-      Stream(piece, delivered);
-      return;
+      BeginStream();
+      return {};
     }
     const auto size = static_cast<unsigned int>(piece.block.plain.size());
-    Write(piece.block.plain);
     delivered += size;
     crc = Common::IO::Codec::JoinCRC32(crc, piece.block.crc, size);
     adler = Common::IO::Codec::JoinAdler32(adler, piece.block.adler, size);
-    if (task.block + 1 < task.frames->size()) return;
-    if (crc == piece.place.crc && adler == BlockReader::ReadSum(*input, task.frames->back())) {
-      sink->End(piece.number, nullptr);
+    return piece.block.plain;
+  }
+
+  std::string_view EndBlocks() {
+    if (crc == current->pieces.front().place.crc &&
+        adler == BlockReader::ReadSum(input, current->frames->back())) {
+      inEntry = false;
     } else {
-      Stream(piece, delivered);
+      BeginStream();
     }
+    return {};
   }
 
-  // Reads the entry as a stream, and delivers what comes behind `known` bytes of data. Failures of
-  // the sink pass through.
-  void Stream(const Piece& piece, unsigned __int64 known) {
+  // What threads have delivered already is passed over.
+  void BeginStream() {
     if (!buffer) buffer = Vx::NewByteArray(StreamBufferSize);
-    std::optional<EntryStream> stream;
-    for (unsigned int count = 1; count != 0;) {
-      try {
-        if (!stream) stream.emplace(*input, piece.place, piece.text);
-        count = stream->Read(buffer.get(), StreamBufferSize, Vx::IBinaryChannel::ReadSome);
-      } catch (...) {
-        sink->End(piece.number, std::current_exception());
-        return;
+    stream.emplace(input, current->pieces[position].place, current->pieces[position].text);
+  }
+
+  std::string_view ReadStream() {
+    for (;;) {
+      const unsigned int count =
+          stream->Read(buffer.get(), StreamBufferSize, Vx::IBinaryChannel::ReadSome);
+      if (count == 0) {
+        inEntry = false;
+        return {};
       }
-      const auto skipped = static_cast<unsigned int>(std::min<unsigned __int64>(known, count));
-      Write({buffer.get() + skipped, count - skipped});
-      known -= skipped;
+      const auto skipped = static_cast<unsigned int>(std::min<unsigned __int64>(delivered, count));
+      delivered -= skipped;
+      if (skipped < count) return {buffer.get() + skipped, count - skipped};
     }
-    sink->End(piece.number, nullptr);
   }
 
-  void Write(std::string_view data) {
-    if (!data.empty()) sink->Write(data.data(), static_cast<unsigned int>(data.size()));
-  }
+  static constexpr unsigned int StreamBufferSize = 0x40000;
 
-  static constexpr unsigned int StreamBufferSize = 0x10000;
+  const RandomInput& input;
+  // What is read: all that a walk meets, or these numbers of an index.
+  std::optional<EntryWalk> walk;
+  const ArchiveIndex* index = nullptr;
+  std::vector<std::size_t, Vx::Allocator<std::size_t>> numbers;
+  std::size_t found = 0;
+  std::exception_ptr failure;
+  bool planned = false;
 
   const std::size_t maxTasks;
-  // Of the reading at work.
-  const RandomInput* input = nullptr;
-  const ArchiveIndex* index = nullptr;
-  EntrySink* sink = nullptr;
   std::deque<Task, Vx::Allocator<Task>> tasks;
   std::vector<Task*, Vx::Allocator<Task*>> free;
   // Where short entries gather, and the size of their data.
   Task* open = nullptr;
   unsigned int openSize = 0;
-  // Of the entry whose blocks are being delivered.
+  // The entry whose blocks are put in one by one.
+  std::shared_ptr<const BlockReader::Frames> frames;
+  std::optional<Piece> blocks;
+  std::size_t nextBlock = 0;
+
+  // The task and the piece of it that are being read, and what is known of the entry so far.
+  Task* current = nullptr;
+  std::size_t position = 0;
+  bool inEntry = false;
   unsigned __int64 delivered = 0;
   unsigned int crc = 0;
   unsigned int adler = 1;
-  bool streamed = false;
+  std::optional<EntryStream> stream;
   Vx::ByteArray buffer;
+
   // Last, since its threads work on the tasks.
   OrderedTasks<Task, Decoder> decoders;
 };
 
-ParallelReader::ParallelReader(unsigned int jobs)
-    : pipeline(Vx::New<Pipeline>(CheckedJobs(jobs))) {}
+ParallelReader::ParallelReader(const RandomInput& archive, unsigned int jobs)
+    : pipeline(Vx::New<Pipeline>(archive, CheckedJobs(jobs))) {}
+
+ParallelReader::ParallelReader(const ArchiveIndex& index, unsigned int jobs,
+                               std::span<const std::size_t> numbers)
+    : pipeline(Vx::New<Pipeline>(index, CheckedJobs(jobs), numbers)) {}
 
 ParallelReader::~ParallelReader() = default;
 
-Common::IO::ArchiveEnd ParallelReader::Read(const RandomInput& archive, EntrySink& sink) {
-  return pipeline->Read(archive, sink);
+ParallelReader::EntryRef ParallelReader::Next() {
+  return pipeline->Next();
 }
 
-void ParallelReader::Read(const ArchiveIndex& index, EntrySink& sink) {
-  std::vector<std::size_t, Vx::Allocator<std::size_t>> numbers(index.GetEntryCount());
-  std::iota(numbers.begin(), numbers.end(), std::size_t{0});
-  pipeline->Read(index, sink, numbers);
+std::string_view ParallelReader::ReadChunk() {
+  return pipeline->ReadChunk();
 }
 
-void ParallelReader::Read(const ArchiveIndex& index, EntrySink& sink,
-                          std::span<const std::size_t> numbers) {
-  pipeline->Read(index, sink, numbers);
+Common::IO::ArchiveEnd ParallelReader::GetEnd() const {
+  return pipeline->GetEnd();
 }
 
 }  // namespace Larkspan::Archive

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <numeric>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,21 +40,19 @@ class MemoryStore final : public RandomInput {
 };
 
 // The entries that come, each with its data or what it failed with.
-class Collector final : public EntrySink {
- public:
-  void Begin(std::size_t number, const ArchiveEntry& entry) override {
-    EXPECT_FALSE(entry.GetName().IsEmpty());
-    results.push_back(std::to_string(number) + ": ");
-  }
-  void Write(const char* data, unsigned int size) override { results.back().append(data, size); }
-  void End(std::size_t number, const std::exception_ptr& failure) override {
-    if (!failure) return;
-    results.back() =
-        std::to_string(number) + " failed: " + FailureOf([&] { std::rethrow_exception(failure); });
-  }
-
+std::vector<std::string> Collect(ParallelReader& reader) {
   std::vector<std::string> results;
-};
+  while (const auto entry = reader.Next()) {
+    std::string text = entry->GetName().ToUTF8() + ": ";
+    const std::string failure = FailureOf([&] {
+      for (auto chunk = reader.ReadChunk(); !chunk.empty(); chunk = reader.ReadChunk()) {
+        text += chunk;
+      }
+    });
+    results.push_back(failure.empty() ? text : entry->GetName().ToUTF8() + " failed: " + failure);
+  }
+  return results;
+}
 
 // Short entries, a long one of blocks and a long one of a single stream, sealed.
 std::string MakeArchive(std::vector<std::string>& data) {
@@ -79,20 +79,25 @@ std::string MakeArchive(std::vector<std::string>& data) {
   return sink.content;
 }
 
+std::vector<std::size_t> AllNumbers(const ArchiveIndex& index) {
+  std::vector<std::size_t> numbers(index.GetEntryCount());
+  std::iota(numbers.begin(), numbers.end(), 0U);
+  return numbers;
+}
+
 std::vector<std::string> ReadAll(const ArchiveIndex& index, unsigned int jobs) {
-  Collector collector;
-  ParallelReader(jobs).Read(index, collector);
-  return collector.results;
+  ParallelReader reader(index, jobs, AllNumbers(index));
+  return Collect(reader);
 }
 
 // The same by one channel after the other.
 std::vector<std::string> ReadOneByOne(const ArchiveIndex& index) {
   std::vector<std::string> results;
-  for (std::size_t number = 0; number < index.GetEntryCount(); ++number) {
-    std::string text = std::to_string(number) + ": ";
-    const std::string failure =
-        FailureOf([&] { text += ReadRest(*index.OpenEntry(number), 5000); });
-    results.push_back(failure.empty() ? text : std::to_string(number) + " failed: " + failure);
+  for (const std::size_t number : AllNumbers(index)) {
+    const std::string name = index.GetName(number).ToUTF8();
+    std::string data;
+    const std::string failure = FailureOf([&] { data = ReadRest(*index.OpenEntry(number), 5000); });
+    results.push_back(failure.empty() ? name + ": " + data : name + " failed: " + failure);
   }
   return results;
 }
@@ -121,7 +126,7 @@ TEST(ArchiveIndex, EntriesOpenByNumberAndNameFromSeveralThreads) {
   ExpectFailures({
       {[&] { static_cast<void>(index.GetEntry(42)); }, refusal},
       {[&] { static_cast<void>(index.OpenEntry(42)); }, refusal},
-      {[&] { ParallelReader(0); },
+      {[&] { ParallelReader(store, 0); },
        "IllegalArgumentException: Invalid number of jobs: number is 0."},
   });
 }
@@ -196,9 +201,11 @@ TEST(ParallelReader, WhatComesOutIsWhatStreamsGiveAlsoOfDamagedArchives) {
     std::optional<ArchiveIndex> index;
     const std::string failure = FailureOf([&] { index.emplace(store); });
     const auto readInOnePass = [&](unsigned int jobs) {
-      Collector collector;
-      EXPECT_EQ(FailureOf([&] { ParallelReader(jobs).Read(store, collector); }), failure);
-      return collector.results;
+      ParallelReader reader(store, jobs);
+      std::vector<std::string> results;
+      EXPECT_EQ(FailureOf([&] { results = Collect(reader); }), failure);
+      EXPECT_TRUE(!index || reader.GetEnd() == index->GetEnd());
+      return results;
     };
     if (!index) {
       EXPECT_TRUE(readInOnePass(1) == readInOnePass(8));
@@ -211,8 +218,26 @@ TEST(ParallelReader, WhatComesOutIsWhatStreamsGiveAlsoOfDamagedArchives) {
     }
     if (round > 0) continue;
     for (std::size_t number = 0; number < data.size(); ++number) {
-      EXPECT_TRUE(expected[number] == std::to_string(number) + ": " + data[number]);
+      EXPECT_TRUE(expected[number].ends_with(": " + data[number])) << number;
     }
+  }
+}
+
+TEST(ParallelReader, WhatIsNotWantedIsPassedOver) {
+  std::vector<std::string> data;
+  const MemoryStore store(MakeArchive(data));
+  const ArchiveIndex index(store);
+  const std::vector<std::size_t> numbers = {41, 3, 40, 3, 0, 40};
+  for (const unsigned int jobs : {1U, 2U}) {
+    ParallelReader reader(index, jobs, numbers);
+    for (std::size_t turn = 0; turn < numbers.size(); ++turn) {
+      ASSERT_TRUE(reader.Next());
+      // Of every second one, the beginning; of the others, all.
+      std::string read(reader.ReadChunk());
+      while (turn % 2 == 0 && read.size() < data[numbers[turn]].size()) read += reader.ReadChunk();
+      EXPECT_TRUE(data[numbers[turn]].starts_with(read));
+    }
+    EXPECT_FALSE(reader.Next());
   }
 }
 
