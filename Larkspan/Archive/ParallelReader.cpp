@@ -95,8 +95,11 @@ class Decoder final {
 
 class ParallelReader::Pipeline final {
  public:
-  Pipeline(const RandomInput& archive, unsigned int jobs)
-      : input(archive), maxTasks(GetTaskCount(jobs)), decoders(jobs) {
+  Pipeline(const RandomInput& archive, unsigned int jobs, Choose&& chooseEntry)
+      : input(archive),
+        choose(std::move(chooseEntry)),
+        maxTasks(GetTaskCount(jobs)),
+        decoders(jobs) {
     walk.emplace(archive);
   }
   Pipeline(const ArchiveIndex& archiveIndex, unsigned int jobs, std::span<const std::size_t> wanted)
@@ -170,8 +173,13 @@ class ParallelReader::Pipeline final {
       const ArchiveIndex::Place& place = index->GetPlace(number);
       return Piece{number, place, {}, index->GetText(place), 0, false, {}};
     }
+    Choice choice = Choice::Take;
     try {
-      if (failure || !walk->Next(nullptr)) return std::nullopt;
+      do {
+        if (failure || choice == Choice::Stop || !walk->Next(nullptr)) return std::nullopt;
+        if (choose) choice = choose(*walk->GetEntry());
+        if (choice == Choice::Pass) walk->FindEnd();
+      } while (choice != Choice::Take);
     } catch (...) {
       failure = std::current_exception();
       return std::nullopt;
@@ -335,6 +343,7 @@ class ParallelReader::Pipeline final {
   const RandomInput& input;
   // What is read: all that a walk meets, or these numbers of an index.
   std::optional<EntryWalk> walk;
+  const Choose choose;
   const ArchiveIndex* index = nullptr;
   std::vector<std::size_t, Vx::Allocator<std::size_t>> numbers;
   std::size_t found = 0;
@@ -366,8 +375,8 @@ class ParallelReader::Pipeline final {
   OrderedTasks<Task, Decoder> decoders;
 };
 
-ParallelReader::ParallelReader(const RandomInput& archive, unsigned int jobs)
-    : pipeline(Vx::New<Pipeline>(archive, CheckedJobs(jobs))) {}
+ParallelReader::ParallelReader(const RandomInput& archive, unsigned int jobs, Choose choose)
+    : pipeline(Vx::New<Pipeline>(archive, CheckedJobs(jobs), std::move(choose))) {}
 
 ParallelReader::ParallelReader(const ArchiveIndex& index, unsigned int jobs,
                                std::span<const std::size_t> numbers)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -22,10 +23,21 @@ class LARKSPAN_API ParallelReader final {
  public:
   using EntryRef = ArchiveIndex::EntryRef;
 
+  /// What becomes of an entry that a reader meets.
+  enum class Choice {
+    Take,
+    Pass,  ///< it is hopped over, and neither decoded nor given out
+    Stop,  ///< the same, and all that is behind it too
+  };
+  using Choose = std::function<Choice(const Common::IO::ArchiveEntry&)>;
+
   /// For all entries in the order of the archive, found in one pass. With one job no thread is
   /// started; where the system refuses threads, there are fewer. The store outlives the reader.
   /// Throws `Vx::IllegalArgumentException` for no job, and `Vx::OutOfMemoryException`.
-  ParallelReader(const RandomInput& archive, unsigned int jobs);
+  ///
+  /// `choose`, if given, is asked for each entry before its sizes are known, on the caller's thread
+  /// and some entries ahead of `Next`.
+  ParallelReader(const RandomInput& archive, unsigned int jobs, Choose choose = {});
   /// For the entries of these numbers in this order. Index and store outlive the reader.
   ParallelReader(const ArchiveIndex& archiveIndex, unsigned int jobs,
                  std::span<const std::size_t> numbers);

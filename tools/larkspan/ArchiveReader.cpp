@@ -45,8 +45,14 @@ void ArchiveReader::EndEntry() {
   current.Reset();
 }
 
-ArchiveReader::ArchiveReader(const std::string& argument, Console& messages)
-    : console(messages), source(argument), channel(source), buffer(Vx::NewByteArray(ChunkSize)) {
+ArchiveReader::ArchiveReader(const std::string& argument, Console& messages, unsigned int jobCount,
+                             Choose choose)
+    : console(messages),
+      source(argument),
+      channel(source),
+      jobs(jobCount),
+      chooseEntry(std::move(choose)),
+      buffer(Vx::NewByteArray(ChunkSize)) {
   const unsigned int reserved = Guard([this] { return channel.GetReservedHeaderSize(); });
   CheckHeaderSize(GetSubject(), source.GetPosition(), reserved, console);
   ReportHeaderCheck(GetSubject(), channel.GetEnd(), console);
@@ -72,36 +78,52 @@ void ArchiveReader::LookAhead(const std::function<void(const Vx::UniString&)>& l
 
 ArchiveReader::EntryRef ArchiveReader::Next() {
   Verify();
+  CheckInterruption();
   EntryRef entry =
-      PresentFailures([this] { return channel.GetNextEntry(); },
+      PresentFailures([this] { return FindNext(); },
                       [this](const VxException& reason) { return FailToGoOn(previous, reason); });
   current = entry;
   if (current) {
     console.GetProgress().AdvanceItem();
   } else {
-    ReportEnd(GetSubject(), channel.GetEnd(), console);
+    ReportEnd(GetSubject(), GetEnd(), console);
   }
   return entry;
 }
 
+ArchiveReader::EntryRef ArchiveReader::FindNext() {
+  if (!parallel && jobs != 0 && source.IsWholeFile()) parallel.emplace(source, jobs, chooseEntry);
+  if (parallel) return parallel->Next();
+  for (EntryRef entry = channel.GetNextEntry(); entry; entry = channel.GetNextEntry()) {
+    const Choice choice = chooseEntry ? chooseEntry(*entry) : Choice::Take;
+    if (choice == Choice::Take) return entry;
+    if (choice == Choice::Stop) break;
+    channel.LeaveEntry();
+  }
+  return {};
+}
+
 std::string_view ArchiveReader::ReadChunk() {
   CheckInterruption();  // a little input can make a lot of data
-  const unsigned int size =
-      Guard([this] { return channel.Read(buffer.get(), ChunkSize, Vx::IBinaryChannel::ReadAll); });
-  console.GetProgress().Advance(size);
-  return std::string_view(buffer.get(), size);
+  const std::string_view chunk = Guard([this]() -> std::string_view {
+    if (parallel) return parallel->ReadChunk();
+    return {buffer.get(), channel.Read(buffer.get(), ChunkSize, Vx::IBinaryChannel::ReadAll)};
+  });
+  console.GetProgress().Advance(static_cast<unsigned int>(chunk.size()));
+  return chunk;
 }
 
 void ArchiveReader::Verify() {
   if (!current) return;
   while (!ReadChunk().empty()) {
   }
-  Guard([this] { channel.CloseEntry(); });
+  if (!parallel) Guard([this] { channel.CloseEntry(); });
   EndEntry();
 }
 
 void ArchiveReader::Leave() {
   if (!current) return;
+  if (parallel) return EndEntry();
   PresentFailures([this] { channel.LeaveEntry(); },
                   [this](const VxException& reason) {
                     return FailToGoOn(ToPrintable(current->GetName().GetView()), reason);

@@ -19,7 +19,8 @@ namespace {
 
 ArchiveSource::ArchiveSource(const std::string& argument)
     : subject(argument == "-" ? "standard input" : ToPrintable(argument)),
-      file(MakeFile(argument)) {
+      file(MakeFile(argument)),
+      isNamed(argument != "-") {
   EndWhereBlocked();  // a file's name may be a pipe's
   if (argument == "-" && ::IO::IsTerminal(::IO::StandardStream::Input)) {
     throw Failure(ExitCode::WrongUsage, subject, "no archive comes from a terminal");
@@ -27,6 +28,7 @@ ArchiveSource::ArchiveSource(const std::string& argument)
   if (file.IsOpen()) return;
   const int status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
   if (status != 0) throw SystemFailure(subject, "can't be opened", status);
+  fileSize = GetAvailable();
 }
 
 ArchiveSource::~ArchiveSource() = default;
@@ -36,6 +38,14 @@ unsigned int ArchiveSource::Read(char* buffer, unsigned int size, ReadSomeModeSe
   unsigned int delivered = 0;
   Check(file.ReadBin(buffer, size, &delivered));
   position += delivered;
+  return delivered;
+}
+
+// On any thread: an interruption is seen by the one that waits for the data.
+unsigned int ArchiveSource::ReadAt(unsigned __int64 offset, char* buffer,
+                                   unsigned int count) const {
+  unsigned int delivered = 0;
+  Check(file.ReadAt(offset, buffer, count, &delivered));
   return delivered;
 }
 

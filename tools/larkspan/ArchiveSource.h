@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "Larkspan/Archive/RandomInput.h"
 #include "foundation/IO/File.h"
 #include "foundation/Vx/IBinaryChannel.h"
 #include "foundation/Vx/PeekableInput.h"
@@ -12,8 +13,9 @@ namespace Tool {
 
 /// The bytes of an archive, from a file or the standard input. What the system refuses is thrown
 /// as `Failure`, which no channel above takes for the end of the input; an interruption as
-/// `Interrupted`.
+/// `Interrupted`. A file can also be read at any place.
 class ArchiveSource final : public Vx::IBinaryChannel,
+                            public Larkspan::Archive::RandomInput,
                             public Vx::PeekableInput,
                             public Vx::SkippableInput {
  public:
@@ -42,11 +44,19 @@ class ArchiveSource final : public Vx::IBinaryChannel,
   [[nodiscard]] bool CanSkip() const noexcept override { return file.IsRegular(); }
   [[nodiscard]] unsigned __int64 Skip(unsigned __int64 size) override;
 
+  /// Whether the archive is a file, and read from its beginning on.
+  [[nodiscard]] bool IsWholeFile() const noexcept { return isNamed && file.IsRegular(); }
+  [[nodiscard]] unsigned __int64 GetSize() const noexcept override { return fileSize; }
+  [[nodiscard]] unsigned int ReadAt(unsigned __int64 offset, char* buffer,
+                                    unsigned int count) const override;
+
  private:
   void Check(int status) const;
 
   const std::string subject;
   ::IO::File file;
+  const bool isNamed;
+  unsigned __int64 fileSize = 0;
   unsigned __int64 position = 0;
 };
 

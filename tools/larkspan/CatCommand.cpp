@@ -1,5 +1,6 @@
 #include "tools/larkspan/CatCommand.h"
 
+#include "foundation/IO/Processors.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/NameSelection.h"
 #include "tools/larkspan/OutputChannel.h"
@@ -9,12 +10,15 @@ namespace Tool {
 void RunCat(const CatOptions& options, Console& console) {
   if (::IO::IsTerminal(::IO::StandardStream::Output)) console.GetProgress().Disable();
   NameSelection selection(options.entries);
-  ArchiveReader reader(options.archive, console);
+  using Choice = ArchiveReader::Choice;
+  ArchiveReader reader(options.archive, console, ::IO::GetProcessorCount(),
+                       [&selection](const Archive::ArchiveEntry& entry) {
+                         if (selection.AreAllMet()) return Choice::Stop;
+                         return selection.TakeOnce(entry.GetName()) ? Choice::Take : Choice::Pass;
+                       });
   StandardOutput output;
-  while (!selection.AreAllMet()) {
-    const ArchiveReader::EntryRef entry = reader.Next();
-    if (!entry) break;
-    if (!selection.TakeOnce(entry->GetName())) continue;
+  // Entries may be chosen ahead of those that are read.
+  while ((reader.IsAhead() || !selection.AreAllMet()) && reader.Next()) {
     for (auto chunk = reader.ReadChunk(); !chunk.empty(); chunk = reader.ReadChunk()) {
       output.Print(chunk);
     }

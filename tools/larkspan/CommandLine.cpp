@@ -50,7 +50,8 @@ Examples:
 
 constexpr const char* ListHelp =
     R"(Control characters and bytes that are not UTF-8 are shown as \xHH. Empty folders end with /.
--l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name.
+-l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name. The data is
+not read: sizes and CRC-32 are what the archive says of them, which "larkspan verify" proves.
 
 Examples:
   larkspan list docs.lsa
@@ -102,7 +103,10 @@ Examples:
   larkspan headers set docs.lsa owner=ada state=final
   larkspan headers clear docs.lsa state)";
 
-constexpr const char* InfoHelp = R"(Examples:
+constexpr const char* InfoHelp =
+    R"(The data is not read: sizes are what the archive says of them, which "larkspan verify" proves.
+
+Examples:
   larkspan info docs.lsa)";
 
 // The parser takes an argument in brackets for a list, and loses sight of "--" behind the first of
@@ -171,6 +175,10 @@ class Command final {
     });
     return *this;
   }
+  Command& Between(int least, int most) {
+    last->check(CLI::Range(least, most).description(""));
+    return *this;
+  }
   Command& AtMost(int count) {
     last->expected(0, count);
     return *this;
@@ -183,6 +191,8 @@ class Command final {
 };
 
 constexpr const char* ArchiveText = "The archive; - is standard input";
+constexpr int MaxJobs = 256;
+constexpr const char* JobsText = "Threads at work; by default as many as there are processors";
 
 void AddCreate(CLI::App& app, Request& request) {
   using Larkspan::Common::IO::DefaultReservedHeaderSize;
@@ -214,6 +224,8 @@ void AddReaders(CLI::App& app, Request& request) {
       .Required();
   Command<VerifyOptions>(app, request, "verify", "Check the data of all entries", VerifyHelp,
                          RunVerify)
+      .Add("-j,--jobs", &VerifyOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
       .Add("ARCHIVE", &VerifyOptions::archives, "The archives; - is standard input")
       .Required();
   Command<CatOptions>(app, request, "cat", "Send entries to standard output", CatHelp, RunCat)
@@ -229,6 +241,8 @@ void AddReaders(CLI::App& app, Request& request) {
 void AddExtract(CLI::App& app, Request& request) {
   Command<ExtractOptions>(app, request, "extract", "Write entries as files", ExtractHelp,
                           RunExtract)
+      .Add("-j,--jobs", &ExtractOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
       .Add("-C,--directory", &ExtractOptions::folder, "The target folder, made if missing", "DIR")
       .Add("--overwrite", &ExtractOptions::overwrite,
            "What becomes of files that exist: fail (the default), skip or always", "HOW")

@@ -61,7 +61,11 @@ class Extraction final {
       : options(given),
         console(messages),
         selection(given.names),
-        reader(given.archive, messages),
+        reader(given.archive, messages, given.jobs,
+               [this](const ArchiveEntry& entry) {
+                 return IsWanted(entry.GetName()) ? ArchiveReader::Choice::Take
+                                                  : ArchiveReader::Choice::Pass;
+               }),
         target(LocationFromArgument(given.folder.empty() ? "." : given.folder),
                given.sync ? TargetTree::Sync::Yes : TargetTree::Sync::No),
         bytesLeft(given.maxSize) {}
@@ -170,7 +174,7 @@ class Extraction final {
 
   void ExtractOrLeave(const ArchiveEntry& entry) {
     const bool good = GoOnIfBad([&] {
-      if (IsWanted(entry.GetName())) Extract(entry);
+      Extract(entry);
       reader.Verify();
     });
     if (!good) reader.Leave();

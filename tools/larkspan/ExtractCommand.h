@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/IO/Processors.h"
 #include "foundation/Vx/Types.h"
 #include "tools/larkspan/Console.h"
 
@@ -15,6 +16,7 @@ struct ExtractOptions {
   std::string folder;              // the target; empty for the current one
   std::string overwrite = "fail";  // or "skip", "always"
   unsigned __int64 maxSize = std::numeric_limits<unsigned __int64>::max();  // of all files together
+  unsigned int jobs = ::IO::GetProcessorCount();
   bool keepGoing = false;
   bool sync = false;
 };

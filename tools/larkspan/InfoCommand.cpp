@@ -24,8 +24,7 @@ std::string FormatRatio(const Totals& totals) {
   return text;
 }
 
-void PrintTotals(const ArchiveReader& reader, const Totals& totals, bool verified,
-                 StandardOutput& output) {
+void PrintTotals(const ArchiveReader& reader, const Totals& totals, StandardOutput& output) {
   const Archive::ArchiveEnd end = reader.GetArchive().GetEnd();
   const bool headerWrong = end.headerCheck == Archive::ArchiveEnd::HeaderCheck::Wrong;
   const auto print = [&output](const char* name, const std::string& value) {
@@ -39,7 +38,6 @@ void PrintTotals(const ArchiveReader& reader, const Totals& totals, bool verifie
   print("ratio", FormatRatio(totals));
   print("bytes read", std::to_string(reader.GetPosition()));
   print("seal", std::string(DescribeSeal(end)) + (headerWrong ? ", header not as written" : ""));
-  print("verified", verified ? "yes" : "no");
   output.Flush();
 }
 
@@ -51,17 +49,17 @@ void RunInfo(const InfoOptions& options, Console& console) {
   Totals totals;
   try {
     for (auto entry = reader.Next(); entry; entry = reader.Next()) {
-      reader.Verify();
+      reader.Leave();
       ++totals.entries;
       totals.size += entry->GetSize();
       totals.archivedSize += entry->GetArchivedSize();
     }
   } catch (const Failure&) {
-    PrintTotals(reader, totals, false, output);
+    PrintTotals(reader, totals, output);
     throw;
   }
   console.GetProgress().Clear();
-  PrintTotals(reader, totals, IsWhole(reader.GetArchive().GetEnd()), output);
+  PrintTotals(reader, totals, output);
 }
 
 }  // namespace Tool

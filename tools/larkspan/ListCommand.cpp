@@ -57,7 +57,7 @@ void RunList(const ListOptions& options, Console& console) {
     ArchiveReader reader(options.archive, console);
     ListFolders(reader, options.longForm, output);
     for (auto entry = reader.Next(); entry; entry = reader.Next()) {
-      reader.Verify();
+      reader.Leave();
       const std::string facts = options.longForm ? FormatFacts(*entry) : std::string();
       output.Print(facts + ToPrintable(entry->GetName().GetView()) + "\n");
     }

@@ -15,8 +15,9 @@ std::string Count(unsigned __int64 number, const char* one, const char* many) {
 // One archive, of which a damaged entry doesn't hide those behind it.
 class Verification final {
  public:
-  Verification(const std::string& archive, StandardOutput& results, Console& messages)
-      : output(results), console(messages), reader(archive, messages) {}
+  Verification(const std::string& archive, unsigned int jobs, StandardOutput& results,
+               Console& messages)
+      : output(results), console(messages), reader(archive, messages, jobs) {}
 
   void Run() {
     for (auto entry = reader.Next(); entry; entry = reader.Next()) {
@@ -43,7 +44,7 @@ class Verification final {
   }
 
   [[nodiscard]] std::string Describe() const {
-    const Archive::ArchiveEnd end = reader.GetArchive().GetEnd();
+    const Archive::ArchiveEnd end = reader.GetEnd();
     std::string text = damaged == 0 && IsWhole(end) ? "ok (" : "not ok (";
     text += Count(entries, "entry", "entries");
     if (damaged > 0) text += ", " + std::to_string(damaged) + " of them damaged";
@@ -64,7 +65,7 @@ void RunVerify(const VerifyOptions& options, Console& console) {
   StandardOutput output;
   for (const std::string& archive : options.archives) {
     try {
-      Verification(archive, output, console).Run();
+      Verification(archive, options.jobs, output, console).Run();
     } catch (const Failure& failure) {
       output.Flush();
       console.Report(failure);
