@@ -274,4 +274,28 @@ int File::SetOwner(const Attributes& attributes) noexcept {
   return Posix::FileStatus(Posix::WriteOwner(descriptor, attributes));
 }
 
+int File::TakeAccess(const Attributes& attributes, bool* all) noexcept {
+  constexpr unsigned int permissionBits = 0777;
+  constexpr unsigned int ownerBits = 0700;
+  constexpr unsigned int everybodyBits = 0007;
+  *all = SetOwner(attributes) == 0;
+  Attributes made;
+  if (const int failure = GetAttributes(&made); failure != 0) return failure;
+  Attributes wanted = attributes;
+  wanted.mode &= permissionBits;
+  const unsigned int mode = wanted.mode;
+  if (made.group != attributes.group) {
+    // Members of the old group are others now, and the new group is made of others.
+    const unsigned int everybody = mode & (mode >> 3U) & everybodyBits;
+    wanted.mode = (mode & ownerBits) | everybody << 3U | everybody;
+  }
+  const int result = SetAttributes(wanted);
+  if (const int failure = GetAttributes(&made); failure != 0) return failure;
+  *all =
+      *all && made.owner == attributes.owner && made.group == attributes.group && made.mode == mode;
+  // A file system that keeps no modes refuses to set them, and gives every file the same.
+  if ((made.mode & ~mode) == 0) return StatusSuccess;
+  return result != 0 ? result : StatusAccessDenied;
+}
+
 }  // namespace IO

@@ -111,6 +111,10 @@ class FOUNDATION_API File final {
   /// may have the group all the same. Others may lose permissions that the mode gave them: set the
   /// owner first.
   [[nodiscard]] int SetOwner(const Attributes& attributes) noexcept;
+  /// Gives the open file owner, group, permissions (the lower nine bits of the mode) and time of
+  /// one that it replaces, as far as the system lets it; `all` tells whether it did. Nobody gets a
+  /// permission that `attributes` doesn't give: where the system doesn't let it, this fails.
+  [[nodiscard]] int TakeAccess(const Attributes& attributes, bool* all) noexcept;
 
  private:
   friend class Folder;

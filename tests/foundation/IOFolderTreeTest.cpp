@@ -133,6 +133,18 @@ TEST_P(IONewFile, LeavesNothingBehindUnlessItIsComplete) {
     }
   }
   EXPECT_TRUE(folder.GetNames().empty());
+  const auto canBeMade = [this] {
+    return NewFile(opened, NewFile::Access::Private).GetStatus() == IO::StatusSuccess;
+  };
+  for (const int failure : {EWOULDBLOCK, ENOLCK}) {
+    const FileFault noLocks(CallLock, failure);
+    EXPECT_EQ(canBeMade(), GetParam() == 0);
+    EXPECT_TRUE(folder.GetNames().empty());
+  }
+  // Nothing can be known of a file.
+  static_cast<void>(
+      RunWithoutSystemCall(SYS_newfstatat, [&] { return canBeMade() == (GetParam() == 0); }));
+  EXPECT_TRUE(folder.GetNames().empty());
 }
 
 TEST_P(IONewFile, RemovesWhatDeadProcessesLeftAndNothingElse) {

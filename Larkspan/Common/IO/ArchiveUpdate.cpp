@@ -27,11 +27,6 @@ constexpr unsigned int CopyStepSize = 0x8000;
 // The largest room that is built in memory, and written by one call.
 constexpr unsigned int BlockSize = 0x100000;
 
-// Of a file's mode; the bits above them give rights that a copy must not have.
-constexpr unsigned int PermissionBits = 0777;
-constexpr unsigned int OwnerBits = 0700;
-constexpr unsigned int EverybodyBits = 0007;
-
 [[noreturn]] void Fail(const char* message, unsigned int line) {
   throw ArchiveException(message, __FILE__, line);
 }
@@ -168,21 +163,13 @@ void RemoveFrom(const ::IO::Location& location, const ::IO::File& file) {
 // the system let it have all of owner, group and permissions; it never has wider ones.
 bool KeepOwner(const ::IO::File& archive, ::IO::File& copy) {
   ::IO::Attributes old;
-  ::IO::Attributes made;
-  static_cast<void>(archive.GetAttributes(&old) == 0 && copy.SetOwner(old) == 0);
-  int status = copy.GetAttributes(&made);
-  old.mode &= PermissionBits;
-  ::IO::Attributes wanted = old;
-  if (made.group != old.group) {
-    // Members of the old group are others now, and the new group is made of others.
-    const unsigned int all = old.mode & (old.mode >> 3U) & EverybodyBits;
-    wanted.mode = (old.mode & OwnerBits) | all << 3U | all;
-  }
-  if (status == 0) status = copy.SetAttributes(wanted);
-  if (copy.GetAttributes(&made) != 0 || (made.mode & ~old.mode) != 0) {
+  bool kept = false;
+  int status = archive.GetAttributes(&old);
+  if (status == 0) status = copy.TakeAccess(old, &kept);
+  if (status != 0) {
     Fail("Failed to update archive file: failed to keep its permissions.", copy, status, __LINE__);
   }
-  return made.owner == old.owner && made.group == old.group && made.mode == old.mode;
+  return kept;
 }
 
 void CopyEntry(ArchiveIBinaryChannel& source, const ArchiveEntry& entry,

@@ -85,12 +85,13 @@ int MakeWithName(int folder, mode_t mode, int* descriptor, Vx::String& name) {
     Descriptor file;
     error = OpenFileIn(folder, chosen, Access::WriteNew, &file.value);
     if (error != 0) continue;
-    if (TryLock(file.value) != 0 || !LeadsTo(folder, chosen, file.value)) {
+    error = TryLock(file.value);
+    if (error == EWOULDBLOCK || (error == 0 && !LeadsTo(folder, chosen, file.value))) {
       error = EEXIST;
-      continue;
-    }
-    if (mode == PrivateMode && ::fchmod(file.value, mode) != 0) {
+    } else if (error == 0 && mode == PrivateMode && ::fchmod(file.value, mode) != 0) {
       error = errno;
+    }
+    if (error != 0) {
       static_cast<void>(RemoveName(folder, chosen));
       continue;
     }
