@@ -94,11 +94,6 @@ int FileSystem::Rename(const Location& location, const Name& name,
   return ChangeName(location, name, Posix::RenameItem);
 }
 
-int FileSystem::Move(const Location& location, const Name& name,
-                     AccessDeniedTreatment) const noexcept {
-  return ChangeName(location, name, Posix::MoveItem);
-}
-
 int FileSystem::Replace(const Location& location, const Name& name,
                         AccessDeniedTreatment) const noexcept {
   return ChangeName(location, name, Posix::ReplaceName);

@@ -41,11 +41,6 @@ class FOUNDATION_API FileSystem final {
   [[nodiscard]] int Rename(const Location& location, const Name& name,
                            AccessDeniedTreatment treatment) const noexcept;
 
-  /// The same, except that nothing is synced: a great many new files then cost one flush of their
-  /// folder, or none.
-  [[nodiscard]] int Move(const Location& location, const Name& name,
-                         AccessDeniedTreatment treatment) const noexcept;
-
   /// Renames a file within its folder in one step, and replaces the file that had the name. At
   /// every moment one of the two is complete under that name. Nothing is synced: flush the file
   /// before, and the folder afterwards.

@@ -1,14 +1,129 @@
 """What `create` packs and what it tells, and what the reading commands say of an archive."""
 
+import ctypes
+import json
+import os
+import random
+import resource
+import shutil
+import signal
+import stat
 import subprocess
 import sys
+import time
 import unittest
+import zlib
 
 from archive_builder import DEFLATED, entry, header, promising_header, seal
-from tool_test import BAD, DONE, INCOMPLETE, READER, USAGE, ToolTest
+from tool_test import (BAD, DONE, INCOMPLETE, READER, SYSTEM, TOOL, USAGE, ToolTest, snapshot)
+
+UNFINISHED = ".larkspan-0123456789abcdef"
+
+
+def drop_rights():
+    """In a child process: the superuser, too, reads, enters and gives away only what others may."""
+    libc = ctypes.CDLL(None)
+    for capability in (0, 1, 2):  # to change owners, to pass over modes, to read and search
+        libc.prctl(24, capability, 0, 0, 0)  # takes it from the programs that are started later
 
 
 class CreateTest(ToolTest):
+    def make_nasty_tree(self):
+        for name in ("with blank", "Übergröße", "\N{GRINNING FACE}", "no\udcffutf8",
+                     "back\\slash", "tab\t\x1b[31m", "[list,of]", "sub/\udc80/x"):
+            self.write("tree/" + name, os.fsencode(name))
+        self.write("tree/empty")
+        self.write("tree/sub/sub/deep", random.Random(1).randbytes(600_000))
+        self.write("tree/read-only", b"r", mode=0o400, time_ns=-1_500_000_000)
+        self.write("tree/secret.sh", b"#!", mode=0o700, time_ns=-1)
+        for name in ("none/in here", "none/\udcfe", "only"):
+            (self.folder / "tree" / name).mkdir(parents=True)
+        (self.folder / "tree/only").chmod(0o500)
+        return self.folder / "tree"
+
+    def test_nasty_tree_comes_back_by_file_and_by_stream(self):
+        before = snapshot(self.make_nasty_tree())
+        # A backslash would be a separator, and travels as a byte that is no text.
+        sums = {"tree/" + name.replace("\\", "\udc5c"): zlib.crc32(facts[2])
+                for name, facts in before.items() if len(facts) == 3}
+        for method in ("deflated", "stored"):
+            self.run_tool("create", "-H", "owner=Ädä", "--reserve", "256", "--method", method,
+                          method + ".lsa", "tree")
+            self.run_tool("extract", "-C", method, method + ".lsa")
+            dump = subprocess.run([sys.executable, READER, "dump", method + ".lsa"], check=True,
+                                  cwd=self.folder, capture_output=True).stdout.splitlines()
+            if shutil.which("javac"):
+                java = os.path.join(os.path.dirname(READER), "ReadArchive.java")
+                self.assertEqual(subprocess.check_output(
+                    ["java", java, "dump", method + ".lsa"], cwd=self.folder).splitlines(), dump)
+            head, *rows = map(json.loads, dump)
+            self.assertEqual((head["reservedSize"], head["headers"]["owner"]), (256, "Ädä"))
+            self.assertEqual({row["name"]: row["crc"] for row in rows}, sums)
+        stream, _ = self.run_tool("create", "-", "tree")
+        self.run_tool("extract", "-C", "streamed", "-", data=stream)
+        for folder in ("deflated", "stored", "streamed"):
+            self.assertEqual(snapshot(self.folder / folder / "tree"), before)
+
+    def test_every_name_that_is_packed_comes_back(self):
+        bytes_of_names = [bytes([byte]) for byte in range(1, 256) if byte not in b"./"]
+        top = os.fsencode(self.folder / "in")
+        for name in [b"C" + byte for byte in bytes_of_names] + bytes_of_names + [
+                b"z:/d/f", b"Y:/void/", b"C:\\f", b"...", b"..a", b".larkspan-", b"x" * 255]:
+            place = os.path.join(top, name)
+            os.makedirs(os.path.dirname(place), exist_ok=True)
+            if not name.endswith(b"/"):
+                with open(place, "wb") as file:
+                    file.write(name)
+        before = snapshot(self.folder / "in")
+        self.run_tool("create", "a.lsa", "-C", "in", ".")
+        self.run_tool("extract", "-C", "out", "a.lsa")
+        self.assertEqual(snapshot(self.folder / "out"), before)
+        self.assertEqual(self.run_tool("cat", "a.lsa", "z:/d/f")[0], b"z:/d/f")
+
+    def test_what_is_left_out_is_told_and_leaves_no_trace(self):
+        self.write("tree/file", b"data")
+        for link, target in (("to-file", "file"), ("to-folder", "."), ("to-nothing", "gone")):
+            (self.folder / "tree" / link).symlink_to(target)
+        os.mkfifo(self.folder / "tree/pipe")
+        self.write("tree/closed", mode=0)
+        self.write("tree/blind/f").parent.chmod(0o600)
+        self.write("tree/above/shut/f").parent.chmod(0)
+        self.write("tree/" + UNFINISHED)
+        _, messages = self.run_tool("create", "a.lsa", "tree", code=INCOMPLETE,
+                                    preexec_fn=drop_rights)
+        for name in ("blind", "above/shut"):
+            (self.folder / "tree" / name).chmod(0o700)
+        self.assertEqual({line.split(b": ")[1] for line in messages.splitlines()},
+                         {os.fsencode(self.folder / "tree") + b"/" + name for name in (
+                             b"to-folder", b"to-nothing", b"pipe", b"closed", b"blind",
+                             b"above/shut", UNFINISHED.encode())})
+        self.assertEqual(self.run_tool("list", "a.lsa")[0], b"tree/file\ntree/to-file\n")
+        self.run_tool("create", "--stdin-name", "d/" + UNFINISHED, "b.lsa", "-", code=USAGE)
+
+    def test_the_archive_leaves_itself_out(self):
+        self.write("tree/f", b"x")
+        self.write("tree/a.lsa")
+        (self.folder / "tree/other-name").hardlink_to(self.folder / "tree/a.lsa")
+        _, messages = self.run_tool("create", "--force", "tree/a.lsa", "tree")
+        self.assertEqual(messages.count(b"left out: it is the archive itself"), 2)
+        with open(self.write("tree/b.lsa"), "wb") as output:
+            self.run_tool("create", "-", "tree/f", "tree/b.lsa", stdout=output)
+        for name in ("tree/a.lsa", "tree/b.lsa"):
+            self.assertEqual(self.run_tool("list", name)[0], b"tree/f\n")
+
+    def test_entries_have_relative_names_in_one_order_and_equal_bytes_each_time(self):
+        for name in ("g", "dir/g", "dir/sub/f", "list", "--force", "m/z", "m/a/c", "m/a/b"):
+            self.write(name)
+        rows = (((f"{self.folder}/g",), f"{self.folder}/g\n"[1:]), (("dir/../g", "./g"), "g\n"),
+                (("-C", "dir/sub", "../../g", "f"), "g\nf\n"),
+                (("dir", "./dir", "dir//sub/./"), "dir/g\ndir/sub/f\n"),
+                (("list", "--", "--force"), "list\n--force\n"),
+                (("-C", "m", ".", "-"), "a/b\na/c\nz\nstdin\n"))
+        for arguments, names in rows:
+            stream, _ = self.run_tool("create", "-", *arguments, data=b"in")
+            self.assertEqual(self.run_tool("create", "-", *arguments, data=b"in")[0], stream)
+            self.assertEqual(self.run_tool("list", "-", data=stream)[0].decode(), names)
+
     def test_every_archive_is_sealed(self):
         self.write("f", b"data")
         # One byte more than the promise of the seal takes must be free.
@@ -23,6 +138,79 @@ class CreateTest(ToolTest):
                                            cwd=self.folder)
             self.assertEqual(told, b"Verified 1 entry, sealed.\n")
         self.run_tool("create", "-H", "seal=1 00000000", "b.lsa", "f", code=USAGE)
+
+    def test_what_force_replaces(self):
+        self.write("f", b"x")
+        self.write("old", b"old", mode=0o600)
+        (self.folder / "folder").mkdir()
+        os.mkfifo(self.folder / "pipe")
+        for link, target in (("nowhere", "gone"), ("to-old", "old"), ("to-folder", "folder")):
+            (self.folder / link).symlink_to(target)
+        for name, code in (("folder", SYSTEM), ("pipe", SYSTEM), ("to-folder", SYSTEM),
+                           ("/dev/null", SYSTEM), ("nowhere", DONE), ("to-old", DONE),
+                           ("old", DONE)):
+            self.run_tool("create", name, "f", code=SYSTEM)
+            self.assertEqual((self.folder / "old").read_bytes(), b"old")
+            self.run_tool("create", "--force", name, "f", code=code)
+        self.run_tool("verify", "nowhere", "to-old", "old")
+        self.assertEqual(stat.S_IMODE((self.folder / "old").stat().st_mode), 0o600)
+        self.assertFalse((self.folder / "gone").exists())
+
+    def test_force_keeps_owner_group_and_permissions_or_tells(self):
+        if os.geteuid() != 0:
+            self.skipTest("only the superuser can give files away")
+        self.write("f", b"x")
+        for owner, mode, rights, code, kept in (
+                ((1234, 2345), 0o664, None, DONE, (1234, 2345, 0o664)),
+                ((1234, 2345), 0o4664, drop_rights, INCOMPLETE, (0, 0, 0o644)),
+                ((0, 0), 0o604, drop_rights, DONE, (0, 0, 0o604))):
+            place = self.write("a.lsa", b"old")
+            os.chown(place, *owner)
+            place.chmod(mode)
+            told = self.run_tool("create", "--force", "a.lsa", "f", code=code,
+                                 preexec_fn=rights)[1]
+            self.assertEqual(b"can't be kept" in told, code != DONE)
+            facts = place.stat()
+            self.assertEqual((facts.st_uid, facts.st_gid, stat.S_IMODE(facts.st_mode)), kept)
+            place.unlink()
+
+    def test_files_that_change_while_they_are_read_are_told(self):
+        def replace(place):
+            self.write("other", b"0123456789", time_ns=1).rename(place)
+
+        for change in (lambda place: os.truncate(place, 5), replace, os.utime,
+                       lambda place: place.write_bytes(b"longer than before"), None):
+            place = self.write("f", b"0123456789")
+            with self.subTest(change), subprocess.Popen(  # waits for its input before it reads f
+                    [TOOL, "create", "--force", "a.lsa", "-", "f"], cwd=self.folder,
+                    stdin=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+                while process.poll() is None and not self.writes_new_file(process):
+                    time.sleep(0.005)
+                if change:
+                    change(place)
+                told = process.communicate()[1]
+                self.assertEqual(b"f: changed while it was read" in told, change is not None)
+                self.assertEqual(process.returncode, INCOMPLETE if change else DONE)
+            self.run_tool("verify", "a.lsa")
+            self.assertEqual(self.run_tool("cat", "a.lsa", "f")[0], place.read_bytes())
+
+    def test_archives_that_are_not_completed_leave_nothing(self):
+        self.write("in/f", random.Random(2).randbytes(99999))
+
+        def limit_size():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (5000, 5000))
+
+        self.assertIn(b"a.lsa: can't be written: File too large", self.run_tool(
+            "create", "a.lsa", "in", code=SYSTEM, preexec_fn=limit_size)[1])
+        self.assertEqual(os.listdir(self.folder), ["in"])
+        with subprocess.Popen([TOOL, "create", "a.lsa", "-"], cwd=self.folder,
+                              stdin=subprocess.PIPE) as process:
+            while process.poll() is None and not self.writes_new_file(process):
+                time.sleep(0.005)
+            process.send_signal(signal.SIGKILL)
+        # Where the file system has no files without names, the next run takes away what is left.
+        self.run_tool("create", "a.lsa", "in")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.lsa", "in"])
 
 
 class ReportTest(ToolTest):

@@ -37,11 +37,13 @@ larkspan COMMAND --help says more about a command.)";
 constexpr const char* CreateHelp =
     R"(Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are
 relative: a root and .. are dropped. Of a link to a file the file is stored; links to folders,
-and what is neither file nor folder, are left out, and so is the archive itself. Hard links
-become files of their own; of folders with files in them only the names are kept. The archive
-appears under its name when it is complete and synced. Headers that don't fit the
-reserved size double it. A seal at the end tells whether all entries are there; the header
-"seal", which promises it, is the archive's own.
+and what is neither file nor folder or can't be read, are left out, and so is the archive
+itself. Hard links become files of their own; of folders with files in them only the names are
+kept. A file that changes while it is read is told, since its entry may be a mixture. The
+archive appears under its name when it is complete and synced; with --force it has owner, group
+and permissions of the file that it replaces. Headers that don't fit the reserved size double
+it. A seal at the end tells whether all entries are there; the header "seal", which promises
+it, is the archive's own.
 
 Examples:
   larkspan create docs.lsa docs README.md

@@ -1,16 +1,13 @@
 #include "tools/larkspan/CreateCommand.h"
 
-#include <optional>
-
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
-#include "foundation/IO/FileSystem.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/FileTree.h"
 #include "tools/larkspan/HeaderArguments.h"
+#include "tools/larkspan/InputFile.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/OutputChannel.h"
-#include "tools/larkspan/PathArgument.h"
-#include "tools/larkspan/TemporaryFile.h"
+#include "tools/larkspan/TargetFile.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
@@ -20,34 +17,6 @@ namespace Archive = Larkspan::Common::IO;
 using Archive::ArchiveHeaders;
 
 constexpr unsigned int ChunkSize = 0x40000;
-constexpr unsigned int DefaultFileMode = 0644;
-
-// The archive as it stands before the work.
-struct Target {
-  ::IO::Location location;
-  std::optional<::IO::Attributes> present;
-};
-
-Target FindTarget(const CreateOptions& options) {
-  const std::string subject = ToPrintable(options.archive);
-  Target target{LocationFromArgument(options.archive), std::nullopt};
-  ::IO::Attributes attributes;
-  int status = ::IO::fileSystem.GetAttributes(target.location, &attributes, false);
-  if (status == ::IO::StatusNotFound) return target;
-  if (status == 0 && attributes.type == ::IO::EntryType::SymbolicLink) {
-    status = ::IO::fileSystem.GetAttributes(target.location, &attributes, true);
-    if (status == ::IO::StatusNotFound) status = 0;
-  }
-  if (status != 0) throw SystemFailure(subject, "can't be made", status);
-  if (attributes.type == ::IO::EntryType::Folder || attributes.type == ::IO::EntryType::Other) {
-    throw Failure(ExitCode::SystemFailure, subject, "is not a file");
-  }
-  if (!options.force) {
-    throw Failure(ExitCode::SystemFailure, subject, "exists already; --force replaces it");
-  }
-  if (attributes.type == ::IO::EntryType::File) target.present = attributes;
-  return target;
-}
 
 // The standard output may be a file in the tree that is read.
 void ExcludeOutput(FileTree& tree) {
@@ -108,53 +77,44 @@ class Creation final {
  private:
   void AddItem(const FileTree::Item& item) {
     if (item.isStandardInput) {
-      AddStandardInput(item);
+      InputFile input;
+      Add(item, input);
       return;
     }
-    const ::IO::Location location = tree.GetLocation(item);
-    ::IO::File file(location, ::IO::OnNotFound::Ignore);
-    const int status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
-    if (status != 0) {
-      console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
-      return;
+    InputFile input(tree.GetLocation(item), item.attributes);
+    if (input.GetStatus() == 0) {
+      Add(item, input);
+    } else {
+      console.Warn(input.GetSubject(), "left out: " + DescribeStatus(input.GetStatus()));
     }
-    AddFile(file, item, [&location] { return ToPrintable(location); });
   }
 
-  // A pipe has no time of its own, and gets none, so that equal input gives equal bytes.
-  void AddStandardInput(const FileTree::Item& item) {
-    EndWhereBlocked();
-    ::IO::File file(::IO::StandardStream::Input);
-    FileTree::Item input(item);
-    const bool known = file.GetAttributes(&input.attributes) == 0;
-    if (!known) input.attributes.type = ::IO::EntryType::Other;
-    input.attributes.mode = DefaultFileMode;
-    entryHeaders.Clear();
-    AddFile(file, input, [] { return std::string("standard input"); });
-    entryHeaders.Clear();
-  }
-
-  template <class Subject>
-  void AddFile(::IO::File& file, const FileTree::Item& item, Subject&& subject) {
+  // The entry is whole in itself even if the file is not what it was.
+  void Add(const FileTree::Item& item, InputFile& input) {
     const Vx::UniString name = tree.GetEntryName(item);
     CheckTextLength(name);
-    if (item.attributes.type == ::IO::EntryType::File) {
-      entryHeaders.Put(timeHeader, EntryFacts::TimeToText(item.attributes));
+    const bool hasTime = input.GetAttributes().type == ::IO::EntryType::File;
+    if (!hasTime) entryHeaders.Clear();
+    if (hasTime) entryHeaders.Put(timeHeader, EntryFacts::TimeToText(input.GetAttributes()));
+    entryHeaders.Put(modeHeader, EntryFacts::ModeToText(input.GetAttributes().mode));
+    Encode(name, input);
+    if (!hasTime) entryHeaders.Clear();  // where there is a time, it comes first
+    if (input.HasChanged()) {
+      console.Warn(input.GetSubject(), "changed while it was read: its entry may be a mixture");
     }
-    entryHeaders.Put(modeHeader, EntryFacts::ModeToText(item.attributes.mode));
+    console.GetProgress().AdvanceItem();
+  }
+
+  void Encode(const Vx::UniString& name, Vx::IBinaryChannel& input) {
     archive.PutNextEntry(name, entryHeaders);
-    for (int status = 0; status == 0;) {
-      CheckInterruption();
-      unsigned int count = 0;
-      status = file.ReadBin(buffer.get(), ChunkSize, &count);
-      if (status != 0 && status != ::IO::StatusEndOfInput) {
-        throw SystemFailure(subject(), "can't be read to its end", status);
-      }
-      if (count > 0) archive.Write(buffer.get(), count);
+    const auto read = [&] {
+      return input.Read(buffer.get(), ChunkSize, Vx::IBinaryChannel::ReadSome);
+    };
+    for (unsigned int count = read(); count > 0; count = read()) {
+      archive.Write(buffer.get(), count);
       console.GetProgress().Advance(count);
     }
     archive.CloseEntry();
-    console.GetProgress().AdvanceItem();
   }
 
   const FileTree& tree;
@@ -187,32 +147,27 @@ void CreateStream(const CreateOptions& options, Console& console) {
   Collect(options, tree);
   const ArchiveHeaders headers = MakeHeaders(options, tree);
   StandardOutput output;
-  Creation(options, tree, console, output.GetChannel(), headers).Run();
-  output.Flush();
+  try {
+    Creation(options, tree, console, output.GetChannel(), headers).Run();
+    output.Flush();
+  } catch (const PipeClosed&) {
+    // Nobody has the archive.
+    throw SystemFailure("standard output", "can't be written", ::IO::StatusPipeClosed);
+  }
 }
 
 void CreateFile(const CreateOptions& options, Console& console) {
-  const Target target = FindTarget(options);
+  TargetFile target(options.archive, options.force);
   FileTree tree(console);
-  if (target.present) tree.Exclude(*target.present);
+  if (target.GetPresent()) tree.Exclude(*target.GetPresent());
   Collect(options, tree);
   const ArchiveHeaders headers = MakeHeaders(options, tree);
-  ::IO::Location folder;
-  ::IO::Name name;
-  if (target.location.Split(folder, name) != 0) {
-    throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "not a file name");
-  }
-  const std::string subject = ToPrintable(options.archive);
-  TemporaryFile file(folder, subject);
-  // The new archive is as private as the old one. Where the system keeps no modes, there is none.
-  if (target.present) static_cast<void>(file.GetFile().SetAttributes(*target.present));
-  OutputChannel sink(file.GetFile(), subject);
+  OutputChannel sink(target.Make(console), target.GetSubject());
   Vx::BufferedOBinaryChannel output(sink, OutputChannel::BufferSize);
   Creation(options, tree, console, output, headers).Run();
   output.Flush();
   CheckInterruption();
-  file.CompleteDurably(
-      name, options.force ? TemporaryFile::Naming::Replacing : TemporaryFile::Naming::IfFree);
+  target.Complete();
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 #include <string_view>
 #include <utility>
 
+#include "Larkspan/Common/IO/LocationUtils.h"
 #include "foundation/IO/FileSystem.h"
+#include "foundation/IO/NewFile.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/Interruption.h"
@@ -90,7 +92,11 @@ unsigned int FileTree::AddBranch(const ::IO::Location& location, Vx::UniString p
 Vx::UniString FileTree::GetEntryName(const Item& item) const {
   Vx::UniString name(branches[item.folder].prefix);
   name.Append(item.name.GetView());
-  return name;
+  // A drive comes first in it, and would be the root of an absolute path.
+  if (!Larkspan::Common::IO::IsAbsolutePath(name)) return name;
+  Vx::UniString relative(u"./");
+  relative.Append(name.GetView());
+  return relative;
 }
 
 // Empty for a path that leads to the folder that it counts from, or to one above.
@@ -132,7 +138,9 @@ void FileTree::AddStandardInput(const std::string& name) {
     throw Failure(ExitCode::WrongUsage, "-", "the standard input can be stored only once");
   }
   Item item{AddBranch(::IO::Location(), Vx::UniString()), NameFromPath(name), {}, true};
-  if (item.name.IsEmpty()) {
+  const std::size_t last = item.name.GetView().rfind(u'/') + 1;  // 0 where there is no slash
+  const ::IO::Name lastName(Vx::UniString(item.name.GetView().substr(last)));
+  if (item.name.IsEmpty() || ::IO::NewFile::IsTemporary(lastName)) {
     throw Failure(ExitCode::WrongUsage, "--stdin-name", "no name for an entry");
   }
   items.push_back(std::move(item));
@@ -145,7 +153,7 @@ void FileTree::Visit(unsigned int folder, Vx::UniString name) {
   ::IO::Attributes attributes;
   if (status == 0) status = ::IO::fileSystem.GetAttributes(location, &attributes, false);
   if (status != 0) {
-    console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
+    LeaveOut(location, status);
     return;
   }
   if (attributes.type == EntryType::SymbolicLink && !FindAttributes(location, attributes)) return;
@@ -155,12 +163,21 @@ void FileTree::Visit(unsigned int folder, Vx::UniString name) {
     Vx::UniString prefix(branches[folder].prefix);
     prefix.Append(name.GetView());
     prefix.Append(u'/');
-    const std::size_t before = items.size();
+    const std::size_t itemsBefore = items.size();
+    const unsigned int unreadableBefore = unreadable;
     Walk(AddBranch(location, std::move(prefix)));
-    if (items.size() == before) items.push_back(Item{folder, std::move(name), attributes});
+    // One that seems empty because nobody could look into it must not come back as an empty one.
+    if (items.size() == itemsBefore && unreadable == unreadableBefore) {
+      items.push_back(Item{folder, std::move(name), attributes});
+    }
   } else {
     console.Warn(ToPrintable(location), "left out: neither file nor folder");
   }
+}
+
+void FileTree::LeaveOut(const ::IO::Location& location, int status) {
+  console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
+  ++unreadable;
 }
 
 // What the link leads to; false for what is left out.
@@ -177,6 +194,11 @@ bool FileTree::FindAttributes(const ::IO::Location& location, ::IO::Attributes& 
 }
 
 void FileTree::Take(unsigned int folder, Vx::UniString name, const ::IO::Attributes& attributes) {
+  if (::IO::NewFile::IsTemporary(::IO::Name(name))) {
+    console.Note(ToPrintable(GetLocation(Item{folder, std::move(name), attributes})),
+                 "left out: an unfinished file of this program");
+    return;
+  }
   const auto isSame = [&](const ::IO::Attributes& other) { return other.IsSameItem(attributes); };
   items.push_back(Item{folder, std::move(name), attributes});
   if (std::ranges::none_of(excluded, isSame)) return;
@@ -184,16 +206,14 @@ void FileTree::Take(unsigned int folder, Vx::UniString name, const ::IO::Attribu
   items.pop_back();
 }
 
-bool FileTree::ListNames(const ::IO::Location& location, ::IO::Folder::Names& names) {
-  ::IO::Folder folder(location, ::IO::OnNotFound::Fail);
-  const int status = folder.GetNames(names);
-  if (status != 0) console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
-  return status == 0;
-}
-
 void FileTree::Walk(unsigned int folder) {
   ::IO::Folder::Names names;
-  if (!ListNames(branches[folder].location, names)) return;
+  const ::IO::Location location = branches[folder].location;
+  const int status = ::IO::Folder(location, ::IO::OnNotFound::Fail).GetNames(names);
+  if (status != 0) {
+    LeaveOut(location, status);
+    return;
+  }
   std::ranges::sort(names);
   for (Vx::UniString& name : names) Visit(folder, std::move(name));
 }

@@ -14,8 +14,8 @@ namespace Tool {
 /// The files and empty folders that some paths lead to, in an order that depends on nothing but
 /// paths and names. It is a list of names and metadata; no content is read.
 ///
-/// A link to a file counts as the file. Links to folders, and what is neither file nor folder, are
-/// left out with a warning.
+/// A link to a file counts as the file. Links to folders, what is neither file nor folder, and what
+/// can't be looked at are left out with a warning; the tool's own unfinished files with a note.
 class FileTree final {
  public:
   /// One file, or a folder with nothing in it.
@@ -48,7 +48,7 @@ class FileTree final {
 
   [[nodiscard]] const std::vector<Item>& GetItems() const noexcept { return items; }
   [[nodiscard]] ::IO::Location GetLocation(const Item& item) const;
-  /// Relative, with `/`.
+  /// Relative, with `/`, and such that an extraction takes it.
   [[nodiscard]] Vx::UniString GetEntryName(const Item& item) const;
 
  private:
@@ -60,16 +60,17 @@ class FileTree final {
   unsigned int AddBranch(const ::IO::Location& location, Vx::UniString prefix);
   Vx::UniString NameFromPath(const std::string& path);
   void Visit(unsigned int folder, Vx::UniString name);
+  void LeaveOut(const ::IO::Location& location, int status);
   bool FindAttributes(const ::IO::Location& location, ::IO::Attributes& attributes);
   void Take(unsigned int folder, Vx::UniString name, const ::IO::Attributes& attributes);
   void Walk(unsigned int folder);
-  bool ListNames(const ::IO::Location& location, ::IO::Folder::Names& names);
 
   Console& console;
   std::vector<::IO::Attributes> excluded;
   std::vector<Branch> branches;
   std::vector<Item> items;
   unsigned int additions = 0;
+  unsigned int unreadable = 0;  // items that could not be looked at
   bool namesChanged = false;
 };
 

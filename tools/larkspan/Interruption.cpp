@@ -39,6 +39,9 @@ void InstallInterruption() noexcept {
 #ifdef SIGPIPE
   std::signal(SIGPIPE, SIG_IGN);
 #endif
+#ifdef SIGXFSZ
+  std::signal(SIGXFSZ, SIG_IGN);
+#endif
 }
 
 void CheckInterruption() {

@@ -6,7 +6,8 @@ namespace Tool {
 
 struct Interrupted {};
 
-/// Takes notice of signals from now on, and makes a closed pipe a failure of writing.
+/// Takes notice of signals from now on, and makes a closed pipe, and a file that reaches the
+/// largest size allowed, a failure of writing.
 void InstallInterruption() noexcept;
 
 /// Throws `Interrupted` if a signal has come.

@@ -8,11 +8,16 @@
 namespace Tool {
 namespace {
 
-// As a shell completes it: perhaps with a leading `./` and a trailing `/`.
+// The name without a leading `./`, which leads nowhere, and with its backslashes unified.
+Vx::UniString Fold(Vx::UniString::View name) {
+  while (name.starts_with(u"./")) name.remove_prefix(2);
+  return FoldBackslashes(Vx::UniString(name));
+}
+
+// As a shell completes it: perhaps with a trailing `/`.
 Vx::UniString ToName(std::string_view argument) {
-  while (argument.starts_with("./")) argument.remove_prefix(2);
   while (argument.size() > 1 && argument.ends_with('/')) argument.remove_suffix(1);
-  return FoldBackslashes(TextFromArgument(argument));
+  return Fold(TextFromArgument(argument).GetView());
 }
 
 }  // namespace
@@ -22,7 +27,7 @@ NameSelection::NameSelection(const std::vector<std::string>& arguments) {
 }
 
 bool NameSelection::TakeTree(const Vx::UniString& entry) {
-  const Vx::UniString name = FoldBackslashes(entry);
+  const Vx::UniString name = Fold(entry.GetView());
   bool taken = false;
   for (Row& row : rows) {
     if (row.name != name && !IsBelow(name, row.name)) continue;
@@ -32,7 +37,7 @@ bool NameSelection::TakeTree(const Vx::UniString& entry) {
 }
 
 bool NameSelection::TakeOnce(const Vx::UniString& entry) {
-  const Vx::UniString name = FoldBackslashes(entry);
+  const Vx::UniString name = Fold(entry.GetView());
   bool taken = false;
   for (Row& row : rows) {
     if (row.met || row.name != name) continue;
