@@ -132,7 +132,9 @@ class CreateTest(ToolTest):
                                    (("--reserve", "256", "-H", "x=" + "y" * 202), 512)):
             self.run_tool("create", "--force", *arguments, "a.lsa", "f")
             bytes_of_file = (self.folder / "a.lsa").read_bytes()
-            self.assertEqual(self.run_tool("create", *arguments, "-", "f")[0], bytes_of_file)
+            for jobs in ("1", "3"):
+                again, _ = self.run_tool("create", "-j", jobs, *arguments, "-", "f")
+                self.assertEqual(again, bytes_of_file)
             self.assertEqual(int.from_bytes(bytes_of_file[23:27], "big"), reserve)
             told = subprocess.check_output([sys.executable, READER, "verify", "a.lsa"],
                                            cwd=self.folder)

@@ -211,6 +211,8 @@ void AddCreate(CLI::App& app, Request& request) {
            "BYTES")
       .Add("-H,--header", &CreateOptions::headers, "A header of the archive; any number of them",
            "NAME=VALUE")
+      .Add("-j,--jobs", &CreateOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
       .AddFlag("--force", &CreateOptions::force, "Replace an archive that exists")
       .Add("--stdin-name", &CreateOptions::inputName, "Entry name of standard input", "NAME")
       .Add("ARCHIVE", &CreateOptions::archive, "The new archive; - is standard output")

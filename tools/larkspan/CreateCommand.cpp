@@ -1,5 +1,6 @@
 #include "tools/larkspan/CreateCommand.h"
 
+#include "Larkspan/Archive/ParallelWriter.h"
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/FileTree.h"
@@ -15,8 +16,6 @@ namespace {
 
 namespace Archive = Larkspan::Common::IO;
 using Archive::ArchiveHeaders;
-
-constexpr unsigned int ChunkSize = 0x40000;
 
 // The standard output may be a file in the tree that is read.
 void ExcludeOutput(FileTree& tree) {
@@ -59,9 +58,9 @@ class Creation final {
       : tree(files),
         console(messages),
         archive(output, Archive::FitReservedHeaderSize(headers, options.reserve, true)),
-        buffer(Vx::NewByteArray(ChunkSize)) {
-    archive.SetMethod(options.method == "stored" ? Archive::ArchiveEntry::Stored
-                                                 : Archive::ArchiveEntry::Deflated);
+        writer(archive, options.jobs),
+        method(options.method == "stored" ? Archive::ArchiveEntry::Stored
+                                          : Archive::ArchiveEntry::Deflated) {
     for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
     archive.PromiseSeal();
   }
@@ -70,6 +69,7 @@ class Creation final {
     for (const FileTree::Item& item : tree.GetItems()) {
       if (!item.IsFolder()) AddItem(item);
     }
+    writer.Finish();
     archive.WriteSeal();
     archive.Flush();
   }
@@ -77,11 +77,11 @@ class Creation final {
  private:
   void AddItem(const FileTree::Item& item) {
     if (item.isStandardInput) {
-      InputFile input;
+      InputFile input(console.GetProgress());
       Add(item, input);
       return;
     }
-    InputFile input(tree.GetLocation(item), item.attributes);
+    InputFile input(tree.GetLocation(item), item.attributes, console.GetProgress());
     if (input.GetStatus() == 0) {
       Add(item, input);
     } else {
@@ -97,7 +97,7 @@ class Creation final {
     if (!hasTime) entryHeaders.Clear();
     if (hasTime) entryHeaders.Put(timeHeader, EntryFacts::TimeToText(input.GetAttributes()));
     entryHeaders.Put(modeHeader, EntryFacts::ModeToText(input.GetAttributes().mode));
-    Encode(name, input);
+    writer.Add(name, entryHeaders, method, input);
     if (!hasTime) entryHeaders.Clear();  // where there is a time, it comes first
     if (input.HasChanged()) {
       console.Warn(input.GetSubject(), "changed while it was read: its entry may be a mixture");
@@ -105,22 +105,11 @@ class Creation final {
     console.GetProgress().AdvanceItem();
   }
 
-  void Encode(const Vx::UniString& name, Vx::IBinaryChannel& input) {
-    archive.PutNextEntry(name, entryHeaders);
-    const auto read = [&] {
-      return input.Read(buffer.get(), ChunkSize, Vx::IBinaryChannel::ReadSome);
-    };
-    for (unsigned int count = read(); count > 0; count = read()) {
-      archive.Write(buffer.get(), count);
-      console.GetProgress().Advance(count);
-    }
-    archive.CloseEntry();
-  }
-
   const FileTree& tree;
   Console& console;
   Archive::ArchiveOBinaryChannel archive;
-  const Vx::ByteArray buffer;
+  Larkspan::Archive::ParallelWriter writer;
+  const Archive::ArchiveEntry::Method method;
   const Vx::UniString timeHeader{EntryFacts::TimeHeader};
   const Vx::UniString modeHeader{EntryFacts::ModeHeader};
   ArchiveHeaders entryHeaders;  // of the entry at work, kept for the next one

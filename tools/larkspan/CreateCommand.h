@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Larkspan/Common/IO/ArchiveHeaderSize.h"
+#include "foundation/IO/Processors.h"
 #include "tools/larkspan/Console.h"
 
 namespace Tool {
@@ -15,6 +16,7 @@ struct CreateOptions {
   std::string method = "deflated";
   unsigned int reserve = Larkspan::Common::IO::DefaultReservedHeaderSize;
   std::vector<std::string> headers;  // NAME=VALUE
+  unsigned int jobs = ::IO::GetProcessorCount();
   bool force = false;
   std::string inputName = "stdin";
 };

@@ -11,13 +11,17 @@ constexpr unsigned int DefaultMode = 0644;
 
 }  // namespace
 
-InputFile::InputFile(const ::IO::Location& location, const ::IO::Attributes& found)
-    : place(location), file(location, ::IO::OnNotFound::Ignore), attributes(found) {
+InputFile::InputFile(const ::IO::Location& location, const ::IO::Attributes& found,
+                     Progress& watcher)
+    : progress(watcher),
+      place(location),
+      file(location, ::IO::OnNotFound::Ignore),
+      attributes(found) {
   status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
 }
 
 // A pipe has no time of its own, and gets none, so that equal input gives equal bytes.
-InputFile::InputFile() : file(::IO::StandardStream::Input) {
+InputFile::InputFile(Progress& watcher) : progress(watcher), file(::IO::StandardStream::Input) {
   EndWhereBlocked();
   if (file.GetAttributes(&attributes) != 0) attributes.type = ::IO::EntryType::Other;
   attributes.mode = DefaultMode;
@@ -46,6 +50,7 @@ unsigned int InputFile::Read(char* buffer, unsigned int size, ReadSomeModeSelect
   if (result != 0 && !ended) {
     throw SystemFailure(GetSubject(), "can't be read to its end", result);
   }
+  progress.Advance(delivered);
   return delivered;
 }
 

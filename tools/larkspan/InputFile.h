@@ -5,6 +5,7 @@
 #include "foundation/IO/File.h"
 #include "foundation/IO/Location.h"
 #include "foundation/Vx/IBinaryChannel.h"
+#include "tools/larkspan/Progress.h"
 
 namespace Tool {
 
@@ -13,9 +14,9 @@ namespace Tool {
 class InputFile final : public Vx::IBinaryChannel {
  public:
   /// A file of which `found` was known when it was found. `GetStatus` tells whether it is open.
-  InputFile(const ::IO::Location& location, const ::IO::Attributes& found);
+  InputFile(const ::IO::Location& location, const ::IO::Attributes& found, Progress& watcher);
   /// The standard input, which has a time only if it is a file.
-  InputFile();
+  explicit InputFile(Progress& watcher);
   ~InputFile() override;
 
   [[nodiscard]] int GetStatus() const noexcept { return status; }
@@ -33,6 +34,7 @@ class InputFile final : public Vx::IBinaryChannel {
   void Close() override;
 
  private:
+  Progress& progress;
   const ::IO::Location place;  // empty for the standard input
   ::IO::File file;
   ::IO::Attributes attributes;
