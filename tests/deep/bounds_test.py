@@ -16,6 +16,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tool"))
 from archive_builder import entry, header  # noqa: E402
 
 TOOL = os.path.abspath(os.environ["LARKSPAN_TOOL"])
+MEASURE = os.path.abspath(os.environ["LARKSPAN_MEASURE"])
 MIB = 1024  # in the kibibytes in which peaks are counted
 
 
@@ -27,14 +28,14 @@ class Run:
     """One process of the tool, with what it took."""
 
     def __init__(self, *arguments, **options):
-        self.process = subprocess.Popen([TOOL, *arguments], **options)
+        self.took = tempfile.NamedTemporaryFile("r")
+        self.process = subprocess.Popen([MEASURE, self.took.name, TOOL, *arguments], **options)
 
     def wait(self):
-        _, status, used = os.wait4(self.process.pid, 0)
-        self.code = os.waitstatus_to_exitcode(status)
-        self.process.returncode = self.code
-        self.peak = used.ru_maxrss  # KiB
-        self.seconds = used.ru_utime + used.ru_stime
+        self.code = self.process.wait()
+        peak, seconds = self.took.read().split()
+        self.peak, self.seconds = int(peak), float(seconds)
+        self.took.close()
         return self
 
 

@@ -10,6 +10,7 @@
 #include "foundation/Vx/VxException.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/proof/Trial.h"
+#include "tests/support/PiecewiseInput.h"
 #include "tests/support/SeededRandom.h"
 
 namespace Tests {
@@ -93,6 +94,8 @@ std::size_t CountUnnoticed(const std::string& bytes, const std::vector<std::size
     CountPoint("mutations");
     // Throws a `std::logic_error` where what was verified is wrong.
     const ReadResult result = ReadArchive(mutation);
+    PiecewiseInput pieces(mutation, mutation.size() % 9 + 1);
+    EXPECT_EQ(ReadArchive(pieces), result);
     if (IsNoticed(result) || mutation == bytes) return;
     // Some changes of a compressed stream change nothing of what it stands for.
     unnoticed += result.end == whole.end && result.archive == whole.archive ? 0U : 1U;

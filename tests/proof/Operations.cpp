@@ -5,7 +5,10 @@
 #include <memory>
 #include <stdexcept>
 
+#include "Larkspan/Archive/ArchiveIndex.h"
+#include "Larkspan/Archive/ParallelReader.h"
 #include "Larkspan/Archive/ParallelWriter.h"
+#include "Larkspan/Archive/RandomInput.h"
 #include "Larkspan/Common/Base64.h"
 #include "Larkspan/Common/Containers/Properties.h"
 #include "Larkspan/Common/IO/ArchiveFile.h"
@@ -152,6 +155,31 @@ void AskForEnd(const Stage& stage) {
   const ArchiveFile file(stage.file);
   ExpectSeal(file.GetEnd());
   Expect(file.GetEntryCount() == MakeSample(0).entries.size(), "another number of entries");
+}
+
+// Counts what comes out, and passes failures on.
+class Count final : public Larkspan::Archive::EntrySink {
+ public:
+  void Begin(std::size_t) override {}
+  void Write(const char*, unsigned int) override {}
+  void End(std::size_t, const std::exception_ptr& failure) override {
+    if (failure) std::rethrow_exception(failure);
+    ++entries;
+  }
+
+  std::size_t entries = 0;
+};
+
+void IndexAndReadInParallel(const Stage& stage) {
+  const Larkspan::Archive::FileRandomInput input(stage.file);
+  RecordingOutput saved;
+  Larkspan::Archive::ArchiveIndex(input).Save(saved);
+  PiecewiseInput source(saved.content, saved.content.size());
+  const Larkspan::Archive::ArchiveIndex index(input, source);
+  ExpectSeal(index.GetEnd());
+  Count count;
+  Larkspan::Archive::ParallelReader(index, 3).Read(count);
+  Expect(count.entries == MakeSample(0).entries.size(), "another number of entries");
 }
 
 // Each file is written under its name, and verified when it is whole.
@@ -392,6 +420,9 @@ const std::vector<Operation>& AllOperations() {
       {.name = "reading an archive", .prepare = archiveThere, .run = ReadEntries},
       {.name = "leaving entries", .prepare = archiveThere, .run = LeaveEntries},
       {.name = "asking for the end", .prepare = archiveThere, .run = AskForEnd},
+      {.name = "index and parallel reading",
+       .prepare = archiveThere,
+       .run = IndexAndReadInParallel},
       {.name = "extraction",
        .prepare = archiveThere,
        .run = [](const Stage& stage) { ArchiveFile(stage.file).ExtractTo(stage.out); },

@@ -121,6 +121,10 @@ ssize_t read(int descriptor, void* buffer, size_t size) {
   return Call(CallRead, SYS_read, descriptor, buffer, std::min(size, PieceLimit::left));
 }
 
+ssize_t pread(int descriptor, void* buffer, size_t size, off_t offset) {
+  return Call(CallRead, SYS_pread64, descriptor, buffer, std::min(size, PieceLimit::left), offset);
+}
+
 ssize_t write(int descriptor, const void* data, size_t size) {
   if (descriptor <= STDERR_FILENO) return CallSystem(SYS_write, descriptor, data, size);
   const size_t piece = std::min({size, PieceLimit::left, DiskSpace::left});
