@@ -1,7 +1,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
-#include <sys/syscall.h>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 #include "foundation/IO/NewFile.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/support/WithoutSystemCall.h"
 
 namespace {
 
@@ -50,27 +49,16 @@ constexpr Way ways[] = {
     {"a/out/tmp", FolderTree::Missing::Make, IO::StatusLinkOnTheWay},
 };
 
-TEST(IOFolderTree, NoLinkLeadsAnywhere) {
-  const TemporaryFolder folder;
-  MakeSample(folder);
-  for (const Way& way : ways) {
-    EXPECT_EQ(Enter(folder, way.path, way.missing), way.status) << way.path;
+TEST(IOFolderTree, NoLinkLeadsAnywhereAlsoWhereTheSystemWalksNoWholePath) {
+  for (const unsigned int times : {0U, FileFault::Always}) {
+    const TemporaryFolder folder;
+    MakeSample(folder);
+    const FileFault noWalk(CallOpenBeneath, ENOSYS, 0, times);
+    for (const Way& way : ways) {
+      EXPECT_EQ(Enter(folder, way.path, way.missing), way.status) << way.path;
+    }
+    EXPECT_EQ(noWalk.HasStruck(), times != 0);
   }
-}
-
-TEST(IOFolderTree, WalksByNamesWhereTheSystemCannotDoItAtOnce) {
-#ifdef SYS_openat2
-  const TemporaryFolder folder;
-  MakeSample(folder);
-  const bool ran = RunWithoutSystemCall(SYS_openat2, [&folder] {
-    bool right = true;
-    for (const Way& way : ways) right = right && Enter(folder, way.path, way.missing) == way.status;
-    return right;
-  });
-  if (!ran) GTEST_SKIP() << "no system calls can be given up here";
-#else
-  GTEST_SKIP() << "the system has no such call";
-#endif
 }
 
 TEST(IOFolderTree, FolderAttributesAreNotSetThroughALink) {
@@ -136,15 +124,13 @@ TEST_P(IONewFile, LeavesNothingBehindUnlessItIsComplete) {
   const auto canBeMade = [this] {
     return NewFile(opened, NewFile::Access::Private).GetStatus() == IO::StatusSuccess;
   };
-  for (const int failure : {EWOULDBLOCK, ENOLCK}) {
-    const FileFault noLocks(CallLock, failure);
+  const std::pair<unsigned int, int> rows[] = {
+      {CallLock, EWOULDBLOCK}, {CallLock, ENOLCK}, {CallAttributes, EIO}};
+  for (const auto& [calls, failure] : rows) {
+    const FileFault fault(calls, failure);
     EXPECT_EQ(canBeMade(), GetParam() == 0);
     EXPECT_TRUE(folder.GetNames().empty());
   }
-  // Nothing can be known of a file.
-  static_cast<void>(
-      RunWithoutSystemCall(SYS_newfstatat, [&] { return canBeMade() == (GetParam() == 0); }));
-  EXPECT_TRUE(folder.GetNames().empty());
 }
 
 TEST_P(IONewFile, RemovesWhatDeadProcessesLeftAndNothingElse) {

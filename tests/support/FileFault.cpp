@@ -1,6 +1,7 @@
 #include "tests/support/FileFault.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -34,7 +35,11 @@ namespace {
 template <class... Arguments>
 long CallSystem(Arguments... arguments) noexcept {
   using Function = long (*)(long, ...);
-  static const auto function = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "syscall"));
+  static constinit std::atomic<Function> found = nullptr;
+  Function function = found;
+  if (function == nullptr) {
+    found = function = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "syscall"));
+  }
   return function(arguments...);
 }
 
