@@ -1,7 +1,8 @@
 #pragma once
 
 /// An interruption, by a person at the keyboard or by the system, ends the work at the next step
-/// of a loop, and leaves no unfinished file behind.
+/// of a loop, and leaves no unfinished file behind. Where the file system has no files without a
+/// name, one that ends while blocked can leave a file that the next run there removes.
 namespace Tool {
 
 struct Interrupted {};
