@@ -166,6 +166,7 @@ TEST_F(ArchiveUpdate, SealIsRenewedWhateverBecomesOfItsHeader) {
     file.PutHeader(u"h", TextOf(row.size));
     EXPECT_EQ(file.NeedsRewrite(), row.newReserved != 512);
     file.Update();
+    EXPECT_EQ(file.GetHeaderCheck(), ArchiveEnd::HeaderCheck::Right);
     SampleArchive expected = MakeSample(row.newReserved);
     expected.headers = row.headers;
     expected.headers.emplace_back("h", ValueOf(row.size));

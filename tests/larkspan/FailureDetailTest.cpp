@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Larkspan/Common/IO/ArchiveFile.h"
 #include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
@@ -13,6 +14,7 @@
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
 #include "foundation/IO/SystemError.h"
 #include "foundation/Vx/IOException.h"
+#include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"
@@ -20,6 +22,7 @@
 namespace Tests {
 namespace {
 
+using Larkspan::Common::IO::ArchiveFile;
 using Larkspan::Common::IO::DeferredFileOBinaryChannel;
 using Larkspan::Common::IO::FileIBinaryChannel;
 using Larkspan::Common::IO::FileOBinaryChannel;
@@ -40,6 +43,17 @@ std::unique_ptr<VxException> Catch(const std::function<void()>& work) {
     return std::unique_ptr<VxException>(exception.Clone());
   }
   return nullptr;
+}
+
+// An update of an archive of 31 bytes while system calls of the kinds `calls` fail.
+void UpdateUnder(const TemporaryFolder& folder, unsigned int reserved, unsigned int calls,
+                 int error) {
+  const std::string bytes = HeaderBytes(reserved);
+  folder.Write("a.lsa", bytes);
+  ArchiveFile file(folder.At("a.lsa"));
+  file.PutHeader(u"h", u"v");
+  const FileFault fault(calls, error);
+  file.Update();
 }
 
 TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
@@ -69,6 +83,14 @@ TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
          channel.Write("data", 4);
        },
        "w", ENOSPC},
+      {"archive that can't be opened for a change",
+       [](const auto& folder) { UpdateUnder(folder, 256, CallOpen, EROFS); }, "a.lsa", EROFS},
+      {"archive that can't be locked",
+       [](const auto& folder) { UpdateUnder(folder, 256, CallLock, ENOLCK); }, "a.lsa", ENOLCK},
+      {"archive that can't be changed in place",
+       [](const auto& folder) { UpdateUnder(folder, 256, CallWrite, ENOSPC); }, "a.lsa", ENOSPC},
+      {"names that can't be swapped",
+       [](const auto& folder) { UpdateUnder(folder, 0, CallRename2, EPERM); }, "a.lsa", EPERM},
       {"folder that is not empty",
        [](const auto& folder) {
          folder.Write("d", "x");

@@ -145,8 +145,10 @@ class ProgramTest(ToolTest):
 
     def test_interruption_leaves_what_was(self):
         with open(self.write("big.lsa"), "wb") as big:  # one frame, nearly all of it a hole
-            big.write(header() + text("f") + u32(STORED) + u32(0) + u32(0xFFFFFFF0))
-            big.truncate(0xFFFFFFFF)
+            big.write(header() + text("f") + u32(STORED) + u32(0) + u32(0xF0000000))
+            big.seek(0xF0000000, os.SEEK_CUR)
+            big.write(u32(0) + 2 * (u32(0) + u32(0xF0000000)) + u32(0))
+            big.flush()
             before = os.stat(big.fileno())
         for arguments in (("create", "a.lsa", "big.lsa"), ("create", "a.lsa", "-"),
                           ("extract", "big.lsa"), ("headers", "set", "big.lsa", "n=v")):

@@ -97,7 +97,10 @@ Examples:
 
 constexpr const char* HeadersHelp =
     R"(Changes go in place where they fit the size that the archive reserves; otherwise the archive
-is written anew as ARCHIVE.updated, and the two swap names. One change at a time.
+is written anew as ARCHIVE.updated, and the two swap names; a file that has that name is
+removed. A change that ended with 0 is durable. Changes of one archive wait for each other, at
+most ten seconds, and none is lost. An archive that is cut or has something behind its end is
+not written anew: that could lose entries that can still be saved.
 
 Examples:
   larkspan headers get docs.lsa

@@ -1,7 +1,9 @@
 #include "tools/larkspan/HeadersCommand.h"
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
+#include "Larkspan/Common/IO/ArchiveSeal.h"
 #include "foundation/IO/FileSystem.h"
+#include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/HeaderArguments.h"
@@ -23,44 +25,66 @@ using Archive::ArchiveHeaders;
   return attributes;
 }
 
-// Where an update makes a new file. Something that stands there may be a change that is under way,
-// or what somebody else keeps there: it is not for an update to remove.
-::IO::Location FindRewriteLocation(const Archive::ArchiveFile& archive) {
-  ::IO::Location location = archive.GetRewriteLocation();
-  bool found = false;
-  const int status = ::IO::fileSystem.Contains(location, &found);
-  if (status != 0) throw SystemFailure(ToPrintable(location), "can't be looked at", status);
-  if (!found) return location;
-  throw Failure(ExitCode::SystemFailure, ToPrintable(location),
-                "stands where the archive is rewritten: another change is under way, or was "
-                "interrupted; remove it if not");
+// A room that lies beyond the file is none: to write headers into it would make a large file, of
+// zeros in place of what was cut off.
+void CheckRoom(const std::string& subject, unsigned __int64 size, unsigned int reserved) {
+  if (size >= reserved) return;
+  throw Failure(ExitCode::BadArchive, subject,
+                "bad archive: it ends inside its header, of " + std::to_string(reserved) +
+                    " bytes; nothing was changed");
+}
+
+// Entries that can't be reached would be lost to a rewrite for good.
+void CheckEnd(const std::string& subject, const Archive::ArchiveEnd& end, Console& console) {
+  using enum Archive::ArchiveEnd::State;
+  if (end.state == EndsAtFooter || end.state == SealedRight) return;
+  ReportEnd(subject, end, console);
+  throw Failure(ExitCode::BadArchive, subject,
+                "the headers need a larger file, and the archive is not rewritten while it does "
+                "not end as it should; nothing was changed");
+}
+
+void CheckHeader(const std::string& subject, Archive::ArchiveEnd::HeaderCheck check,
+                 Console& console) {
+  if (check != Archive::ArchiveEnd::HeaderCheck::Wrong) return;
+  console.Warn(
+      subject,
+      "its header is torn, or was changed by a program that does not know the seal. From now "
+      "on it counts as right: look at all headers");
 }
 
 void Update(Archive::ArchiveFile& archive) {
-  const ::IO::Location copy =
-      archive.NeedsRewrite() ? FindRewriteLocation(archive) : ::IO::Location();
+  const bool rewrite = archive.NeedsRewrite();
+  const ::IO::Location copy = rewrite ? archive.GetRewriteLocation() : ::IO::Location();
+  // The library removes it after a failure. Only an interruption leaves that to the tool.
   UnfinishedFile unfinished(copy);
-  archive.Update();
   unfinished.Keep();
+  archive.Update();
 }
 
 template <class Change>
 void ChangeFile(const std::string& argument, Console& console, Change&& change) {
   const ::IO::Location location = LocationFromArgument(argument);
+  const std::string subject = ToPrintable(argument);
   Archive::ArchiveFile archive(location);
+  archive.LockForUpdate();
   const unsigned int reserved = archive.GetReservedHeaderSize();
   const ::IO::Attributes before = GetAttributes(location);
-  CheckHeaderSize(ToPrintable(argument), before.size, reserved, console);
+  CheckRoom(subject, before.size, reserved);
   change(archive);
   if (!archive.IsUpdated()) return;
+  if (archive.NeedsRewrite()) CheckEnd(subject, archive.GetEnd(), console);
+  CheckHeader(subject, archive.GetHeaderCheck(), console);
   Update(archive);
   if (GetAttributes(location).IsSameItem(before)) {
-    console.Detail(ToPrintable(argument), "changed in place");
-  } else {
-    console.Detail(ToPrintable(argument),
-                   "rewritten, with " + std::to_string(archive.GetReservedHeaderSize()) +
-                       " bytes reserved instead of " + std::to_string(reserved));
+    console.Detail(subject, "changed in place");
+    return;
   }
+  console.Detail(subject, "rewritten, with " + std::to_string(archive.GetReservedHeaderSize()) +
+                              " bytes reserved instead of " + std::to_string(reserved));
+  if (archive.HasKeptOwner()) return;
+  console.Note(subject,
+               "rewritten; the system did not let it keep its owner, group or permissions");
 }
 
 // Reads the headers, lets `change` work on them, and updates the file.
@@ -92,6 +116,11 @@ void PrintAll(const ArchiveReader& reader, StandardOutput& output) {
 std::string FormatValue(const Vx::UniString& value) {
   const bool terminal = ::IO::IsTerminal(::IO::StandardStream::Output);
   return (terminal ? ToPrintable(value.GetView()) : ToBytes(value.GetView())) + "\n";
+}
+
+// Whether the header is the library's own.
+bool IsPromise(const Vx::UniString& name, const Vx::UniString& value) {
+  return name == Archive::ArchiveSeal::HeaderName && Archive::ArchiveSeal::ParsePromise(value);
 }
 
 Vx::UniString NameFromArgument(const std::string& argument) {
@@ -133,9 +162,13 @@ void RunHeadersClear(const HeadersClearOptions& options, Console& console) {
     for (const std::string& argument : options.names) names.push_back(NameFromArgument(argument));
     for (const auto& [name, value] : archive.EnumerateHeaders()) {
       const bool folder = name.GetView().starts_with(EntryFacts::FolderPrefix);
-      if (options.all && !folder) names.push_back(name);
+      if (options.all && !folder && !IsPromise(name, value)) names.push_back(name);
     }
     for (const Vx::UniString& name : names) {
+      if (IsPromise(name, archive.GetHeader(name))) {
+        throw Failure(ExitCode::WrongUsage, ToPrintable(name.GetView()),
+                      "the header of this name promises the archive's seal");
+      }
       if (archive.ConstainsHeader(name)) {
         archive.ClearHeader(name);
       } else {

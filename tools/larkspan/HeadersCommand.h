@@ -24,10 +24,12 @@ struct HeadersClearOptions {
 };
 
 /// Print or change the headers of an archive. Changes are made in place where they fit; else the
-/// archive is rewritten beside itself, and the copy takes its name when it is complete.
+/// archive is rewritten beside itself, and the copy takes its name when it is complete. Headers are
+/// read and written under one lock, so that of two changes at once neither is lost. An archive that
+/// does not end at its last footer or a right seal is not rewritten.
 void RunHeadersGet(const HeadersGetOptions& options, Console& console);
 void RunHeadersSet(const HeadersSetOptions& options, Console& console);
-/// `all` leaves the headers that stand for empty folders.
+/// `all` leaves the headers that stand for empty folders, and the promise of the seal.
 void RunHeadersClear(const HeadersClearOptions& options, Console& console);
 
 }  // namespace Tool

@@ -157,6 +157,12 @@ ArchiveEnd ArchiveFile::GetEnd() const {
   return end;
 }
 
+ArchiveEnd::HeaderCheck ArchiveFile::GetHeaderCheck() const {
+  CheckOpened();
+  ReadHeaders();
+  return headerCheck;
+}
+
 Vx::IBinaryChannelRef ArchiveFile::GetInputChannel(const EntryRef& entry) const {
   if (entry.IsEmpty()) {
     throw Vx::IllegalArgumentException("Invalid archive entry: entry is null.", __FILE__, __LINE__);
@@ -211,11 +217,13 @@ void ArchiveFile::Update(ArchiveLock& held) {
   const ArchiveUpdateResult result = UpdateArchiveHeaders(location, held, headers);
   // The file may have another reserved size now; a later update must know it.
   reservedHeaderSize = result.reservedSize;
+  headerCheck = result.headerCheck;
   ownerKept = result.ownerKept;
 }
 
 bool ArchiveFile::NeedsRewrite() const {
-  return IsUpdated() && IO::NeedsRewrite(headers, {reservedHeaderSize, sealPromised});
+  return IsUpdated() && IO::NeedsRewrite(headers, {reservedHeaderSize,
+                                                   headerCheck != ArchiveEnd::HeaderCheck::None});
 }
 
 ::IO::Location ArchiveFile::GetRewriteLocation() const {
@@ -229,7 +237,7 @@ ArchiveFileReader ArchiveFile::OpenReader() const {
 
 void ArchiveFile::TakeHeaders(const ArchiveIBinaryChannel& channel) {
   reservedHeaderSize = channel.GetReservedHeaderSize();
-  sealPromised = channel.GetEnd().IsSealPromised();
+  headerCheck = channel.GetEnd().headerCheck;
   headers.Clear();
   for (const auto& [name, value] : channel.EnumerateHeaders()) headers.Put(name, value);
 }

@@ -85,6 +85,8 @@ class LARKSPAN_API ArchiveFile final {
   /// data, linear in the number of entries and frames. Throws `ArchiveException` and
   /// `Vx::EndOfInputException` where that pass can't find the end.
   [[nodiscard]] ArchiveEnd GetEnd() const;
+  /// The part of it that the header alone tells.
+  [[nodiscard]] ArchiveEnd::HeaderCheck GetHeaderCheck() const;
 
   /// The plain data of `entry`, which must come from this object and be the last of its name. The
   /// channel owns a file and a reader of its own and may outlive this object. Opening it reads all
@@ -168,7 +170,7 @@ class LARKSPAN_API ArchiveFile final {
   std::unique_ptr<ArchiveLock> lock;
   bool ownerKept = true;
   unsigned int reservedHeaderSize = 0;
-  bool sealPromised = false;
+  ArchiveEnd::HeaderCheck headerCheck = ArchiveEnd::HeaderCheck::None;
   ArchiveHeaders headers;
   bool headersRead = false;
   bool headersChanged = false;

@@ -248,18 +248,18 @@ class Names final {
   ::IO::Location copy;
 };
 
-// `room` is that of the new file.
-ArchiveUpdateResult Rewrite(const ::IO::Location& location, ArchiveLock& lock,
-                            const ArchiveHeaders& headers, const ArchiveRoom& room) {
+// `room` is that of the new file. Returns whether it has the owner of the old one.
+bool Rewrite(const ::IO::Location& location, ArchiveLock& lock, const ArchiveHeaders& headers,
+             const ArchiveRoom& room) {
   const Names names(location);
   ::IO::File copy = MakeCopy(names.GetCopy());
-  ArchiveUpdateResult result{room.reservedSize, true};
+  bool ownerKept = false;
   try {
     // Who finds it under the archive's name has to wait until its old name is free.
     if (const int status = copy.Lock(0); status != 0) {
       Fail("Failed to update archive file: failed to lock archive file.", copy, status, __LINE__);
     }
-    result.ownerKept = KeepOwner(lock.GetFile(), copy);
+    ownerKept = KeepOwner(lock.GetFile(), copy);
     CopyArchive(lock.GetFile(), copy, headers, room);
     names.Exchange();
     if (!IsAt(names.GetCopy(), lock.GetFile())) {
@@ -273,7 +273,7 @@ ArchiveUpdateResult Rewrite(const ::IO::Location& location, ArchiveLock& lock,
   }
   RemoveFrom(names.GetCopy(), lock.GetFile());
   lock.TakeOver(std::move(copy));
-  return result;
+  return ownerKept;
 }
 
 }  // namespace
@@ -295,12 +295,16 @@ ArchiveUpdateResult UpdateArchiveHeaders(const ::IO::Location& location, Archive
   const ArchiveRoom room = ReadRoom(lock.GetFile());
   RemoveLeftovers(location, lock.GetFile());
   const ArchiveRoom fitting{FittingSize(headers, room), room.sealPromised};
+  ArchiveUpdateResult result;
+  result.reservedSize = fitting.reservedSize;
+  if (room.sealPromised) result.headerCheck = ArchiveEnd::HeaderCheck::Right;
   if (room.reservedSize == 0 || fitting.reservedSize != room.reservedSize) {
-    return Rewrite(location, lock, headers, fitting);
+    result.ownerKept = Rewrite(location, lock, headers, fitting);
+  } else {
+    lock.CheckWritable();
+    WriteInPlace(lock.GetFile(), headers, room);
   }
-  lock.CheckWritable();
-  WriteInPlace(lock.GetFile(), headers, room);
-  return {room.reservedSize, true};
+  return result;
 }
 
 }  // namespace Larkspan::Common::IO

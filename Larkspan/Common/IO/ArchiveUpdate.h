@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Larkspan/Common/IO/ArchiveEnd.h"
 #include "Larkspan/Common/IO/ArchiveEntry.h"
 #include "Larkspan/Common/IO/ArchiveLock.h"
 #include "foundation/IO/Location.h"
@@ -16,8 +17,10 @@ struct ArchiveRoom {
 [[nodiscard]] bool NeedsRewrite(const ArchiveHeaders& headers, const ArchiveRoom& room);
 [[nodiscard]] ::IO::Location GetRewriteLocation(const ::IO::Location& location);
 
+/// What the file is like afterwards.
 struct ArchiveUpdateResult {
   unsigned int reservedSize = 0;
+  ArchiveEnd::HeaderCheck headerCheck = ArchiveEnd::HeaderCheck::None;
   bool ownerKept = true;
 };
 
