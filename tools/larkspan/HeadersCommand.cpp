@@ -167,7 +167,7 @@ void RunHeadersClear(const HeadersClearOptions& options, Console& console) {
     for (const Vx::UniString& name : names) {
       if (IsPromise(name, archive.GetHeader(name))) {
         throw Failure(ExitCode::WrongUsage, ToPrintable(name.GetView()),
-                      "the header of this name promises the archive's seal");
+                      "this header is the archive's own, and kept by it");
       }
       if (archive.ConstainsHeader(name)) {
         archive.ClearHeader(name);
