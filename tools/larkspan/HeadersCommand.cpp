@@ -1,7 +1,7 @@
 #include "tools/larkspan/HeadersCommand.h"
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
-#include "Larkspan/Common/IO/ArchiveSeal.h"
+#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "foundation/IO/FileSystem.h"
 #include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
@@ -119,8 +119,9 @@ std::string FormatValue(const Vx::UniString& value) {
 }
 
 // Whether the header is the library's own.
-bool IsPromise(const Vx::UniString& name, const Vx::UniString& value) {
-  return name == Archive::ArchiveSeal::HeaderName && Archive::ArchiveSeal::ParsePromise(value);
+bool IsPromise(const Archive::ArchiveFile& archive, const Vx::UniString& name) {
+  return name == Archive::ArchiveSeal::HeaderName &&
+         archive.GetHeaderCheck() != Archive::ArchiveEnd::HeaderCheck::None;
 }
 
 Vx::UniString NameFromArgument(const std::string& argument) {
@@ -162,10 +163,10 @@ void RunHeadersClear(const HeadersClearOptions& options, Console& console) {
     for (const std::string& argument : options.names) names.push_back(NameFromArgument(argument));
     for (const auto& [name, value] : archive.EnumerateHeaders()) {
       const bool folder = name.GetView().starts_with(EntryFacts::FolderPrefix);
-      if (options.all && !folder && !IsPromise(name, value)) names.push_back(name);
+      if (options.all && !folder && !IsPromise(archive, name)) names.push_back(name);
     }
     for (const Vx::UniString& name : names) {
-      if (IsPromise(name, archive.GetHeader(name))) {
+      if (IsPromise(archive, name)) {
         throw Failure(ExitCode::WrongUsage, ToPrintable(name.GetView()),
                       "this header is the archive's own, and kept by it");
       }
