@@ -10,6 +10,7 @@
 #include "Larkspan/Common/IO/ChannelCopy.h"
 #include "Larkspan/Common/IO/FailureGuard.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
+#include "Larkspan/Common/IO/LocationChecks.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "foundation/IO/SystemError.h"
@@ -133,12 +134,19 @@ void RemoveLeftovers(const ::IO::Location& location, const ::IO::File& locked) {
   }
 }
 
-// Whether the file has that name.
-bool IsAt(const ::IO::Location& location, const ::IO::File& file) {
+// Whether the file has that name: 0 if it does, `StatusNotFound` if it leads to another one, else
+// why that isn't known.
+int LooksAt(const ::IO::Location& location, const ::IO::File& file) {
   ::IO::Attributes named;
   ::IO::Attributes opened;
-  return ::IO::fileSystem.GetAttributes(location, &named, false) == 0 &&
-         file.GetAttributes(&opened) == 0 && named.IsSameItem(opened);
+  int status = ::IO::fileSystem.GetAttributes(location, &named, false);
+  if (status == 0) status = file.GetAttributes(&opened);
+  if (status != 0) return status;
+  return named.IsSameItem(opened) ? 0 : ::IO::StatusNotFound;
+}
+
+bool IsAt(const ::IO::Location& location, const ::IO::File& file) {
+  return LooksAt(location, file) == 0;
 }
 
 void RemoveFrom(const ::IO::Location& location, const ::IO::File& file) {
@@ -225,11 +233,14 @@ class Names final {
     ::IO::Location folderLocation;
     ::IO::Name archiveName;
     ::IO::Name copyName;
-    if (archive.Split(folderLocation, archiveName) != 0 || copy.GetLastLocalName(copyName) != 0) {
-      Fail("Failed to update archive file: failed to get target folder location.", __LINE__);
+    int status = archive.Split(folderLocation, archiveName);
+    if (status == 0) status = copy.GetLastLocalName(copyName);
+    if (status != 0) {
+      Fail("Failed to update archive file: failed to get target folder location.", archive, status,
+           __LINE__);
     }
     ::IO::Folder folder(folderLocation, ::IO::OnNotFound::Fail);
-    int status = folder.GetStatus();
+    status = folder.GetStatus();
     if (status != 0) {
       Fail("Failed to update archive file: failed to get target folder.", folderLocation, status,
            __LINE__);
@@ -262,10 +273,11 @@ bool Rewrite(const ::IO::Location& location, ArchiveLock& lock, const ArchiveHea
     ownerKept = KeepOwner(lock.GetFile(), copy);
     CopyArchive(lock.GetFile(), copy, headers, room);
     names.Exchange();
-    if (!IsAt(names.GetCopy(), lock.GetFile())) {
+    if (const int status = LooksAt(names.GetCopy(), lock.GetFile()); status != 0) {
       // Somebody who doesn't lock has put another file under the name: that one is to stay.
       names.Exchange();
-      Fail("Failed to update archive file: the file was replaced meanwhile.", __LINE__);
+      Fail("Failed to update archive file: the file was replaced meanwhile.", names.GetCopy(),
+           status, __LINE__);
     }
   } catch (...) {
     RemoveFrom(names.GetCopy(), copy);
@@ -279,7 +291,10 @@ bool Rewrite(const ::IO::Location& location, ArchiveLock& lock, const ArchiveHea
 }  // namespace
 
 ::IO::Location GetRewriteLocation(const ::IO::Location& location) {
-  ::IO::Location copy = FollowLink(location).GetSibling(u".updated");
+  const ::IO::Location archive = FollowLink(location);
+  CheckMemory(archive);
+  ::IO::Location copy = archive.GetSibling(u".updated");
+  CheckMemory(copy);
   if (!copy.IsValid()) {
     Fail("Failed to update archive file: failed to get temporary file location.", __LINE__);
   }
