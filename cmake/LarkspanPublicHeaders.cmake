@@ -2,6 +2,7 @@
 # header that another public one includes is public as well. The tests compile each alone.
 set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Archive/ArchiveIndex.h
+    Larkspan/Archive/EntryCopy.h
     Larkspan/Archive/EntryPlace.h
     Larkspan/Archive/ParallelReader.h
     Larkspan/Archive/ParallelWriter.h

@@ -67,6 +67,7 @@ class LARKSPAN_API ArchiveIndex final {
                                        unsigned int size) const;
 
  private:
+  friend class EntryCopier;
   friend class ParallelReader;
 
   struct Place : EntryPlace {

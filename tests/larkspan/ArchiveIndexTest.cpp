@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "Larkspan/Archive/ArchiveIndex.h"
+#include "Larkspan/Archive/EntryCopy.h"
 #include "Larkspan/Archive/ParallelReader.h"
 #include "Larkspan/Archive/ParallelWriter.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
@@ -183,6 +184,26 @@ TEST(ArchiveIndex, WhatIsSavedLoadsForThisArchiveAlone) {
   const auto results = ReadAll(stale, 1);
   EXPECT_EQ(std::ranges::count_if(results, [](const auto& r) { return r.find(" failed: ") < 5; }),
             1);
+}
+
+TEST(EntryCopy, EntriesAreTheSameBytesInAnotherArchiveAndDamagedOnesAreTold) {
+  std::vector<std::string> data;
+  std::string bytes = MakeArchive(data);
+  const auto copy = [](const std::string& archive, CopyCheck check) {
+    const MemoryStore store(archive);
+    const ArchiveIndex index(store);
+    RecordingOutput sink;
+    ArchiveOBinaryChannel target(sink, 256);
+    target.PutHeader(Vx::UniString(u"title"), Vx::UniString(u"sample"));
+    target.PromiseSeal();
+    for (const std::size_t number : AllNumbers(index)) CopyEntry(index, number, target, check);
+    target.WriteSeal();
+    return sink.content;
+  };
+  EXPECT_TRUE(copy(bytes, CopyCheck::Verify) == bytes);
+  bytes[bytes.size() / 2] ^= 1;
+  EXPECT_TRUE(copy(bytes, CopyCheck::Trust) == bytes);
+  EXPECT_NE(FailureOf([&] { return copy(bytes, CopyCheck::Verify); }), "");
 }
 
 TEST(ParallelReader, WhatComesOutIsWhatStreamsGiveAlsoOfDamagedArchives) {
