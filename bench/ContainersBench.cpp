@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include "foundation/Vx/HashTable.h"
+#include "foundation/Vx/PagedArray.h"
 #include "foundation/Vx/UniString.h"
 
 namespace {
@@ -43,5 +44,33 @@ void FillAndFindUnorderedMap(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(FillAndFindUnorderedMap)->Arg(16)->Arg(10000);
+
+void FillArray(Vx::PagedArray<int>& array) {
+  for (int value = 0; value < 10000; ++value) array.Push(value);
+}
+
+void SumPagedArrayByIndex(benchmark::State& state) {
+  Vx::PagedArray<int> array;
+  FillArray(array);
+  for (auto _ : state) {
+    int sum = 0;
+    for (unsigned int index = 0; index < array.GetSize(); ++index) sum += array[index];
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(state.iterations() * array.GetSize());
+}
+BENCHMARK(SumPagedArrayByIndex);
+
+void SumPagedArrayByIterator(benchmark::State& state) {
+  Vx::PagedArray<int> array;
+  FillArray(array);
+  for (auto _ : state) {
+    int sum = 0;
+    for (const int value : array.EnumerateElements()) sum += value;
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(state.iterations() * array.GetSize());
+}
+BENCHMARK(SumPagedArrayByIterator);
 
 }  // namespace

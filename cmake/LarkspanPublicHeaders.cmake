@@ -21,6 +21,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Common/IO/ArchiveIBinaryChannel.h
     Larkspan/Common/IO/ArchiveOBinaryChannel.h
     Larkspan/Common/IO/ArchiveSeal.h
+    Larkspan/Common/IO/BigEndian.h
     Larkspan/Common/IO/ByteCount.h
     Larkspan/Common/IO/CRC32.h
     Larkspan/Common/IO/CRC32IBinaryChannel.h
@@ -47,6 +48,8 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Common/IO/JavaDataOutputProtocol.h
     Larkspan/Common/IO/JavaDataOutputProtocolUtils.h
     Larkspan/Common/IO/JavaDataOutputProtocolX.h
+    Larkspan/Common/IO/JavaDataReader.h
+    Larkspan/Common/IO/JavaDataWriter.h
     Larkspan/Common/IO/LocationUtils.h
     Larkspan/Common/IO/PagedBufferOBinaryChannel.h
     Larkspan/Common/IO/ThresholdingOBinaryChannel.h
@@ -104,8 +107,9 @@ set(LARKSPAN_PUBLIC_HEADERS
     foundation/Vx/ElementMemory.h
     foundation/Vx/EndOfInputException.h
     foundation/Vx/ExceptionClass.h
-    foundation/Vx/Format.h
     foundation/Vx/FailureDetail.h
+    foundation/Vx/FillableOutput.h
+    foundation/Vx/Format.h
     foundation/Vx/GeneralException.h
     foundation/Vx/Guid.h
     foundation/Vx/HashCapacity.h

@@ -30,6 +30,15 @@ unsigned int BufferedIBinaryChannel::Read(char* target, unsigned int size,
   return count;
 }
 
+unsigned int BufferedIBinaryChannel::Read(char* target, unsigned int size,
+                                          ReadAllModeSelector mode) {
+  if (size == 0 || size > filled - position || closed)
+    return IBinaryChannel::Read(target, size, mode);
+  std::memcpy(target, buffer.get() + position, size);
+  position += size;
+  return size;
+}
+
 std::string_view BufferedIBinaryChannel::Peek() {
   CheckOpened();
   FillUsedUpBuffer();

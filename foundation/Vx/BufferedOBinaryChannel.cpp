@@ -29,6 +29,13 @@ void BufferedOBinaryChannel::Write(const char* data, unsigned int size) {
   gathered += size;
 }
 
+std::span<char> BufferedOBinaryChannel::GetRoom(unsigned int size) {
+  CheckOpened();
+  if (size >= capacity) return {};
+  if (size > capacity - gathered) WriteGathered();
+  return {buffer.get() + gathered, capacity - gathered};
+}
+
 void BufferedOBinaryChannel::Flush() {
   CheckOpened();
   WriteGathered();

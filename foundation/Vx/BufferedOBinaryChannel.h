@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/Export.h"
+#include "foundation/Vx/FillableOutput.h"
 #include "foundation/Vx/Memory.h"
 #include "foundation/Vx/OBinaryChannel.h"
 #include "foundation/Vx/WrappedChannel.h"
@@ -10,7 +11,7 @@ namespace Vx {
 /// Gathers small writes for the channel beneath. A write of at least the buffer's size bypasses the
 /// buffer if it is empty. Destruction neither writes nor closes: what was not flushed or closed is
 /// dropped.
-class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel {
+class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel, public FillableOutput {
  public:
   /// Takes `bufferSize` bytes of memory, 0 for none. The first form shares ownership and throws
   /// `IllegalArgumentException` for an empty reference.
@@ -22,6 +23,9 @@ class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel {
   void Flush() override;
   /// Writes out the buffer and closes the channel beneath.
   void Close() override;
+
+  [[nodiscard]] std::span<char> GetRoom(unsigned int size) override;
+  void Fill(unsigned int size) noexcept override { gathered += size; }
 
  private:
   void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <iterator>
+
 #include "foundation/Vx/ConstIterator.h"
 #include "foundation/Vx/Memory.h"
 
@@ -62,6 +64,13 @@ class ConstRandomContainerIterator final
     return GetDifference(other) > 0;
   }
 
+  // What a loop uses, without the calls through the interface that the base makes.
+  [[nodiscard]] const ElementType& operator*() const noexcept { return GetAt(0); }
+  [[nodiscard]] const ElementType* operator->() const noexcept { return &GetAt(0); }
+  [[nodiscard]] const ElementType& operator[](Distance offset) const noexcept {
+    return GetAt(offset);
+  }
+
   ConstRandomContainerIterator& operator++() noexcept {
     Increment();
     return *this;
@@ -75,6 +84,10 @@ class ConstRandomContainerIterator final
   friend bool operator==(const ConstRandomContainerIterator& left,
                          const ConstRandomContainerIterator& right) noexcept {
     return left.IsEqual(right);
+  }
+  friend bool operator==(const ConstRandomContainerIterator& iterator,
+                         std::default_sentinel_t) noexcept {
+    return iterator.IsAtEnd();
   }
 
  private:

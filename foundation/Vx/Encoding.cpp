@@ -8,6 +8,9 @@
 namespace Vx {
 namespace {
 
+// Units that are converted on the stack at a time.
+constexpr std::size_t StepSize = 512;
+
 constexpr char32_t ReplacementCharacter = 0xFFFD;
 
 void EncodePlain(std::u16string_view text, OnConversionError onError, String& target) {
@@ -35,12 +38,10 @@ void EncodeDebug(std::u16string_view text, String& target) {
 }
 
 void EncodeJava(std::u16string_view text, String& target) {
-  for (const UniChar unit : text) {
-    if (unit == 0) {
-      target.Append(std::string_view("\xC0\x80", 2));
-    } else {
-      AppendCharacter(unit, target);
-    }
+  char bytes[3 * StepSize];
+  for (std::size_t index = 0; index < text.size(); index += StepSize) {
+    const char* const end = Utf8::EncodeJava(text.substr(index, StepSize), bytes);
+    target.Append(std::string_view(bytes, end));
   }
 }
 
@@ -50,14 +51,14 @@ void DecodePlain(std::string_view bytes, UniString& target) {
 
 void DecodeUtf8(std::string_view bytes, Utf8::Form form, UniString& target) {
   while (!bytes.empty()) {
-    const Utf8::Sequence next = Utf8::Decode(bytes, form);
-    if (next.length == 0) {
+    UniChar units[StepSize];
+    const Utf8::Progress next = Utf8::DecodeSome(bytes, form, units);
+    if (next.bytes == 0) {
       throw ConversionErrorException("Failed to convert bytes: malformed UTF-8.", __FILE__,
                                      __LINE__);
     }
-    char16_t units[2];
-    target.Append(std::u16string_view(units, Utf16::Encode(next.character, units)));
-    bytes.remove_prefix(next.length);
+    target.Append(std::u16string_view(units, next.units));
+    bytes.remove_prefix(next.bytes);
   }
 }
 

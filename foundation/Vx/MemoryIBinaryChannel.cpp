@@ -21,6 +21,10 @@ unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadSom
   return count;
 }
 
+unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadAllModeSelector) {
+  return size == 0 ? 0 : Read(buffer, size, ReadSome);
+}
+
 std::string_view MemoryIBinaryChannel::Peek() {
   CheckOpened();
   return {next, left};

@@ -15,9 +15,10 @@ class FOUNDATION_API MemoryIBinaryChannel final : public IBinaryChannel,
   MemoryIBinaryChannel(const char* data, unsigned int size) noexcept;
   ~MemoryIBinaryChannel() override;
 
-  using IBinaryChannel::Read;
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
                                   ReadSomeModeSelector mode) override;
+  [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
+                                  ReadAllModeSelector mode) override;
   [[nodiscard]] unsigned __int64 GetAvailable() const override;
   void Close() override;
 

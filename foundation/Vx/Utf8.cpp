@@ -1,5 +1,9 @@
 #include "foundation/Vx/Utf8.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
 #include "foundation/Vx/Utf16.h"
 
 namespace Vx::Utf8 {
@@ -17,6 +21,26 @@ Lead ReadLead(unsigned char byte) noexcept {
   if (byte >= 0xE0 && byte < 0xF0) return {3, byte & 0x0FU, 0x800};
   if (byte >= 0xF0 && byte < 0xF8) return {4, byte & 0x07U, 0x10000};
   return {0, 0, 0};
+}
+
+// Decodes what comes before the first byte beyond ASCII, and returns its size.
+std::size_t DecodeAscii(std::string_view bytes, char16_t* target) noexcept {
+  constexpr std::size_t step = 8;
+  std::size_t done = 0;
+  for (; bytes.size() - done >= step; done += step) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes.data() + done, step);
+    if ((word & 0x8080808080808080U) != 0) break;
+    for (std::size_t i = 0; i < step; ++i) {
+      target[done + i] = static_cast<unsigned char>(bytes[done + i]);
+    }
+  }
+  for (; done < bytes.size(); ++done) {
+    const auto byte = static_cast<unsigned char>(bytes[done]);
+    if (byte >= 0x80) break;
+    target[done] = byte;
+  }
+  return done;
 }
 
 bool IsAllowed(char32_t character, const Lead& lead, Form form) noexcept {
@@ -38,6 +62,50 @@ Sequence Decode(std::string_view bytes, Form form) noexcept {
   }
   if (!IsAllowed(character, lead, form)) return {0, 0};
   return {character, lead.length};
+}
+
+Progress DecodeSome(std::string_view bytes, Form form, std::span<char16_t> target) noexcept {
+  Progress done{0, 0};
+  while (done.bytes < bytes.size()) {
+    const std::size_t room = target.size() - done.units;
+    const std::size_t ascii =
+        DecodeAscii(bytes.substr(done.bytes, room), target.data() + done.units);
+    done.bytes += ascii;
+    done.units += ascii;
+    if (done.bytes == bytes.size() || target.size() - done.units < 2) break;
+    const Sequence next = Decode(bytes.substr(done.bytes), form);
+    if (next.length == 0) break;
+    char16_t units[2];
+    const std::size_t count = Utf16::Encode(next.character, units);
+    std::copy_n(units, count, target.data() + done.units);
+    done.bytes += next.length;
+    done.units += count;
+  }
+  return done;
+}
+
+std::size_t GetJavaSize(std::u16string_view text) noexcept {
+  std::size_t size = 0;
+  for (const char16_t unit : text) {
+    // U+0000 takes two bytes.
+    size += 1U + (static_cast<char16_t>(unit - 1U) >= 0x7F ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
+  }
+  return size;
+}
+
+char* EncodeJava(std::u16string_view text, char* target) noexcept {
+  for (const char16_t unit : text) {
+    if (unit != 0 && unit < 0x80) {
+      *target++ = static_cast<char>(unit);
+    } else if (unit == 0) {
+      *target++ = '\xC0';
+      *target++ = '\x80';
+    } else {
+      char bytes[4];
+      target = std::copy_n(bytes, Encode(unit, bytes), target);
+    }
+  }
+  return target;
 }
 
 std::size_t Encode(char32_t character, char (&target)[4]) noexcept {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -9,11 +8,16 @@
 #include <limits>
 #include <type_traits>
 
+#include "foundation/Vx/ProtocolValue.h"
 #include "foundation/Vx/Types.h"
 
 /// How primitive values look as bytes: big-endian, with the widths and the NaN rule of Java's data
 /// streams. Everything that knows of byte order is here.
 namespace Larkspan::Common::IO::BigEndian {
+
+/// The types of these values.
+template <class T>
+concept Value = Vx::PrimitiveValue<T> && !std::same_as<T, Vx::Guid>;
 
 static_assert(std::numeric_limits<float>::is_iec559 && sizeof(float) == 4, "IEEE 754 binary32");
 static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8, "IEEE 754 binary64");
@@ -87,18 +91,31 @@ template <class T>
   }
 }
 
+/// `pattern` in the byte order of memory, from big-endian or to it.
+template <std::unsigned_integral Pattern>
+[[nodiscard]] constexpr Pattern Swap(Pattern pattern) noexcept {
+  if constexpr (std::endian::native == std::endian::big || sizeof(Pattern) == 1) {
+    return pattern;
+  } else {
+    // In this form compilers find their instruction for it, and vectorise it.
+    Pattern swapped = 0;
+    for (unsigned int shift = 0; shift < 8 * sizeof(Pattern); shift += 8) {
+      const auto byte = static_cast<Pattern>((pattern >> shift) & 0xFFU);
+      swapped = static_cast<Pattern>(swapped | (byte << (8 * sizeof(Pattern) - 8 - shift)));
+    }
+    return swapped;
+  }
+}
+
 /// The bytes of `value`, most significant first.
 template <class T>
 [[nodiscard]] constexpr Bytes<T> Encode(T value) noexcept {
-  auto bytes = std::bit_cast<Bytes<T>>(ToPattern(value));
-  if constexpr (std::endian::native == std::endian::little) std::ranges::reverse(bytes);
-  return bytes;
+  return std::bit_cast<Bytes<T>>(Swap(ToPattern(value)));
 }
 
 template <class T>
 [[nodiscard]] constexpr T Decode(Bytes<T> bytes) noexcept {
-  if constexpr (std::endian::native == std::endian::little) std::ranges::reverse(bytes);
-  return FromPattern<T>(std::bit_cast<typename PatternOf<Width<T>>::Type>(bytes));
+  return FromPattern<T>(Swap(std::bit_cast<typename PatternOf<Width<T>>::Type>(bytes)));
 }
 
 }  // namespace Larkspan::Common::IO::BigEndian

@@ -15,9 +15,11 @@ namespace {
 // reads decompress the blocks of the buffer's size that lie in the wrapped channel's memory, and
 // then consume as many of them as reading block by block would have.
 //
-// Given more input, zlib may look a few bits past the last byte of its output, into a block that
-// would not have been read yet. The refill that ends each large read needs that block anyway, since
-// the buffer is larger than what zlib can put out without input, 258 bytes.
+// Given more input, zlib may look past the last byte of its output, into a block that would not
+// have been read yet. The refill that ends each large read mostly needs that block as well, but not
+// always: zlib can hold back about 1032 bytes of output for want of room, more than a small buffer
+// takes. So a damaged or cut stream may show its failure a call earlier or later than reading block
+// by block would. The bytes before it are the same.
 constexpr unsigned int MinBorrowingSize = 512;
 
 // Keeps sums of sizes within 32 bits; no buffer is nearly as large.

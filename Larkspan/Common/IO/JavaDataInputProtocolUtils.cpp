@@ -10,15 +10,28 @@
 namespace Larkspan::Common::IO {
 namespace {
 
+// The bytes of a text, with room for a zero behind them; takes memory only for a long one.
+class TextBytes {
+ public:
+  explicit TextBytes(unsigned int length)
+      : longBytes(length < sizeof(shortBytes) ? nullptr
+                                              : Vx::NewByteArray(std::size_t{length} + 1)) {}
+  [[nodiscard]] char* Get() noexcept { return longBytes == nullptr ? shortBytes : longBytes.get(); }
+
+ private:
+  char shortBytes[1024];
+  const Vx::ByteArray longBytes;
+};
+
 int ReadText(Vx::IChannel& channel, Vx::UniString& text) {
   unsigned short length = 0;
   int status = StatusChannel::ReadValue(channel, length);
   if (status != Vx::StatusSuccess) return status;
-  const Vx::ByteArray bytes = Vx::NewByteArray(std::size_t{length} + 1);
-  if (length != 0) status = StatusChannel::ReadBytes(channel, bytes.get(), length);
+  TextBytes bytes(length);
+  if (length != 0) status = StatusChannel::ReadBytes(channel, bytes.Get(), length);
   if (status != Vx::StatusSuccess) return status;
-  bytes[length] = 0;
-  text = Vx::UniString(bytes.get(), VxCharCodeUTF);
+  bytes.Get()[length] = 0;
+  text.Assign(bytes.Get(), VxCharCodeUTF);
   return Vx::StatusSuccess;
 }
 
@@ -27,10 +40,10 @@ int ReadText(Vx::IChannel& channel, Vx::UniString& text) {
 void ReadUTF(Vx::IChannelX& channel, Vx::UniString& text) {
   unsigned short length = 0;
   ChannelX::ReadValue(channel, length);
-  const Vx::ByteArray bytes = Vx::NewByteArray(std::size_t{length} + 1);
-  if (length != 0) ChannelX::ReadBytes(channel, bytes.get(), length);
-  bytes[length] = 0;
-  text.Assign(bytes.get(), VxCharCodeUTF);
+  TextBytes bytes(length);
+  if (length != 0) ChannelX::ReadBytes(channel, bytes.Get(), length);
+  bytes.Get()[length] = 0;
+  text.Assign(bytes.Get(), VxCharCodeUTF);
 }
 
 Vx::UniString ReadUTF(Vx::IChannelX& channel) {
