@@ -91,19 +91,20 @@ template <class T>
   }
 }
 
-/// `pattern` in the byte order of memory, from big-endian or to it.
+/// `pattern` in the byte order of memory, from big-endian or to it. Written out, since compilers
+/// find their instruction for it in this form, and not in a loop.
 template <std::unsigned_integral Pattern>
 [[nodiscard]] constexpr Pattern Swap(Pattern pattern) noexcept {
   if constexpr (std::endian::native == std::endian::big || sizeof(Pattern) == 1) {
     return pattern;
+  } else if constexpr (sizeof(Pattern) == 2) {
+    return static_cast<Pattern>((pattern << 8U) | (pattern >> 8U));
+  } else if constexpr (sizeof(Pattern) == 4) {
+    return (pattern << 24U) | ((pattern & 0xFF00U) << 8U) | ((pattern >> 8U) & 0xFF00U) |
+           (pattern >> 24U);
   } else {
-    // In this form compilers find their instruction for it, and vectorise it.
-    Pattern swapped = 0;
-    for (unsigned int shift = 0; shift < 8 * sizeof(Pattern); shift += 8) {
-      const auto byte = static_cast<Pattern>((pattern >> shift) & 0xFFU);
-      swapped = static_cast<Pattern>(swapped | (byte << (8 * sizeof(Pattern) - 8 - shift)));
-    }
-    return swapped;
+    const Pattern high = Swap(static_cast<std::uint32_t>(pattern));
+    return (high << 32U) | Swap(static_cast<std::uint32_t>(pattern >> 32U));
   }
 }
 
