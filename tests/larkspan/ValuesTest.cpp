@@ -2,7 +2,10 @@
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <memory>
+#include <span>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,10 +15,17 @@
 #include "Larkspan/Common/IO/JavaDataOutputProtocol.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
+#include "Larkspan/Common/IO/JavaDataReader.h"
+#include "Larkspan/Common/IO/JavaDataWriter.h"
+#include "foundation/Vx/BufferedIBinaryChannel.h"
+#include "foundation/Vx/BufferedOBinaryChannel.h"
 #include "foundation/Vx/IOException.h"
+#include "foundation/Vx/MemoryIBinaryChannel.h"
+#include "foundation/Vx/MemoryOBinaryChannel.h"
 #include "tests/foundation/ToyProtocol.h"
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/Noise.h"
 #include "tests/support/PiecewiseInput.h"
 #include "tests/support/RecordingOutput.h"
 
@@ -183,6 +193,190 @@ TEST(UTF, FailuresBecomeStatusesAndLeaveTheTextAlone) {
     const Tests::AllocationFault fault(failing);
     EXPECT_EQ(ReadUTF(channel, text), Vx::StatusReadError);
     EXPECT_EQ(text, u"kept");
+  }
+}
+
+// Runs `read` on each kind of channel over `bytes`, and tells what it fails with and leaves behind.
+template <class Read>
+std::vector<std::string> ReadFromEachKind(const std::string& bytes, Read&& read) {
+  std::vector<std::string> outcomes;
+  const auto add = [&](Vx::IBinaryChannel& channel) {
+    const std::string failure = FailureOf([&] {
+      read(channel);
+      return 0;
+    });
+    outcomes.push_back(failure + "|" + Tests::ReadRest(channel));
+  };
+  Vx::MemoryIBinaryChannel memory(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  add(memory);
+  Tests::PiecewiseInput beneath(bytes, 5);
+  Vx::BufferedIBinaryChannel buffered(beneath, 13);
+  add(buffered);
+  Tests::PiecewiseInput pieces(bytes, 3);
+  add(pieces);
+  return outcomes;
+}
+
+// The same for `write` and channels with room for `room` bytes: failures and what was taken.
+template <class Write>
+std::vector<std::string> WriteToEachKind(std::size_t room, Write&& write) {
+  std::vector<std::string> outcomes;
+  Vx::MemoryOBinaryChannel memory;
+  Tests::RecordingOutput beneath(room);
+  Vx::BufferedOBinaryChannel buffered(beneath, 13);
+  Tests::RecordingOutput direct(room);
+  for (Vx::OBinaryChannel* const channel :
+       std::initializer_list<Vx::OBinaryChannel*>{&memory, &buffered, &direct}) {
+    outcomes.push_back(FailureOf([&] {
+      write(*channel);
+      channel->Flush();
+      return 0;
+    }));
+  }
+  outcomes.emplace_back(memory.GetBuffer(), memory.GetSize());
+  outcomes.push_back(beneath.content);
+  outcomes.push_back(direct.content);
+  return outcomes;
+}
+
+// More than a block of bytes, in which a `bool` is true now and then.
+std::string MakeBytes() {
+  std::string bytes = Tests::Noise(10007);
+  for (std::size_t index = 0; index < bytes.size(); index += 3) bytes[index] = '\1';
+  return bytes;
+}
+
+// NaNs included, and without the padding that a `long double` has.
+template <class T>
+bool HaveSameBits(T left, T right) {
+  if constexpr (std::is_same_v<T, float>) {
+    return std::bit_cast<std::uint32_t>(left) == std::bit_cast<std::uint32_t>(right);
+  } else if constexpr (std::is_floating_point_v<T>) {
+    return std::bit_cast<std::uint64_t>(static_cast<double>(left)) ==
+           std::bit_cast<std::uint64_t>(static_cast<double>(right));
+  } else {
+    return left == right;
+  }
+}
+
+// `JavaDataReader` and `JavaDataWriter`, value by value and by arrays, against the protocols.
+template <class T>
+class ManyValues : public testing::Test {};
+using Primitives =
+    testing::Types<char, unsigned char, bool, short, unsigned short, int, unsigned int, long,
+                   unsigned long, __int64, unsigned __int64, float, double, long double>;
+TYPED_TEST_SUITE(ManyValues, Primitives);
+
+TYPED_TEST(ManyValues, AreReadAsByTheProtocolToTheLastByteOfCutInput) {
+  using T = TypeParam;
+  constexpr std::size_t count = 1201;
+  const std::string bytes = MakeBytes();
+  const std::size_t size = count * Encode(T{}).size();
+  for (const std::size_t cut : {std::size_t{0}, std::size_t{1}, std::size_t{29}, size - 1, size}) {
+    SCOPED_TRACE(cut);
+    const std::string encoded = bytes.substr(0, cut == size ? size + 20 : cut);
+    const auto values = std::make_unique<T[]>(3 * count);
+    const auto expected = ReadFromEachKind(encoded, [&](Vx::IBinaryChannel& source) {
+      Vx::IChannelX channel(source, JavaDataInputProtocolX::GetInstance());
+      for (std::size_t index = 0; index < count; ++index) channel.Read(values[index]);
+    });
+    EXPECT_EQ(expected, ReadFromEachKind(encoded, [&](Vx::IBinaryChannel& source) {
+                JavaDataReader reader(source);
+                for (std::size_t index = 0; index < count; ++index) {
+                  reader.Read(values[count + index]);
+                }
+              }));
+    EXPECT_EQ(expected, ReadFromEachKind(encoded, [&](Vx::IBinaryChannel& source) {
+                JavaDataReader(source).Read(std::span(&values[2 * count], count));
+              }));
+    for (std::size_t index = 0; index < count; ++index) {
+      ASSERT_TRUE(HaveSameBits(values[index], values[count + index])) << index;
+      ASSERT_TRUE(HaveSameBits(values[index], values[2 * count + index])) << index;
+    }
+  }
+}
+
+TYPED_TEST(ManyValues, AreWrittenAsByTheProtocolToTheLastByteOfAFullSink) {
+  using T = TypeParam;
+  constexpr std::size_t count = 1201;
+  const std::string bytes = MakeBytes();
+  const auto values = std::make_unique<T[]>(count);
+  Vx::MemoryIBinaryChannel source(bytes.data(), static_cast<unsigned int>(bytes.size()));
+  JavaDataReader(source).Read(std::span(values.get(), count));
+  const std::size_t size = count * Encode(T{}).size();
+  for (const std::size_t room : {std::size_t{0}, std::size_t{29}, size - 1, size}) {
+    SCOPED_TRACE(room);
+    const auto expected = WriteToEachKind(room, [&](Vx::OBinaryChannel& sink) {
+      Vx::OChannelX channel(sink, JavaDataOutputProtocolX::GetInstance());
+      for (std::size_t index = 0; index < count; ++index) channel.Write(values[index]);
+    });
+    EXPECT_EQ(expected, WriteToEachKind(room, [&](Vx::OBinaryChannel& sink) {
+                JavaDataWriter writer(sink);
+                for (std::size_t index = 0; index < count; ++index) writer.Write(values[index]);
+              }));
+    EXPECT_EQ(expected, WriteToEachKind(room, [&](Vx::OBinaryChannel& sink) {
+                JavaDataWriter(sink).Write(std::span<const T>(values.get(), count));
+              }));
+  }
+}
+
+TEST(UTF, AmongOtherValuesTextsOfAnyLengthAreThoseOfTheFunctions) {
+  std::u16string longText;
+  for (char32_t unit = 0; unit < 0x10000; unit += 13) {
+    longText += static_cast<char16_t>(unit);
+    longText.append(unit % 37, u'x');
+  }
+  for (const unsigned int length : {0U, 1U, 8U, 511U, 512U, 513U, 3000U, 20000U, 60000U}) {
+    SCOPED_TRACE(length);
+    const Vx::UniString text(longText.substr(length / 7, length));
+    const auto written = WriteToEachKind(3000, [&](Vx::OBinaryChannel& sink) {
+      Vx::OChannelX channel(sink, JavaDataOutputProtocolX::GetInstance());
+      channel.Write(7);
+      WriteUTF(channel, text);
+      channel.Write(8);
+    });
+    EXPECT_EQ(written, WriteToEachKind(3000, [&](Vx::OBinaryChannel& sink) {
+                JavaDataWriter writer(sink);
+                writer.Write(7);
+                writer.WriteUTF(text);
+                writer.Write(8);
+              }));
+    if (written.front() != "") continue;  // too long
+    // Encoded unit by unit, by the rows above.
+    std::string units;
+    for (const char16_t unit : text.GetView())
+      units += Encode(Vx::UniString(std::u16string_view(&unit, 1))).substr(2);
+    const std::string& bytes = written[3];
+    EXPECT_EQ(bytes.substr(6, bytes.size() - 10), units);
+    std::string damaged = bytes;
+    damaged[bytes.size() / 2] = '\xFF';
+    std::string ended = bytes;
+    ended[bytes.size() / 2] = '\0';
+    for (const std::string& encoded : {bytes, damaged, ended, bytes.substr(0, bytes.size() / 2)}) {
+      std::vector<Vx::UniString> texts;
+      const auto expected = ReadFromEachKind(encoded, [&](Vx::IBinaryChannel& source) {
+        Vx::IChannelX channel(source, JavaDataInputProtocolX::GetInstance());
+        int number = 0;
+        channel.Read(number);
+        texts.push_back(ReadUTF(channel));
+        channel.Read(number);
+      });
+      if (encoded == bytes) {
+        EXPECT_EQ(texts, std::vector<Vx::UniString>(3, text));
+      }
+      const std::vector<Vx::UniString> functions = texts;
+      texts.clear();
+      EXPECT_EQ(expected, ReadFromEachKind(encoded, [&](Vx::IBinaryChannel& source) {
+                  JavaDataReader reader(source);
+                  int number = 0;
+                  reader.Read(number);
+                  Vx::UniString read;
+                  reader.ReadUTF(read);
+                  texts.push_back(read);
+                  reader.Read(number);
+                }));
+      EXPECT_EQ(texts, functions);
+    }
   }
 }
 

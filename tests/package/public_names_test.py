@@ -21,6 +21,8 @@ ALLOWED = {
     "WriteDebugOutput": "DBPrintf, a template beside it, writes by it",
     "IsHighSurrogate": "what reads one character of UTF-16, beside it, asks it",
     "IsLowSurrogate": "as IsHighSurrogate",
+    "ToPattern": "Encode, beside it, does the rest",
+    "FromPattern": "Decode, beside it, does the rest",
     "deallocate": "the standard containers call it",
 }
 
