@@ -19,7 +19,7 @@ namespace {
 // have been read yet. The refill that ends each large read mostly needs that block as well, but not
 // always: zlib can hold back about 1032 bytes of output for want of room, more than a small buffer
 // takes. So a damaged or cut stream may show its failure a call earlier or later than reading block
-// by block would. The bytes before it are the same.
+// by block would.
 constexpr unsigned int MinBorrowingSize = 512;
 
 // Keeps sums of sizes within 32 bits; no buffer is nearly as large.

@@ -13,9 +13,10 @@ namespace Larkspan::Common::IO {
 /// Reads and decompresses one zlib stream (RFC 1950) from the wrapped channel.
 ///
 /// Takes twice the buffer size at construction; zlib takes its own memory then and with the first
-/// bytes. Reads ahead of need: a failure can come up in the call that took the last good bytes. A
-/// wrapped channel that ends before the stream does is a failure. `Close` closes the wrapped
-/// channel, owned or not; destruction does not.
+/// bytes. Reads ahead of need: a failure can come up in the call that took the last good bytes, and
+/// a call earlier or later by the sizes of the reads and the kind of wrapped channel. A wrapped
+/// channel that ends before the stream does is a failure. `Close` closes the wrapped channel, owned
+/// or not; destruction does not.
 class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
  public:
   /// `bufferSize`, above 0, is the size of each of the two buffers: the wrapped channel is read in
