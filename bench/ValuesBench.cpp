@@ -198,7 +198,7 @@ void AppendByHand(std::string& target, std::u16string_view text) {
 }
 
 const char* ReadByHand(const char* next, std::u16string& text) {
-  const auto byte = [&next] { return static_cast<unsigned char>(*next++); };
+  const auto byte = [&next] { return unsigned{static_cast<unsigned char>(*next++)}; };
   unsigned int length = byte() << 8U;
   length |= byte();
   const char* const end = next + length;
