@@ -43,6 +43,31 @@ std::size_t DecodeAscii(std::string_view bytes, char16_t* target) noexcept {
   return done;
 }
 
+// Goes on over sequences of two and three bytes that are well-formed and stand for no surrogate:
+// what `Decode` takes in every form, faster.
+void DecodeCommon(std::string_view bytes, std::span<char16_t> target, Progress& done) noexcept {
+  while (bytes.size() - done.bytes >= 3 && done.units < target.size()) {
+    const auto get = [next = bytes.data() + done.bytes](std::size_t index) {
+      return std::uint32_t{static_cast<unsigned char>(next[index])};
+    };
+    const std::uint32_t two = ((get(0) & 0x1FU) << 6U) | (get(1) & 0x3FU);
+    const std::uint32_t three =
+        ((get(0) & 0x0FU) << 12U) | ((get(1) & 0x3FU) << 6U) | (get(2) & 0x3FU);
+    const bool hasTail = (get(1) & 0xC0U) == 0x80U;
+    if ((get(0) & 0xE0U) == 0xC0U && hasTail && two >= 0x80) {
+      target[done.units] = static_cast<char16_t>(two);
+      done.bytes += 2;
+    } else if ((get(0) & 0xF0U) == 0xE0U && hasTail && (get(2) & 0xC0U) == 0x80U &&
+               three >= 0x800 && !Utf16::IsSurrogate(three)) {
+      target[done.units] = static_cast<char16_t>(three);
+      done.bytes += 3;
+    } else {
+      return;
+    }
+    ++done.units;
+  }
+}
+
 bool IsAllowed(char32_t character, const Lead& lead, Form form) noexcept {
   if (character < lead.least) return form == Form::Java && character == 0 && lead.length == 2;
   if (character > 0x10FFFF) return false;
@@ -72,6 +97,7 @@ Progress DecodeSome(std::string_view bytes, Form form, std::span<char16_t> targe
         DecodeAscii(bytes.substr(done.bytes, room), target.data() + done.units);
     done.bytes += ascii;
     done.units += ascii;
+    DecodeCommon(bytes, target, done);
     if (done.bytes == bytes.size() || target.size() - done.units < 2) break;
     const Sequence next = Decode(bytes.substr(done.bytes), form);
     if (next.length == 0) break;
@@ -94,15 +120,19 @@ std::size_t GetJavaSize(std::u16string_view text) noexcept {
 }
 
 char* EncodeJava(std::u16string_view text, char* target) noexcept {
-  for (const char16_t unit : text) {
+  const auto put = [&target](std::uint32_t bits) {
+    *target++ = static_cast<char>(static_cast<unsigned char>(bits));
+  };
+  for (const std::uint32_t unit : text) {
     if (unit != 0 && unit < 0x80) {
-      *target++ = static_cast<char>(unit);
-    } else if (unit == 0) {
-      *target++ = '\xC0';
-      *target++ = '\x80';
+      put(unit);
+    } else if (unit < 0x800) {
+      put(0xC0U | (unit >> 6U));
+      put(0x80U | (unit & 0x3FU));
     } else {
-      char bytes[4];
-      target = std::copy_n(bytes, Encode(unit, bytes), target);
+      put(0xE0U | (unit >> 12U));
+      put(0x80U | ((unit >> 6U) & 0x3FU));
+      put(0x80U | (unit & 0x3FU));
     }
   }
   return target;
