@@ -344,7 +344,8 @@ def main():
         f"{datetime.date.today()}, {len(os.sched_getaffinity(0))} processors ({processor_name()}), "
         f"{platform.system()} {platform.release()}",
         "; ".join(f"`{corpus}` is {count} files, {size / 1e6:.1f} MB"
-                  for corpus, (count, size) in sizes.items()),
+                  for corpus, (count, size) in sizes.items())
+        + ("" if scale == 1 else f": **cut to {scale:g} of the whole corpora**, so start-up weighs more"),
         f"medians of {rounds}, one program after the other; files in the page cache" if rounds > 1
         else "one round only, one program after the other; files in the page cache",
         f"load average {load:.1f} before, {os.getloadavg()[0]:.1f} after",
