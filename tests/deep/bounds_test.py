@@ -103,7 +103,7 @@ class BoundsTest(unittest.TestCase):
         with contextlib.ExitStack() as stack:
             zeros = stack.enter_context(subprocess.Popen(
                 ["head", "-c", str(5 << 30), "/dev/zero"], stdout=subprocess.PIPE))
-            create = Run("create", "-", "-", stdin=zeros.stdout, stdout=subprocess.PIPE)
+            create = Run("create", "-j", "1", "-", "-", stdin=zeros.stdout, stdout=subprocess.PIPE)
             zeros.stdout.close()
             verify = Run("verify", "-", stdin=create.process.stdout, stdout=subprocess.DEVNULL)
             create.process.stdout.close()
