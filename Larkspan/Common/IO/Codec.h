@@ -69,7 +69,7 @@ class LARKSPAN_API BlockCodec final {
 
   [[nodiscard]] State& GetState();
 
-  const Engine engine;
+  [[maybe_unused]] const Engine engine;  // without libdeflate there is one alone
   std::unique_ptr<State> state;
 };
 
