@@ -122,7 +122,9 @@ void Meet(const Meeting& meeting) {
   const Stage stage;
   const SleepRecord noSleep;
   const PretendedCalls freeSyncs(CallSync | CallSyncData);
-  const auto& [name, before, held, whole, allows] = meeting;
+  const auto& held = meeting.held;
+  const auto& whole = meeting.whole;
+  const auto& allows = meeting.allows;
   const Tree none = InTurn(stage, meeting, {});
   const Tree first = InTurn(stage, meeting, {held});
   const Tree second = InTurn(stage, meeting, {whole});
