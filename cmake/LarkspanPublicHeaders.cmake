@@ -52,6 +52,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Common/IO/JavaDataWriter.h
     Larkspan/Common/IO/LocationUtils.h
     Larkspan/Common/IO/PagedBufferOBinaryChannel.h
+    Larkspan/Common/IO/ReplaceFileTransaction.h
     Larkspan/Common/IO/ThresholdingOBinaryChannel.h
     Larkspan/Common/IO/UpdateFileTransaction.h
     Larkspan/Common/IO/ZlibMemory.h
@@ -65,6 +66,11 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Common/UnsignedInteger32.h
     Larkspan/Common/UnsignedInteger64.h
     Larkspan/Common/Version.h
+    Larkspan/Interop/Base64Text.h
+    Larkspan/Interop/Buffers.h
+    Larkspan/Interop/Paths.h
+    Larkspan/Interop/Streams.h
+    Larkspan/Interop/Values.h
     foundation/Export.h
     foundation/IO/AccessDeniedTreatment.h
     foundation/IO/Attributes.h

@@ -12,17 +12,11 @@
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "Larkspan/Common/IO/LocationUtils.h"
-#include "foundation/IO/FileSystem.h"
+#include "Larkspan/Interop/Paths.h"
 
 using namespace Larkspan::Common::IO;
 
 namespace {
-
-IO::Location Locate(const std::filesystem::path& path) {
-  IO::Location location;
-  if (IO::fileSystem.FromNativePath(path.native(), location) != 0) std::terminate();
-  return location;
-}
 
 void WriteArchive(const IO::Location& location) {
   FileOBinaryChannel file(location, false, FileShare::NoShare);
@@ -46,7 +40,7 @@ bool UseArchive(const IO::Location& location, const std::filesystem::path& folde
   const unsigned int size = letter->Read(text, sizeof(text), Vx::IBinaryChannel::ReadAll);
   letter->Close();
 
-  archive.ExtractTo(Locate(folder / "out"));
+  archive.ExtractTo(Larkspan::Interop::ToLocation(folder / "out"));
   archive.PutHeader(u"state", u"final");
   archive.Update();
   const bool isFinal = ArchiveFile(location).GetHeader(u"state") == u"final";
@@ -58,7 +52,7 @@ bool UseArchive(const IO::Location& location, const std::filesystem::path& folde
 bool MeetDamage(const IO::Location& location, const std::filesystem::path& path) {
   std::fstream(path, std::ios::in | std::ios::out).seekp(-1, std::ios::end).put('!');
   try {
-    ArchiveFile(location).ExtractTo(Locate(path.parent_path() / "damaged"));
+    ArchiveFile(location).ExtractTo(Larkspan::Interop::ToLocation(path.parent_path() / "damaged"));
   } catch (const VxException& failure) {
     std::printf("%s\n", Larkspan::Common::ToString(failure).ToUTF8().c_str());
     return true;
@@ -74,7 +68,7 @@ int main() {
   bool sound = false;
   try {
     const auto path = folder / "letters.lsa";
-    const IO::Location location = Locate(path);
+    const IO::Location location = Larkspan::Interop::ToLocation(path);
     WriteArchive(location);
     sound = UseArchive(location, folder) && MeetDamage(location, path);
   } catch (const std::exception& failure) {

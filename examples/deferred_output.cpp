@@ -9,6 +9,7 @@
 
 #include "Larkspan/Common/IO/CRC32OBinaryChannel.h"
 #include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
+#include "Larkspan/Interop/Paths.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/Vx/MemoryOBinaryChannel.h"
 
@@ -57,8 +58,7 @@ int main() {
   try {
     const std::string name = "larkspan-" + std::to_string(std::random_device()()) + ".tmp";
     const std::filesystem::path path = std::filesystem::temp_directory_path() / name;
-    IO::Location location;
-    if (IO::fileSystem.FromNativePath(path.native(), location) != 0) return 1;
+    const IO::Location location = Larkspan::Interop::ToLocation(path);
     const bool sound = PassOn(location, 10) && PassOn(location, 100000);
     return sound && !std::filesystem::exists(path) ? 0 : 1;
   } catch (const std::exception& failure) {

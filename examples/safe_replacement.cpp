@@ -9,7 +9,7 @@
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "Larkspan/Common/IO/IOUtilities.h"
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
-#include "foundation/IO/FileSystem.h"
+#include "Larkspan/Interop/Paths.h"
 #include "foundation/Vx/IOException.h"
 
 using Larkspan::Common::IO::FileOBinaryChannel;
@@ -34,8 +34,7 @@ int main() {
   std::filesystem::create_directories(folder);
   int result = 1;
   try {
-    IO::Location file;
-    if (IO::fileSystem.FromNativePath((folder / "settings").string(), file) != 0) return result;
+    const IO::Location file = Larkspan::Interop::ToLocation(folder / "settings");
     // First of all: undo what a crash has left unfinished.
     if (UpdateFileTransaction::Recover(file)) std::puts("recovered the file before the crash");
 

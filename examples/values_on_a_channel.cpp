@@ -13,6 +13,7 @@
 #include "Larkspan/Common/IO/JavaDataOutputProtocol.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
+#include "Larkspan/Interop/Values.h"
 #include "foundation/Vx/IChannelX.h"
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "foundation/Vx/MemoryOBinaryChannel.h"
@@ -121,13 +122,11 @@ bool ReadByException(const std::string& bytes) {
 }
 
 void WriteSize(Vx::OChannelX& channel, std::int64_t size) {
-  channel.Write(static_cast<__int64>(size));
+  Larkspan::Interop::WriteInt64(channel, size);
 }
 
 std::int64_t ReadSize(Vx::IChannelX& channel) {
-  __int64 size = 0;
-  channel.Read(size);
-  return size;
+  return Larkspan::Interop::ReadInt64(channel);
 }
 
 // A size that takes more than the four bytes which a `long` has on a channel.

@@ -63,7 +63,7 @@ class LARKSPAN_API ArchiveIndex final {
   /// than `size` only at the end of the data. Decodes the blocks that the range touches, where the
   /// entry consists of blocks that don't depend on each other, else all that is before it. No sum
   /// vouches for these bytes. Throws as `OpenEntry` and its channel do.
-  [[nodiscard]] unsigned int ReadRange(std::size_t number, unsigned __int64 offset, char* buffer,
+  [[nodiscard]] unsigned int ReadRange(std::size_t number, Vx::UInt64 offset, char* buffer,
                                        unsigned int size) const;
 
  private:
@@ -71,7 +71,7 @@ class LARKSPAN_API ArchiveIndex final {
   friend class ParallelReader;
 
   struct Place : EntryPlace {
-    unsigned __int64 text = 0;  // offset of the header's bytes in `texts`
+    Vx::UInt64 text = 0;  // offset of the header's bytes in `texts`
   };
   struct NameHash {
     unsigned int hash;

@@ -14,11 +14,11 @@ class LARKSPAN_API RandomInput {
   RandomInput& operator=(const RandomInput&) = delete;
 
   /// Bytes in the store. It doesn't change.
-  [[nodiscard]] virtual unsigned __int64 GetSize() const noexcept = 0;
+  [[nodiscard]] virtual Vx::UInt64 GetSize() const noexcept = 0;
 
   /// Reads `size` bytes from `offset` on, and gives their number, which is smaller only at the end
   /// of the store. Throws `Vx::IOException`.
-  [[nodiscard]] virtual unsigned int ReadAt(unsigned __int64 offset, char* buffer,
+  [[nodiscard]] virtual unsigned int ReadAt(Vx::UInt64 offset, char* buffer,
                                             unsigned int size) const = 0;
 
  protected:
@@ -35,13 +35,13 @@ class LARKSPAN_API FileRandomInput final : public RandomInput {
   explicit FileRandomInput(::IO::File&& openFile);
   ~FileRandomInput() override;
 
-  [[nodiscard]] unsigned __int64 GetSize() const noexcept override { return size; }
-  [[nodiscard]] unsigned int ReadAt(unsigned __int64 offset, char* buffer,
+  [[nodiscard]] Vx::UInt64 GetSize() const noexcept override { return size; }
+  [[nodiscard]] unsigned int ReadAt(Vx::UInt64 offset, char* buffer,
                                     unsigned int count) const override;
 
  private:
   const ::IO::File file;
-  unsigned __int64 size = 0;
+  Vx::UInt64 size = 0;
 };
 
 }  // namespace Larkspan::Archive

@@ -77,7 +77,7 @@ class PagedBuffer final {
   /// null pointer and for no bytes.
   void Write(const char* data, unsigned int dataSize) {
     CheckMemory(data, dataSize);
-    CheckLimit(static_cast<unsigned __int64>(size) + dataSize);
+    CheckLimit(static_cast<Vx::UInt64>(size) + dataSize);
     EnsureCapacity(size + dataSize);
     while (dataSize > 0) {
       Page& page = GetPage(*this, size / PageSize);
@@ -129,7 +129,7 @@ class PagedBuffer final {
     Vx::ByteArray bytes;
   };
 
-  static void CheckLimit(unsigned __int64 capacity) {
+  static void CheckLimit(Vx::UInt64 capacity) {
     if (capacity <= MaxSize) return;
     throw Vx::IOException("Failed to grow paged buffer: maximum supported size is exceeded.",
                           __FILE__, __LINE__);

@@ -8,14 +8,14 @@ namespace IO {
 /// What the file system knows of an item besides its name and content.
 struct Attributes {
   EntryType type = EntryType::File;
-  unsigned __int64 size = 0;    // bytes
-  __int64 modifiedSeconds = 0;  // since 1970-01-01 00:00 UTC
+  Vx::UInt64 size = 0;            // bytes
+  Vx::Int64 modifiedSeconds = 0;  // since 1970-01-01 00:00 UTC
   unsigned int modifiedNanoseconds = 0;
   unsigned int mode = 0;   // the permission bits, 0 to 07777
   unsigned int owner = 0;  // the user's number
   unsigned int group = 0;
-  unsigned __int64 device = 0;
-  unsigned __int64 node = 0;  // the inode
+  Vx::UInt64 device = 0;
+  Vx::UInt64 node = 0;  // the inode
 
   /// Whether both are of one item, perhaps under two names.
   [[nodiscard]] bool IsSameItem(const Attributes& other) const noexcept {

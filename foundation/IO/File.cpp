@@ -77,10 +77,14 @@ File::File(File&& source) noexcept
       isStandard(std::exchange(source.isStandard, false)),
       isRegular(source.isRegular) {}
 
-File::File(StandardStream stream) noexcept
-    : descriptor(static_cast<int>(stream)),
-      isStandard(true),
-      isRegular(IsRegularFile(static_cast<int>(stream))) {}
+File::File(int openDescriptor, bool keepOpen) noexcept
+    : descriptor(openDescriptor), isStandard(keepOpen), isRegular(IsRegularFile(openDescriptor)) {}
+
+File::File(StandardStream stream) noexcept : File(static_cast<int>(stream), true) {}
+
+File File::FromDescriptor(int descriptor, bool owned) noexcept {
+  return File(descriptor, !owned);
+}
 
 File::~File() {
   Close();

@@ -38,6 +38,9 @@ class FOUNDATION_API File final {
   File(const Folder& folder, const Name& name, OnNotFound onNotFound) noexcept;
   /// A standard stream, open at once. The descriptor beneath it is never closed.
   explicit File(StandardStream stream) noexcept;
+  /// A descriptor of the platform that the host has opened, open at once; reads go past the buffer.
+  /// With `owned` the file closes it, and the host must not; the standard streams stay open.
+  [[nodiscard]] static File FromDescriptor(int descriptor, bool owned) noexcept;
   File(const File&) = delete;
   File& operator=(const File&) = delete;
   /// The source is closed, and has no path, afterwards.
@@ -79,17 +82,17 @@ class FOUNDATION_API File final {
 
   /// Reads from `offset` on, past the buffer, and leaves the position alone; several threads may do
   /// so at once. Otherwise as `ReadBin`. Fails for pipes.
-  [[nodiscard]] int ReadAt(unsigned __int64 offset, char* buffer, unsigned int size,
+  [[nodiscard]] int ReadAt(Vx::UInt64 offset, char* buffer, unsigned int size,
                            unsigned int* delivered) const noexcept;
 
-  [[nodiscard]] int Seek(SeekOrigin origin, __int64 offset) noexcept;
+  [[nodiscard]] int Seek(SeekOrigin origin, Vx::Int64 offset) noexcept;
 
   /// Truncates the open file to `size` bytes, or lengthens it by zeros.
-  [[nodiscard]] int SetSize(unsigned __int64 size) noexcept;
+  [[nodiscard]] int SetSize(Vx::UInt64 size) noexcept;
 
   /// Bytes from the present position to the end of the file. For a pipe or a device: those that
   /// have been read ahead.
-  [[nodiscard]] int GetAvailableSize(unsigned __int64* size) const noexcept;
+  [[nodiscard]] int GetAvailableSize(Vx::UInt64* size) const noexcept;
 
   /// Size of the file, which need not be open. Fails where it does not fit 32 bits.
   [[nodiscard]] int GetDataLength(unsigned int* length) const noexcept;
@@ -126,6 +129,8 @@ class FOUNDATION_API File final {
   int FillBuffer() noexcept;
   int ReadPiece(char* target, unsigned int size, unsigned int* delivered) noexcept;
   void DropBuffer() noexcept { bufferStart = bufferEnd = 0; }
+
+  File(int openDescriptor, bool keepOpen) noexcept;
 
   static constexpr int NoFolder = -1;
 

@@ -18,12 +18,13 @@ class FOUNDATION_API BufferedIBinaryChannel final : public IBinaryChannel, publi
   BufferedIBinaryChannel(IBinaryChannel& source, unsigned int bufferSize);
   ~BufferedIBinaryChannel() override;
 
+  using IBinaryChannel::Read;
   [[nodiscard]] unsigned int Read(char* target, unsigned int size,
                                   ReadSomeModeSelector mode) override;
   [[nodiscard]] unsigned int Read(char* target, unsigned int size,
                                   ReadAllModeSelector mode) override;
   /// What is in the buffer and what is available beneath.
-  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  [[nodiscard]] UInt64 GetAvailable() const override;
   /// Drops what was read ahead and closes the channel beneath.
   void Close() override;
 

@@ -19,6 +19,7 @@ class FOUNDATION_API BufferedOBinaryChannel final : public OBinaryChannel, publi
   BufferedOBinaryChannel(OBinaryChannel& target, unsigned int bufferSize);
   ~BufferedOBinaryChannel() override;
 
+  using OBinaryChannel::Write;
   void Write(const char* data, unsigned int size) override;
   void Flush() override;
   /// Writes out the buffer and closes the channel beneath.

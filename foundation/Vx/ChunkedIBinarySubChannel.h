@@ -22,7 +22,7 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
                                   ReadSomeModeSelector mode) override;
   /// What is left of the present frame, as far as it is available beneath. Between two frames it
   /// reads the next length; 0 at the end.
-  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  [[nodiscard]] UInt64 GetAvailable() const override;
   /// Reads on past the terminator and leaves the other channel open there.
   void Close() override;
 
@@ -38,7 +38,7 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
   /// other failures of the other channel. Linear in the number of frames if that can skip.
   [[nodiscard]] bool SkipRest();
   /// Bytes of data, without the framing, that were read or passed over.
-  [[nodiscard]] unsigned __int64 GetPassedSize() const noexcept { return passed; }
+  [[nodiscard]] UInt64 GetPassedSize() const noexcept { return passed; }
 
  private:
   void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
@@ -55,7 +55,7 @@ class FOUNDATION_API ChunkedIBinarySubChannel final : public IBinaryChannel, pub
   mutable bool ended = false;
   // Set while the other channel is read, and so for good if that fails.
   mutable bool lost = false;
-  unsigned __int64 passed = 0;
+  UInt64 passed = 0;
   bool closed = false;
 };
 

@@ -21,6 +21,7 @@ class FOUNDATION_API ChunkedOBinarySubChannel final : public OBinaryChannel {
   ChunkedOBinarySubChannel(OBinaryChannel& target, const OProtocolX& form, unsigned int chunkSize);
   ~ChunkedOBinarySubChannel() override;
 
+  using OBinaryChannel::Write;
   void Write(const char* data, unsigned int size) override;
   /// Sends what is gathered as a frame of its own, and flushes the other channel.
   void Flush() override;

@@ -14,7 +14,12 @@ class ConstForwardIteratorBase final : public ConstForwardIterator<Assoc>,
                                        public IConstForwardIterator<Assoc> {
  public:
   using TablePointer = typename State::TablePointer;
+  using value_type = Assoc;
+  using difference_type = IteratorDistance;
+  using iterator_concept = std::input_iterator_tag;
 
+  /// Over nothing; it equals any iterator at its end.
+  ConstForwardIteratorBase() noexcept : ConstForwardIterator<Assoc>(this) {}
   /// At index 0 of `target`, which must outlive the iterator.
   explicit ConstForwardIteratorBase(TablePointer target) noexcept
       : ConstForwardIterator<Assoc>(this), table(target) {}
@@ -40,11 +45,18 @@ class ConstForwardIteratorBase final : public ConstForwardIterator<Assoc>,
     const auto& right = static_cast<const ConstForwardIteratorBase&>(other);
     return (IsAtEnd() && right.IsAtEnd()) || state.index == right.state.index;
   }
-  [[nodiscard]] bool IsAtEnd() const noexcept override { return state.index >= table->GetSize(); }
+  [[nodiscard]] bool IsAtEnd() const noexcept override {
+    return table == nullptr || state.index >= table->GetSize();
+  }
 
   ConstForwardIteratorBase& operator++() noexcept {
     Increment();
     return *this;
+  }
+  ConstForwardIteratorBase operator++(int) noexcept {
+    ConstForwardIteratorBase before(*this);
+    Increment();
+    return before;
   }
   [[nodiscard]] ConstForwardIteratorBase begin() const noexcept { return *this; }
 
@@ -54,7 +66,7 @@ class ConstForwardIteratorBase final : public ConstForwardIterator<Assoc>,
   }
 
  private:
-  TablePointer table;
+  TablePointer table = nullptr;
   State state;
 };
 

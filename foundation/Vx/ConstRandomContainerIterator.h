@@ -16,7 +16,15 @@ class ConstRandomContainerIterator final
  public:
   using ElementType = typename Container::ElementType;
   using Distance = IteratorDistance;
+  using value_type = ElementType;
+  using difference_type = Distance;
+  using iterator_concept = std::forward_iterator_tag;
+  using iterator_category = std::forward_iterator_tag;
+  using pointer = const ElementType*;
+  using reference = const ElementType&;
 
+  /// Over nothing, and so at its end.
+  ConstRandomContainerIterator() noexcept : ConstRandomIterator<ElementType>(this) {}
   /// At index 0 of `target`, which must outlive the iterator.
   explicit ConstRandomContainerIterator(const Container& target) noexcept
       : ConstRandomIterator<ElementType>(this), container(&target) {}
@@ -42,7 +50,9 @@ class ConstRandomContainerIterator final
       const IConstForwardIterator<ElementType>& other) const noexcept override {
     return GetDifference(other) == 0;
   }
-  [[nodiscard]] bool IsAtEnd() const noexcept override { return index >= container->GetSize(); }
+  [[nodiscard]] bool IsAtEnd() const noexcept override {
+    return container == nullptr || index >= container->GetSize();
+  }
   void Decrement() noexcept override { Advance(-1); }
   [[nodiscard]] const ElementType& GetAt(Distance offset) const noexcept override {
     return (*container)[static_cast<unsigned int>(index + offset)];
@@ -75,9 +85,19 @@ class ConstRandomContainerIterator final
     Increment();
     return *this;
   }
+  ConstRandomContainerIterator operator++(int) noexcept {
+    ConstRandomContainerIterator before(*this);
+    Increment();
+    return before;
+  }
   ConstRandomContainerIterator& operator--() noexcept {
     Decrement();
     return *this;
+  }
+  ConstRandomContainerIterator operator--(int) noexcept {
+    ConstRandomContainerIterator before(*this);
+    Decrement();
+    return before;
   }
   [[nodiscard]] ConstRandomContainerIterator begin() const noexcept { return *this; }
 
@@ -91,7 +111,7 @@ class ConstRandomContainerIterator final
   }
 
  private:
-  const Container* container;
+  const Container* container = nullptr;
   unsigned int index = 0;
 };
 

@@ -32,7 +32,7 @@ class FormatArgument {
       real = static_cast<double>(value);
     } else if constexpr (std::is_signed_v<T>) {
       kind = Kind::Signed;
-      number = static_cast<unsigned __int64>(static_cast<__int64>(value));
+      number = static_cast<UInt64>(static_cast<Int64>(value));
       width = sizeof(T);
     } else {
       kind = Kind::Unsigned;
@@ -51,7 +51,7 @@ class FormatArgument {
 
   Kind kind = Kind::Bytes;
   std::size_t width = 0;  // of an integer, in bytes
-  unsigned __int64 number = 0;
+  UInt64 number = 0;
   double real = 0;
   std::string_view bytes;
   std::u16string_view units;

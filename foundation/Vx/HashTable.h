@@ -188,10 +188,12 @@ class HashTable {
 
   /// An iterator at the first pair. Through that of a table that is not const, values can be
   /// changed.
-  [[nodiscard]] ConstPairIterator EnumeratePairs() const noexcept {
+  [[nodiscard]] ConstPairIterator EnumeratePairs() const& noexcept {
     return ConstPairIterator(this);
   }
-  [[nodiscard]] PairIterator EnumeratePairs() noexcept { return PairIterator(this); }
+  [[nodiscard]] PairIterator EnumeratePairs() & noexcept { return PairIterator(this); }
+  /// The iterator would outlive the table.
+  void EnumeratePairs() const&& = delete;
 
  private:
   void AddAll(const HashTable& source) {

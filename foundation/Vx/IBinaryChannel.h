@@ -1,5 +1,9 @@
 #pragma once
 
+#include <concepts>
+#include <cstddef>
+#include <span>
+
 #include "foundation/Export.h"
 #include "foundation/Vx/AtomicCounter.h"
 #include "foundation/Vx/Ref.h"
@@ -27,8 +31,19 @@ class FOUNDATION_API IBinaryChannel {
   [[nodiscard]] virtual unsigned int Read(char* buffer, unsigned int size,
                                           ReadAllModeSelector mode);
 
+  /// The two forms for buffers of any size. `ReadSome` asks for at most 4 GiB - 1 of it.
+  [[nodiscard]] std::size_t Read(std::span<std::byte> buffer, ReadSomeModeSelector mode);
+  [[nodiscard]] std::size_t Read(std::span<std::byte> buffer, ReadAllModeSelector mode);
+  /// The forms with a pointer for a size that 32 bits may not hold: it is not truncated. Throws
+  /// `IllegalArgumentException` for one that they don't hold, which a span can have.
+  template <std::integral Size, class Mode>
+  requires(sizeof(Size) > sizeof(unsigned int))
+      [[nodiscard]] unsigned int Read(char* buffer, Size size, Mode mode) {
+    return Read(buffer, CheckSize(static_cast<std::size_t>(size)), mode);
+  }
+
   /// How many bytes can be read without waiting, as far as the channel knows.
-  [[nodiscard]] virtual unsigned __int64 GetAvailable() const = 0;
+  [[nodiscard]] virtual UInt64 GetAvailable() const = 0;
 
   /// Ends reading and closes what lies beneath.
   virtual void Close() = 0;
@@ -37,6 +52,9 @@ class FOUNDATION_API IBinaryChannel {
 
  protected:
   IBinaryChannel() noexcept = default;
+
+ private:
+  static unsigned int CheckSize(std::size_t size);
 };
 
 using IBinaryChannelRef = Ref<IBinaryChannel, AtomicCounter>;

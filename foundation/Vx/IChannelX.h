@@ -28,7 +28,7 @@ class FOUNDATION_API IChannelX final {
   }
 
   /// Reads and drops `size` bytes; returns their number, which is smaller only at the end of input.
-  unsigned __int64 Skip(unsigned __int64 size);
+  UInt64 Skip(UInt64 size);
 
  private:
   IBinaryChannel& channel;

@@ -18,7 +18,7 @@ requires T::IsReference struct IteratorReference<T> {
 };
 
 /// A distance between two positions of a container, in elements.
-using IteratorDistance = __int64;
+using IteratorDistance = Int64;
 
 /// How an iterator over `T` does its work; `ConstForwardIterator` and its like are built on it. An
 /// iterator checks nothing: it sees whatever stands at its position when it is dereferenced, and it

@@ -22,8 +22,8 @@ class FOUNDATION_API IProtocol {
   [[nodiscard]] virtual int Read(IChannel& channel, long double& value) = 0;
   [[nodiscard]] virtual int Read(IChannel& channel, double& value) = 0;
   [[nodiscard]] virtual int Read(IChannel& channel, float& value) = 0;
-  [[nodiscard]] virtual int Read(IChannel& channel, unsigned __int64& value) = 0;
-  [[nodiscard]] virtual int Read(IChannel& channel, __int64& value) = 0;
+  [[nodiscard]] virtual int Read(IChannel& channel, UInt64& value) = 0;
+  [[nodiscard]] virtual int Read(IChannel& channel, Int64& value) = 0;
   [[nodiscard]] virtual int Read(IChannel& channel, unsigned long& value) = 0;
   [[nodiscard]] virtual int Read(IChannel& channel, long& value) = 0;
   [[nodiscard]] virtual int Read(IChannel& channel, unsigned int& value) = 0;

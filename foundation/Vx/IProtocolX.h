@@ -19,8 +19,8 @@ class FOUNDATION_API IProtocolX {
   virtual void Read(IBinaryChannel& channel, long double& value) const = 0;
   virtual void Read(IBinaryChannel& channel, double& value) const = 0;
   virtual void Read(IBinaryChannel& channel, float& value) const = 0;
-  virtual void Read(IBinaryChannel& channel, unsigned __int64& value) const = 0;
-  virtual void Read(IBinaryChannel& channel, __int64& value) const = 0;
+  virtual void Read(IBinaryChannel& channel, UInt64& value) const = 0;
+  virtual void Read(IBinaryChannel& channel, Int64& value) const = 0;
   virtual void Read(IBinaryChannel& channel, unsigned long& value) const = 0;
   virtual void Read(IBinaryChannel& channel, long& value) const = 0;
   virtual void Read(IBinaryChannel& channel, unsigned int& value) const = 0;

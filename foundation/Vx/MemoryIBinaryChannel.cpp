@@ -2,21 +2,24 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "foundation/Vx/IOException.h"
 
 namespace Vx {
 
 MemoryIBinaryChannel::MemoryIBinaryChannel(const char* data, unsigned int size) noexcept
-    : next(data), left(size) {}
+    : left(data, size) {}
+
+MemoryIBinaryChannel::MemoryIBinaryChannel(std::string_view data) noexcept : left(data) {}
 
 MemoryIBinaryChannel::~MemoryIBinaryChannel() = default;
 
 unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadSomeModeSelector) {
   CheckOpened();
-  const unsigned int count = std::min(size, left);
+  const auto count = static_cast<unsigned int>(std::min<std::size_t>(size, left.size()));
   if (count == 0) return 0;
-  std::memcpy(buffer, next, count);
+  std::memcpy(buffer, left.data(), count);
   Advance(count);
   return count;
 }
@@ -27,24 +30,23 @@ unsigned int MemoryIBinaryChannel::Read(char* buffer, unsigned int size, ReadAll
 
 std::string_view MemoryIBinaryChannel::Peek() {
   CheckOpened();
-  return {next, left};
+  return left.substr(0, std::numeric_limits<unsigned int>::max());  // what `Advance` can be given
 }
 
 void MemoryIBinaryChannel::Advance(unsigned int size) {
-  next += size;
-  left -= size;
+  left.remove_prefix(size);
 }
 
 unsigned __int64 MemoryIBinaryChannel::Skip(unsigned __int64 size) {
   CheckOpened();
-  const auto count = static_cast<unsigned int>(std::min<unsigned __int64>(size, left));
-  Advance(count);
+  const auto count = std::min<unsigned __int64>(size, left.size());
+  left.remove_prefix(count);
   return count;
 }
 
 unsigned __int64 MemoryIBinaryChannel::GetAvailable() const {
   CheckOpened();
-  return left;
+  return left.size();
 }
 
 void MemoryIBinaryChannel::Close() {

@@ -14,6 +14,7 @@ class FOUNDATION_API MemoryOBinaryChannel final : public OBinaryChannel, public 
   MemoryOBinaryChannel() noexcept;
   ~MemoryOBinaryChannel() override;
 
+  using OBinaryChannel::Write;
   void Write(const char* data, unsigned int size) override;
   void Flush() override;
   void Close() override;

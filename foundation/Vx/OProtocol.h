@@ -25,8 +25,8 @@ class FOUNDATION_API OProtocol {
   [[nodiscard]] virtual int Write(OChannel& channel, long double value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, double value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, float value) = 0;
-  [[nodiscard]] virtual int Write(OChannel& channel, unsigned __int64 value) = 0;
-  [[nodiscard]] virtual int Write(OChannel& channel, __int64 value) = 0;
+  [[nodiscard]] virtual int Write(OChannel& channel, UInt64 value) = 0;
+  [[nodiscard]] virtual int Write(OChannel& channel, Int64 value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, unsigned long value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, long value) = 0;
   [[nodiscard]] virtual int Write(OChannel& channel, unsigned int value) = 0;

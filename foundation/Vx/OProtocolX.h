@@ -17,8 +17,8 @@ class FOUNDATION_API OProtocolX {
   virtual void Write(OBinaryChannel& channel, long double value) const = 0;
   virtual void Write(OBinaryChannel& channel, double value) const = 0;
   virtual void Write(OBinaryChannel& channel, float value) const = 0;
-  virtual void Write(OBinaryChannel& channel, unsigned __int64 value) const = 0;
-  virtual void Write(OBinaryChannel& channel, __int64 value) const = 0;
+  virtual void Write(OBinaryChannel& channel, UInt64 value) const = 0;
+  virtual void Write(OBinaryChannel& channel, Int64 value) const = 0;
   virtual void Write(OBinaryChannel& channel, unsigned long value) const = 0;
   virtual void Write(OBinaryChannel& channel, long value) const = 0;
   virtual void Write(OBinaryChannel& channel, unsigned int value) const = 0;

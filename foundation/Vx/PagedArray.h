@@ -119,9 +119,11 @@ class PagedArray : public RandomContainer<T> {
   }
 
   /// An iterator at the element with index 0.
-  [[nodiscard]] ConstRandomContainerIterator<PagedArray> EnumerateElements() const noexcept {
+  [[nodiscard]] ConstRandomContainerIterator<PagedArray> EnumerateElements() const& noexcept {
     return ConstRandomContainerIterator<PagedArray>(*this);
   }
+  /// The iterator would outlive the array.
+  void EnumerateElements() const&& = delete;
 
  private:
   static constexpr unsigned int PageSize = 8;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <type_traits>
 #include <utility>
 
@@ -82,6 +84,9 @@ class Ref {
   friend bool operator==(const Ref& left, const Ref& right) noexcept {
     return left.object == right.object;
   }
+  friend bool operator==(const Ref& reference, std::nullptr_t) noexcept {
+    return reference.IsEmpty();
+  }
 
  private:
   template <class U, class D>
@@ -120,3 +125,11 @@ template <class T, class C, class... Arguments>
 }
 
 }  // namespace Vx
+
+/// Of the object's address.
+template <class T, class C>
+struct std::hash<Vx::Ref<T, C>> {
+  [[nodiscard]] std::size_t operator()(const Vx::Ref<T, C>& reference) const noexcept {
+    return std::hash<T*>()(reference.Get());
+  }
+};

@@ -16,7 +16,7 @@ class FOUNDATION_API SkippableInput {
 
   /// Passes over `size` bytes as if they had been read, and gives their number, which is smaller
   /// only at the end of input. Raises what `Read` raises.
-  [[nodiscard]] virtual unsigned __int64 Skip(unsigned __int64 size) = 0;
+  [[nodiscard]] virtual UInt64 Skip(UInt64 size) = 0;
 
  protected:
   ~SkippableInput() = default;

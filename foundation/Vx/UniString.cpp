@@ -138,4 +138,8 @@ void UniString::AppendFormat(const char* format, const FormatArgument* arguments
   Append(formatted.GetView());
 }
 
+std::ostream& operator<<(std::ostream& stream, const UniString& text) {
+  return stream << text.ToUTF8();
+}
+
 }  // namespace Vx

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <compare>
+#include <concepts>
+#include <functional>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
@@ -16,6 +19,12 @@
 
 namespace Vx {
 
+/// What a `UniString` takes for UTF-8.
+template <class T>
+concept UTF8Text =
+    std::same_as<T, const char*> || std::same_as<T, char*> || std::same_as<T, std::string_view> ||
+    std::same_as<T, const char8_t*> || std::same_as<T, std::u8string_view>;
+
 /// A string of 16-bit units: UTF-16, in which lone surrogates are allowed. A value; see
 /// `BasicString` for counts, indexes and the operations shared with `String`.
 class FOUNDATION_API UniString final : public Object, public BasicString<UniChar> {
@@ -24,6 +33,12 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
   UniString(View text);
   /// Null counts as empty.
   UniString(const UniChar* text);
+  UniString(const std::u16string& text) : UniString(View(text)) {}
+  /// Decodes UTF-8, as `FromUTF8` does; a null pointer counts as empty.
+  template <UTF8Text Text>
+  UniString(Text text) : UniString(FromUTF8(ToByteView(text))) {}
+  UniString(const std::string& text) : UniString(FromUTF8(text)) {}
+  UniString(const std::u8string& text) : UniString(std::u8string_view(text)) {}
   /// Decodes a zero-terminated byte text; null counts as empty. Throws `ConversionErrorException`
   /// for bytes that are malformed in `code`.
   UniString(const char* text, VxCharCode code);
@@ -35,6 +50,7 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
 
   /// Implicitly a view, so that a text can be passed wherever 16-bit text is taken.
   operator View() const noexcept { return GetView(); }
+  operator std::u16string() const { return std::u16string(GetView()); }
 
   using BasicString::Append;
   using BasicString::Assign;
@@ -113,13 +129,50 @@ class FOUNDATION_API UniString final : public Object, public BasicString<UniChar
   friend bool operator==(const UniString& left, const UniChar* right) noexcept {
     return left.GetView() == (right == nullptr ? View() : View(right));
   }
+  /// With a `std::u16string` or a view.
+  template <class Text>
+  requires std::same_as<Text, View> || std::same_as<Text, std::u16string>
+  friend bool operator==(const UniString& left, const Text& right) noexcept {
+    return left.GetView() == View(right);
+  }
+  template <class Text>
+  requires std::same_as<Text, View> || std::same_as<Text, std::u16string>
+  friend std::strong_ordering operator<=>(const UniString& left, const Text& right) noexcept {
+    return left.GetView() <=> View(right);
+  }
   /// Orders by the values of the units.
   friend std::strong_ordering operator<=>(const UniString& left, const UniString& right) noexcept {
     return left.GetView() <=> right.GetView();
   }
 
+  friend UniString operator+(UniString left, View right) {
+    left.Append(right);
+    return left;
+  }
+
+  /// As UTF-8.
+  friend FOUNDATION_API std::ostream& operator<<(std::ostream& stream, const UniString& text);
+
  private:
+  static std::string_view ToByteView(const char* text) noexcept {
+    return text == nullptr ? std::string_view() : std::string_view(text);
+  }
+  static std::string_view ToByteView(std::string_view text) noexcept { return text; }
+  static std::string_view ToByteView(const char8_t* text) noexcept {
+    return ToByteView(reinterpret_cast<const char*>(text));
+  }
+  static std::string_view ToByteView(std::u8string_view text) noexcept {
+    return {reinterpret_cast<const char*>(text.data()), text.size()};
+  }
   void AppendFormat(const char* format, const FormatArgument* arguments, std::size_t count);
 };
 
 }  // namespace Vx
+
+/// The keyed hash of `GenerateHashValue`.
+template <>
+struct std::hash<Vx::UniString> {
+  [[nodiscard]] std::size_t operator()(const Vx::UniString& text) const noexcept {
+    return text.GenerateHashValue();
+  }
+};

@@ -68,7 +68,7 @@ void Properties::RemoveProperty(const Vx::UniString& key) {
   table.Delete(key);
 }
 
-Properties::Iterator Properties::GetProperties() const noexcept {
+Properties::Iterator Properties::GetProperties() const& noexcept {
   return table.EnumeratePairs();
 }
 

@@ -59,7 +59,9 @@ class LARKSPAN_API Properties {
   /// At the first property. Also stands in a range-based `for`:
   /// `for (const auto& [key, value] : properties.GetProperties())`. This object must outlive it
   /// unchanged.
-  [[nodiscard]] Iterator GetProperties() const noexcept;
+  [[nodiscard]] Iterator GetProperties() const& noexcept;
+  /// The iterator would outlive the object.
+  void GetProperties() const&& = delete;
 
  private:
   Table table;

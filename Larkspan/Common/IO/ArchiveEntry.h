@@ -48,9 +48,9 @@ class LARKSPAN_API ArchiveEntry {
   [[nodiscard]] virtual Method GetMethod() const noexcept = 0;
   [[nodiscard]] virtual bool IsClosed() const noexcept = 0;
   /// Bytes of data after compression, without the framing.
-  [[nodiscard]] virtual unsigned __int64 GetArchivedSize() const noexcept = 0;
+  [[nodiscard]] virtual Vx::UInt64 GetArchivedSize() const noexcept = 0;
   /// Bytes of plain data.
-  [[nodiscard]] virtual unsigned __int64 GetSize() const noexcept = 0;
+  [[nodiscard]] virtual Vx::UInt64 GetSize() const noexcept = 0;
   /// CRC-32 of the plain data.
   [[nodiscard]] virtual unsigned int GetCRC() const noexcept = 0;
 

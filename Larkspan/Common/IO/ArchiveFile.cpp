@@ -77,7 +77,7 @@ bool ArchiveFile::HasHeaders() const {
   return GetHeaders().GetSize() > 0;
 }
 
-ArchiveHeaderIterator ArchiveFile::EnumerateHeaders() const {
+ArchiveHeaderIterator ArchiveFile::EnumerateHeaders() const& {
   return GetHeaders().EnumeratePairs();
 }
 
@@ -133,7 +133,7 @@ unsigned int ArchiveFile::GetEntryCount() const {
   return GetEntries().GetSize();
 }
 
-ArchiveFile::EntryIterator ArchiveFile::EnumerateEntries() const {
+ArchiveFile::EntryIterator ArchiveFile::EnumerateEntries() const& {
   return GetEntries().EnumerateElements();
 }
 

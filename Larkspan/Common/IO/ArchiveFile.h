@@ -56,7 +56,9 @@ class LARKSPAN_API ArchiveFile final {
   [[nodiscard]] unsigned int GetReservedHeaderSize() const;
   [[nodiscard]] unsigned int GetHeaderCount() const;
   [[nodiscard]] bool HasHeaders() const;
-  [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const;
+  [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const&;
+  /// The iterator would outlive the object.
+  void EnumerateHeaders() const&& = delete;
   [[nodiscard]] bool ConstainsHeader(const Vx::UniString& name) const;
   bool GetHeader(const Vx::UniString& name, Vx::UniString& value) const;
   [[nodiscard]] Vx::UniString GetHeader(const Vx::UniString& name) const;
@@ -72,7 +74,9 @@ class LARKSPAN_API ArchiveFile final {
   [[nodiscard]] unsigned int GetEntryCount() const;
   /// All entries, closed and verified, in file order:
   /// `for (const auto& entry : file.EnumerateEntries())`. This object must outlive the iterator.
-  [[nodiscard]] EntryIterator EnumerateEntries() const;
+  [[nodiscard]] EntryIterator EnumerateEntries() const&;
+  /// The iterator would outlive the object.
+  void EnumerateEntries() const&& = delete;
   [[nodiscard]] bool ConstainsEntry(const Vx::UniString& name) const;
   /// Empty if there is no such entry.
   [[nodiscard]] EntryRef GetEntry(const Vx::UniString& name) const;

@@ -13,15 +13,15 @@ inline constexpr unsigned int MinReservedHeaderSize = 256;
 /// Recommended: the largest block that is replaced as a whole even if the process is killed.
 inline constexpr unsigned int DefaultReservedHeaderSize = 4096;
 
-[[nodiscard]] constexpr bool IsReservedHeaderSize(unsigned __int64 size) noexcept {
+[[nodiscard]] constexpr bool IsReservedHeaderSize(Vx::UInt64 size) noexcept {
   return size == 0 || (size >= MinReservedHeaderSize && size <= 0xFFFFFFFFU);
 }
 
 /// The size of a header block with these headers and without padding; `sealed` counts the promise
 /// of a seal, too. Throws `Vx::IllegalArgumentException` for a header with an empty name, and
 /// `Vx::DataIntegrityException` for a text that is too long for an archive.
-[[nodiscard]] LARKSPAN_API unsigned __int64 GetArchiveHeaderSize(const ArchiveHeaders& headers,
-                                                                 bool sealed = false);
+[[nodiscard]] LARKSPAN_API Vx::UInt64 GetArchiveHeaderSize(const ArchiveHeaders& headers,
+                                                           bool sealed = false);
 
 /// `reservedSize`, doubled until the headers fit, as `ArchiveFile::Update` does it; 0 stays 0. In
 /// an archive that is `sealed`, that is with the promise of the seal and the byte behind it.

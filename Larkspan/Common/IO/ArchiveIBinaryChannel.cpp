@@ -181,7 +181,7 @@ bool ArchiveIBinaryChannel::HasHeaders() const {
   return GetHeaders().GetSize() > 0;
 }
 
-ArchiveHeaderIterator ArchiveIBinaryChannel::EnumerateHeaders() const {
+ArchiveHeaderIterator ArchiveIBinaryChannel::EnumerateHeaders() const& {
   return GetHeaders().EnumeratePairs();
 }
 

@@ -39,7 +39,9 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   [[nodiscard]] unsigned int GetReservedHeaderSize() const;
   [[nodiscard]] unsigned int GetHeaderCount() const;
   [[nodiscard]] bool HasHeaders() const;
-  [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const;
+  [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const&;
+  /// The iterator would outlive the object.
+  void EnumerateHeaders() const&& = delete;
   /// The operations with a name throw `Vx::IllegalArgumentException` for an empty one.
   [[nodiscard]] bool ConstainsHeader(const Vx::UniString& name) const;
   bool GetHeader(const Vx::UniString& name, Vx::UniString& value) const;
@@ -77,7 +79,7 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
   /// Plain data of the open entry; 0 at its end, and if there is none.
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
                                   ReadSomeModeSelector mode) override;
-  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  [[nodiscard]] Vx::UInt64 GetAvailable() const override;
   /// Closes the source. An open entry is left unverified, but the rest of its framing is read,
   /// which can take long and can fail; the channel is closed all the same.
   void Close() override;
@@ -87,8 +89,8 @@ class LARKSPAN_API ArchiveIBinaryChannel final : public Vx::IBinaryChannel {
 
   // The three fields behind an entry's data, as read or as counted.
   struct Footer {
-    unsigned __int64 archivedSize = 0;
-    unsigned __int64 size = 0;
+    Vx::UInt64 archivedSize = 0;
+    Vx::UInt64 size = 0;
     unsigned int crc = 0;
   };
 

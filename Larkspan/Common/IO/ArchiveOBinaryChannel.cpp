@@ -115,7 +115,7 @@ bool ArchiveOBinaryChannel::HasHeaders() const noexcept {
   return headers.GetSize() > 0;
 }
 
-ArchiveHeaderIterator ArchiveOBinaryChannel::EnumerateHeaders() const {
+ArchiveHeaderIterator ArchiveOBinaryChannel::EnumerateHeaders() const& {
   return headers.EnumeratePairs();
 }
 

@@ -37,7 +37,9 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   /// Reading the headers works at all times.
   [[nodiscard]] unsigned int GetHeaderCount() const noexcept;
   [[nodiscard]] bool HasHeaders() const noexcept;
-  [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const;
+  [[nodiscard]] ArchiveHeaderIterator EnumerateHeaders() const&;
+  /// The iterator would outlive the object.
+  void EnumerateHeaders() const&& = delete;
   [[nodiscard]] bool ConstainsHeader(const Vx::UniString& name) const;
   bool GetHeader(const Vx::UniString& name, Vx::UniString& value) const;
   [[nodiscard]] Vx::UniString GetHeader(const Vx::UniString& name) const;
@@ -68,7 +70,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   void PutFrame(unsigned int size);
   /// Completes the entry, whose plain data has this size and CRC-32. Throws `ArchiveException` as
   /// `PutFrame` does. No other operation completes an encoded entry.
-  void CloseEncodedEntry(unsigned __int64 size, unsigned int crc);
+  void CloseEncodedEntry(Vx::UInt64 size, unsigned int crc);
 
   /// Promises in the header that a seal ends the archive, so that a cut that takes the seal away
   /// shows. The header `seal`, whatever the caller has put there, then gets its value when the
@@ -80,6 +82,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   /// no seal was promised, or one has been written.
   void WriteSeal();
 
+  using OBinaryChannel::Write;
   /// Data of the open entry. Throws `ArchiveException` if there is none, and where a frame of an
   /// encoded entry has no room for it.
   void Write(const char* data, unsigned int size) override;
@@ -108,8 +111,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
                      ArchiveEntry::Method method);
   void CheckFramesComplete(const char* file = __builtin_FILE(),
                            unsigned int line = __builtin_LINE()) const;
-  void Complete(const EntryRef& entry, unsigned __int64 archivedSize, unsigned __int64 size,
-                unsigned int crc);
+  void Complete(const EntryRef& entry, Vx::UInt64 archivedSize, Vx::UInt64 size, unsigned int crc);
   void CloseEntry(const EntryRef& entry);
 
   Vx::WrappedChannel<Vx::OBinaryChannel> target;
@@ -127,7 +129,7 @@ class LARKSPAN_API ArchiveOBinaryChannel final : public Vx::OBinaryChannel {
   EntryRef currentEntry;
   // Of an encoded entry: bytes of all frames, and those that the last one lacks.
   bool isEncoded = false;
-  unsigned __int64 encodedSize = 0;
+  Vx::UInt64 encodedSize = 0;
   unsigned int frameLeft = 0;
   ArchiveEntry::Method defaultMethod = ArchiveEntry::Deflated;
   ArchiveSeal seal;

@@ -34,15 +34,15 @@ class LARKSPAN_API ArchiveSeal final {
   /// Takes in the bytes of an entry's header, from the length of its name on, in any chunks.
   void AddHeaderBytes(const char* bytes, unsigned int size) noexcept;
   /// Takes in an entry's footer, after its header, and so completes it.
-  void AddFooter(unsigned __int64 size, unsigned int crc) noexcept;
+  void AddFooter(Vx::UInt64 size, unsigned int crc) noexcept;
 
   [[nodiscard]] Bytes Encode() const noexcept;
   /// Whether `tail` is this seal, from its first to its last byte.
   [[nodiscard]] bool Matches(std::string_view tail) const noexcept;
 
  private:
-  unsigned __int64 entryCount = 0;
-  unsigned __int64 plainSize = 0;
+  Vx::UInt64 entryCount = 0;
+  Vx::UInt64 plainSize = 0;
   CRC32 entries;
 };
 

@@ -9,10 +9,10 @@ class ByteCount {
  public:
   void Reset() noexcept { value = 0; }
   void Update(const char*, unsigned int size) noexcept { value += size; }
-  [[nodiscard]] unsigned __int64 GetValue() const noexcept { return value; }
+  [[nodiscard]] Vx::UInt64 GetValue() const noexcept { return value; }
 
  private:
-  unsigned __int64 value = 0;
+  Vx::UInt64 value = 0;
 };
 
 }  // namespace Larkspan::Common::IO

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <concepts>
+#include <cstddef>
+#include <span>
+#include <string_view>
+
 #include "Larkspan/Common/Export.h"
 
 namespace Larkspan::Common::IO {
@@ -17,6 +22,20 @@ class LARKSPAN_API CRC32 {
 
   /// Takes in `size` bytes. A null pointer sets the value to 0.
   void Update(const char* data, unsigned int size) noexcept;
+  /// The same for data of any size; none of it has no effect.
+  void Update(std::string_view data) noexcept;
+  void Update(std::span<const std::byte> data) noexcept {
+    Update(std::string_view(reinterpret_cast<const char*>(data.data()), data.size()));
+  }
+  /// A size that 32 bits may not hold is not truncated.
+  template <std::integral Size>
+  requires(sizeof(Size) > sizeof(unsigned int)) void Update(const char* data, Size size) noexcept {
+    if (data == nullptr) {
+      Reset();
+    } else {
+      Update(std::string_view(data, static_cast<std::size_t>(size)));
+    }
+  }
 
   [[nodiscard]] unsigned int GetValue() const noexcept { return value; }
 

@@ -15,7 +15,7 @@ class LARKSPAN_API CountingIBinaryChannel final : public DigestIBinaryChannel<By
   explicit CountingIBinaryChannel(const Vx::IBinaryChannelRef& channel);
   ~CountingIBinaryChannel() override;
 
-  [[nodiscard]] unsigned __int64 GetCount() const noexcept { return GetDigest().GetValue(); }
+  [[nodiscard]] Vx::UInt64 GetCount() const noexcept { return GetDigest().GetValue(); }
   void ResetCount() noexcept { ResetDigest(); }
 };
 

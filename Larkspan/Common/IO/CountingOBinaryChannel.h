@@ -15,7 +15,7 @@ class LARKSPAN_API CountingOBinaryChannel final : public DigestOBinaryChannel<By
   explicit CountingOBinaryChannel(const Vx::OBinaryChannelRef& channel);
   ~CountingOBinaryChannel() override;
 
-  [[nodiscard]] unsigned __int64 GetCount() const noexcept { return GetDigest().GetValue(); }
+  [[nodiscard]] Vx::UInt64 GetCount() const noexcept { return GetDigest().GetValue(); }
   void ResetCount() noexcept { ResetDigest(); }
 };
 

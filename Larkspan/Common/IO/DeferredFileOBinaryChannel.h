@@ -29,17 +29,18 @@ class LARKSPAN_API DeferredFileOBinaryChannel final : public ThresholdingOBinary
   /// 0xFFFFFFFF; above 0xFFF00000, what memory can't hold throws `Vx::IOException` before it moves
   /// to the file. Throws `Vx::IllegalArgumentException` for another threshold and for a location
   /// that is not valid or empty, and `Vx::OutOfMemoryException`.
-  DeferredFileOBinaryChannel(const ::IO::Location& fileLocation, unsigned __int64 thresholdSize);
+  DeferredFileOBinaryChannel(const ::IO::Location& fileLocation, Vx::UInt64 thresholdSize);
   /// The same, with the mode in which the file is opened: `OpenMode::WriteEmpty` as above, or, in a
   /// folder where others may plant something under its name, `OpenMode::WriteNew` or
   /// `OpenMode::WriteNewPrivate`. Throws `Vx::IllegalArgumentException` for any other.
-  DeferredFileOBinaryChannel(const ::IO::Location& fileLocation, unsigned __int64 thresholdSize,
+  DeferredFileOBinaryChannel(const ::IO::Location& fileLocation, Vx::UInt64 thresholdSize,
                              ::IO::OpenMode openMode);
   DeferredFileOBinaryChannel(const DeferredFileOBinaryChannel&) = delete;
   DeferredFileOBinaryChannel& operator=(const DeferredFileOBinaryChannel&) = delete;
   /// Closes a file that is open, and leaves it where it is; a failure of that goes unseen.
   ~DeferredFileOBinaryChannel() override;
 
+  using OBinaryChannel::Write;
   /// In memory throws what `PagedBufferOBinaryChannel` does; from the write on that leads past the
   /// threshold, what `FileOBinaryChannel` does. A file that is at the location is emptied then, or,
   /// with the modes for new files, makes the move fail.

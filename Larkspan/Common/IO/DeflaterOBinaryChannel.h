@@ -35,6 +35,7 @@ class LARKSPAN_API DeflaterOBinaryChannel final : public Vx::OBinaryChannel {
                          unsigned int bufferSize);
   ~DeflaterOBinaryChannel() override;
 
+  using OBinaryChannel::Write;
   void Write(const char* data, unsigned int size) override;
   /// Completes the stream to a point up to which it can be decompressed, and flushes the wrapped
   /// channel. Where zlib has more than one buffer to give, the rest follows with the next call.

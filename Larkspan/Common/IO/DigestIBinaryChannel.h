@@ -20,7 +20,7 @@ class DigestIBinaryChannel : public Vx::IBinaryChannel, public Vx::PeekableInput
     if (count != 0) digest.Update(buffer, count);
     return count;
   }
-  [[nodiscard]] unsigned __int64 GetAvailable() const override {
+  [[nodiscard]] Vx::UInt64 GetAvailable() const override {
     return GetInputChannel().GetAvailable();
   }
   void Close() override { GetInputChannel().Close(); }

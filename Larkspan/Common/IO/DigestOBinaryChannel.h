@@ -13,6 +13,7 @@ namespace Larkspan::Common::IO {
 template <class Digest>
 class DigestOBinaryChannel : public Vx::OBinaryChannel {
  public:
+  using OBinaryChannel::Write;
   void Write(const char* data, unsigned int size) override {
     GetOutputChannel().Write(data, size);
     if (size != 0) digest.Update(data, size);

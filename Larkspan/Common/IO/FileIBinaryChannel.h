@@ -32,7 +32,7 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel,
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
                                   ReadSomeModeSelector mode) override;
   /// The bytes from the present position to the end of the file.
-  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  [[nodiscard]] Vx::UInt64 GetAvailable() const override;
   /// If it fails, the channel does not count as closed and `Close` can be called again; the file
   /// itself is closed.
   void Close() override;
@@ -44,7 +44,7 @@ class LARKSPAN_API FileIBinaryChannel final : public Vx::IBinaryChannel,
   void Advance(unsigned int size) override { file.Advance(size); }
 
   [[nodiscard]] bool CanSkip() const noexcept override { return file.IsRegular(); }
-  [[nodiscard]] unsigned __int64 Skip(unsigned __int64 size) override;
+  [[nodiscard]] Vx::UInt64 Skip(Vx::UInt64 size) override;
 
  private:
   void CheckOpened(const char* fileName = __builtin_FILE(),

@@ -32,6 +32,7 @@ class LARKSPAN_API FileOBinaryChannel final : public Vx::OBinaryChannel {
   explicit FileOBinaryChannel(::IO::File& openFile);
   ~FileOBinaryChannel() override;
 
+  using OBinaryChannel::Write;
   void Write(const char* data, unsigned int size) override;
   void Flush() override;
   /// If it fails, the channel does not count as closed and `Close` can be called again; the file

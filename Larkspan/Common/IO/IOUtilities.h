@@ -18,7 +18,7 @@ namespace Larkspan::Common::IO {
 [[nodiscard]] LARKSPAN_API bool IsFile(const ::IO::Location& location);
 
 /// The size in bytes of a file that is there. Fails beyond 0xFFFFFFFF bytes.
-[[nodiscard]] LARKSPAN_API unsigned __int64 GetFileSize(const ::IO::Location& location);
+[[nodiscard]] LARKSPAN_API Vx::UInt64 GetFileSize(const ::IO::Location& location);
 
 /// Makes the folder that the location lies in, with all missing levels above it. Does nothing if
 /// anything is there already, be it a file, and for a location that has no parent but a root.

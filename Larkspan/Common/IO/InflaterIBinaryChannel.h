@@ -31,7 +31,7 @@ class LARKSPAN_API InflaterIBinaryChannel final : public Vx::IBinaryChannel {
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
                                   ReadSomeModeSelector mode) override;
   /// The decompressed bytes now in the buffer, at most its size; 0 only at the end of the data.
-  [[nodiscard]] unsigned __int64 GetAvailable() const override;
+  [[nodiscard]] Vx::UInt64 GetAvailable() const override;
   void Close() override;
 
  private:

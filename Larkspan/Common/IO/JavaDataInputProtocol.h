@@ -32,8 +32,8 @@ class LARKSPAN_API JavaDataInputProtocol : public Vx::IProtocol {
   [[nodiscard]] int Read(Vx::IChannel& channel, long double& value) override;
   [[nodiscard]] int Read(Vx::IChannel& channel, double& value) override;
   [[nodiscard]] int Read(Vx::IChannel& channel, float& value) override;
-  [[nodiscard]] int Read(Vx::IChannel& channel, unsigned __int64& value) override;
-  [[nodiscard]] int Read(Vx::IChannel& channel, __int64& value) override;
+  [[nodiscard]] int Read(Vx::IChannel& channel, Vx::UInt64& value) override;
+  [[nodiscard]] int Read(Vx::IChannel& channel, Vx::Int64& value) override;
   [[nodiscard]] int Read(Vx::IChannel& channel, unsigned long& value) override;
   [[nodiscard]] int Read(Vx::IChannel& channel, long& value) override;
   [[nodiscard]] int Read(Vx::IChannel& channel, unsigned int& value) override;

@@ -27,8 +27,8 @@ class LARKSPAN_API JavaDataInputProtocolX : public Vx::IProtocolX {
   void Read(Vx::IBinaryChannel& channel, long double& value) const override;
   void Read(Vx::IBinaryChannel& channel, double& value) const override;
   void Read(Vx::IBinaryChannel& channel, float& value) const override;
-  void Read(Vx::IBinaryChannel& channel, unsigned __int64& value) const override;
-  void Read(Vx::IBinaryChannel& channel, __int64& value) const override;
+  void Read(Vx::IBinaryChannel& channel, Vx::UInt64& value) const override;
+  void Read(Vx::IBinaryChannel& channel, Vx::Int64& value) const override;
   void Read(Vx::IBinaryChannel& channel, unsigned long& value) const override;
   void Read(Vx::IBinaryChannel& channel, long& value) const override;
   void Read(Vx::IBinaryChannel& channel, unsigned int& value) const override;

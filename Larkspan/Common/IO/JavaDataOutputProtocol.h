@@ -31,8 +31,8 @@ class LARKSPAN_API JavaDataOutputProtocol : public Vx::OProtocol {
   [[nodiscard]] int Write(Vx::OChannel& channel, long double value) override;
   [[nodiscard]] int Write(Vx::OChannel& channel, double value) override;
   [[nodiscard]] int Write(Vx::OChannel& channel, float value) override;
-  [[nodiscard]] int Write(Vx::OChannel& channel, unsigned __int64 value) override;
-  [[nodiscard]] int Write(Vx::OChannel& channel, __int64 value) override;
+  [[nodiscard]] int Write(Vx::OChannel& channel, Vx::UInt64 value) override;
+  [[nodiscard]] int Write(Vx::OChannel& channel, Vx::Int64 value) override;
   [[nodiscard]] int Write(Vx::OChannel& channel, unsigned long value) override;
   [[nodiscard]] int Write(Vx::OChannel& channel, long value) override;
   [[nodiscard]] int Write(Vx::OChannel& channel, unsigned int value) override;

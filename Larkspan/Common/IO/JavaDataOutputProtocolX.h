@@ -26,8 +26,8 @@ class LARKSPAN_API JavaDataOutputProtocolX : public Vx::OProtocolX {
   void Write(Vx::OBinaryChannel& channel, long double value) const override;
   void Write(Vx::OBinaryChannel& channel, double value) const override;
   void Write(Vx::OBinaryChannel& channel, float value) const override;
-  void Write(Vx::OBinaryChannel& channel, unsigned __int64 value) const override;
-  void Write(Vx::OBinaryChannel& channel, __int64 value) const override;
+  void Write(Vx::OBinaryChannel& channel, Vx::UInt64 value) const override;
+  void Write(Vx::OBinaryChannel& channel, Vx::Int64 value) const override;
   void Write(Vx::OBinaryChannel& channel, unsigned long value) const override;
   void Write(Vx::OBinaryChannel& channel, long value) const override;
   void Write(Vx::OBinaryChannel& channel, unsigned int value) const override;

@@ -18,6 +18,7 @@ class PagedBufferOBinaryChannel final : public Vx::OBinaryChannel {
   explicit PagedBufferOBinaryChannel(unsigned int capacity) : buffer(capacity) {}
   ~PagedBufferOBinaryChannel() override = default;
 
+  using OBinaryChannel::Write;
   /// Takes all bytes, or none if it fails. Throws `Vx::IllegalArgumentException` for a null pointer
   /// and for no bytes, `Vx::OutOfMemoryException`, and `Vx::IOException` for more bytes in all than
   /// `PagedBuffer::MaxSize`.

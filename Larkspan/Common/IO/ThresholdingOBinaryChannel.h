@@ -11,6 +11,7 @@ namespace Larkspan::Common::IO {
 /// throws what the output channel does.
 class LARKSPAN_API ThresholdingOBinaryChannel : public Vx::OBinaryChannel {
  public:
+  using OBinaryChannel::Write;
   /// Throws `Vx::IOException` if the channel is closed.
   void Write(const char* data, unsigned int size) override;
   /// Throws `Vx::IOException` if the channel is closed.
@@ -20,14 +21,14 @@ class LARKSPAN_API ThresholdingOBinaryChannel : public Vx::OBinaryChannel {
   ~ThresholdingOBinaryChannel() override;
 
   /// Bytes of all writes that succeeded.
-  [[nodiscard]] unsigned __int64 GetCount() const noexcept { return count; }
-  [[nodiscard]] unsigned __int64 GetThreshold() const noexcept { return threshold; }
+  [[nodiscard]] Vx::UInt64 GetCount() const noexcept { return count; }
+  [[nodiscard]] Vx::UInt64 GetThreshold() const noexcept { return threshold; }
   /// Whether the count is above the threshold.
   [[nodiscard]] bool IsThresholdExceeded() const noexcept { return count > threshold; }
 
  protected:
   /// Throws `Vx::IllegalArgumentException` for a threshold of 0.
-  explicit ThresholdingOBinaryChannel(unsigned __int64 thresholdSize);
+  explicit ThresholdingOBinaryChannel(Vx::UInt64 thresholdSize);
   /// Copies threshold, count and state.
   ThresholdingOBinaryChannel(const ThresholdingOBinaryChannel& source) noexcept;
   ThresholdingOBinaryChannel& operator=(const ThresholdingOBinaryChannel& source) noexcept;
@@ -44,13 +45,13 @@ class LARKSPAN_API ThresholdingOBinaryChannel : public Vx::OBinaryChannel {
   /// Throws the failure of a closed channel, with the position given.
   void CheckOpened(const char* file = __builtin_FILE(), unsigned int line = __builtin_LINE()) const;
   /// Calls `ThresholdReached` if `size` more bytes lead past the threshold for the first time.
-  void CheckThreshold(unsigned __int64 size);
+  void CheckThreshold(Vx::UInt64 size);
   [[nodiscard]] bool IsClosed() const noexcept { return closed; }
 
  private:
   bool thresholdReached = false;
-  unsigned __int64 threshold;
-  unsigned __int64 count = 0;
+  Vx::UInt64 threshold;
+  Vx::UInt64 count = 0;
   bool closed = false;
 };
 
