@@ -20,10 +20,17 @@ NewFile::NewFile(const Folder& folder, Access access) noexcept
 }
 
 NewFile::~NewFile() {
+  Drop();
+}
+
+void NewFile::Drop() noexcept {
+  if (complete) return;
   // The name goes first: while the file is open, its lock tells others that it is alive.
-  if (!complete && !temporaryName.IsEmpty()) {
+  if (!temporaryName.IsEmpty()) {
     static_cast<void>(Posix::RemoveName(parent.descriptor, temporaryName));
+    temporaryName.Clear();
   }
+  file.Close();
 }
 
 int NewFile::Complete(const Name& name, Naming naming) noexcept {

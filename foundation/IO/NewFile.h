@@ -37,6 +37,9 @@ class FOUNDATION_API NewFile final {
   /// the folder afterwards.
   [[nodiscard]] int Complete(const Name& name, Naming naming) noexcept;
 
+  /// Gives the file up unless it is complete: it is closed, and nothing of it stays.
+  void Drop() noexcept;
+
   /// Whether a name is one of the temporary ones.
   [[nodiscard]] static bool IsTemporary(const Name& name) noexcept;
 

@@ -20,6 +20,7 @@
 #include "Larkspan/Common/IO/JavaDataInputProtocolX.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolX.h"
+#include "Larkspan/Common/IO/ReplaceFileTransaction.h"
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/FolderTree.h"
@@ -427,6 +428,15 @@ const std::vector<Operation>& AllOperations() {
       Update("update by a rewrite of a sealed archive", sealed, 900),
       Replacement("replacement committed", true),
       Replacement("replacement aborted", false),
+      {.name = "replacement aside",
+       .prepare = Writes("f", OldText),
+       .run =
+           [](const Stage& stage) {
+             ReplaceFileTransaction transaction(stage.file);
+             transaction.GetChannel().Write(NewText);
+             transaction.Commit();
+           },
+       .durable = true},
       {.name = "recovery",
        .prepare = PrepareRecovery,
        .run = [](const Stage& stage) { UpdateFileTransaction::Recover(stage.file); },
