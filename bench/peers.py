@@ -12,7 +12,6 @@ import datetime
 import os
 import platform
 import re
-import resource
 import shutil
 import statistics
 import subprocess
@@ -88,26 +87,9 @@ class Failed(Exception):
     pass
 
 
-def in_a_process_of_its_own(function, *arguments):
-    """A program's peak memory counts from that of the process that started it: this one stays small."""
-    child = os.fork()
-    if child == 0:
-        try:
-            function(*arguments)
-            os._exit(0)
-        except BaseException:  # pylint: disable=broad-except
-            sys.excepthook(*sys.exc_info())
-            os._exit(1)
-    if os.waitpid(child, 0)[1] != 0:
-        raise Failed("the corpora can't be built")
-
-
-def own_memory():
-    return resource.getrusage(resource.RUSAGE_SELF).ru_maxrss / 1024
-
-
 def run(command, stdin=None):
-    """Wall seconds, user seconds (with the programs that it starts) and peak memory in MiB."""
+    """Wall seconds, and user seconds with those of the programs that it starts."""
+    os.sync()  # what the program before has written is not this one's to wait for
     with open(stdin or os.devnull, "rb") as source:
         begin = time.monotonic()
         process = subprocess.Popen(command, stdin=source, stdout=subprocess.DEVNULL)
@@ -116,12 +98,31 @@ def run(command, stdin=None):
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
         raise Failed(f"{' '.join(command)} exited with {process.returncode}")
-    return wall, usage.ru_utime, usage.ru_maxrss / 1024
+    return wall, usage.ru_utime
+
+
+def peak_memory(command, stdin=None):
+    """MiB of the largest process, or None without the program `time`. The kernel counts from the
+    memory of the process that started it, and that of Python is larger than most programs here."""
+    if not shutil.which("time"):
+        return None
+    with open(stdin or os.devnull, "rb") as source:
+        done = subprocess.run(["time", "-f", "%M", *command], stdin=source, check=True, text=True,
+                              errors="replace", stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    return int(done.stderr.split()[-1]) / 1024
 
 
 def output_of(command):
     return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                           check=True).stdout.decode(errors="replace")
+
+
+def commit():
+    """The source's commit behind a blank, if there is one."""
+    try:
+        return " of commit " + output_of(["git", "-C", ROOT, "rev-parse", "--short", "HEAD"]).strip()
+    except (OSError, subprocess.CalledProcessError):
+        return ""
 
 
 class Peer:
@@ -191,40 +192,48 @@ def find_peers(build):
     return peers, missing
 
 
+def command_of(work, corpus, row, peer, last):
+    """The words of the command, with everything in place for it, and the path of its archive."""
+    stored = ".stored" if row.startswith("stored") else ""
+    archive = os.path.join(work, corpus + stored + peer.suffix)
+    target = os.path.join(work, "extracted")
+    if row.endswith("create") and os.path.exists(archive):
+        os.remove(archive)
+    if row.endswith("extract"):
+        shutil.rmtree(target, ignore_errors=True)
+        os.mkdir(target)
+    if row == "last entry" and (corpus, peer.title) not in last:
+        listing = output_of(peer.command("list", a=archive)).splitlines()
+        last[corpus, peer.title] = [name for name in listing if name[-1:] != "/"][-1]
+    return peer.command(row, a=archive, c=corpus, o=target, p=work,
+                        n=last.get((corpus, peer.title), "")), archive
+
+
 def measure(work, peers, rounds, sizes):
-    times, archive_sizes, last = {}, {}, {}
+    """Medians of wall and user seconds, peak memory, and sizes of archives."""
+    times, memory, archive_sizes, last = {}, {}, {}, {}
     target = os.path.join(work, "extracted")
     for corpus in sizes:
         with open(corpus + ".names", "w", encoding="utf-8") as names:
             for folder, _, files in sorted(os.walk(corpus)):
                 names.writelines(os.path.join(folder, name) + "\n" for name in sorted(files))
-        for turn in range(rounds):
+        for turn in range(rounds + 1):  # the last one for memory
             for row in ROWS:
-                for peer in peers:
-                    if row not in peer.commands:
-                        continue
-                    stored = ".stored" if row.startswith("stored") else ""
-                    archive = os.path.join(work, corpus + stored + peer.suffix)
-                    if row.endswith("create") and os.path.exists(archive):
-                        os.remove(archive)
-                    if row == "last entry" and (corpus, peer.title) not in last:
-                        listing = output_of(peer.command("list", a=archive)).splitlines()
-                        last[corpus, peer.title] = [n for n in listing if n[-1:] != "/"][-1]
-                    if row.endswith("extract"):
-                        shutil.rmtree(target, ignore_errors=True)
-                        os.mkdir(target)
-                    command = peer.command(row, a=archive, c=corpus, o=target, p=work,
-                                           n=last.get((corpus, peer.title), ""))
+                for peer in (one for one in peers if row in one.commands):
+                    command, archive = command_of(work, corpus, row, peer, last)
                     names = peer.names and peer.names.format(p=work, c=corpus)
-                    times.setdefault((row, corpus, peer.title), []).append(run(command, names))
+                    if turn == rounds:
+                        memory[row, corpus, peer.title] = peak_memory(command, names)
+                    else:
+                        times.setdefault((row, corpus, peer.title), []).append(run(command, names))
                     if row.endswith("extract") and measure_folder(target) != sizes[corpus]:
                         raise Failed(f"{' '.join(command)} did not bring back every file")
                     if row == "create":
                         archive_sizes[corpus, peer.title] = os.path.getsize(archive)
-            print(f"{corpus}: round {turn + 1} of {rounds}", file=sys.stderr)
+            print(f"{corpus}: round {turn + 1} of {rounds + 1}", file=sys.stderr)
     shutil.rmtree(target, ignore_errors=True)
     medians = {key: [statistics.median(one) for one in zip(*runs)] for key, runs in times.items()}
-    return medians, archive_sizes
+    return medians, memory, archive_sizes
 
 
 def digits(value):
@@ -235,16 +244,13 @@ def markdown_table(head, lines):
     return "\n".join("| " + " | ".join(line) + " |" for line in [head, ["---"] * len(head)] + lines)
 
 
-def report(peers, medians, archive_sizes, sizes, facts):
+def report(peers, medians, memory, archive_sizes, sizes, facts):
     titles = [peer.title for peer in peers]
     keys = [(row, corpus) for row in ROWS for corpus in sizes]
 
-    def memory(figures):
-        return f"{figures[2]:.1f}" if figures[2] > own_memory() + 0.5 else "-"
-
-    def table(cell):
-        return [[f"{row} {corpus}"] + [cell(medians[row, corpus, title])
-                                       if (row, corpus, title) in medians else "" for title in titles]
+    def table(figures, cell):
+        return [[f"{row} {corpus}"] + [cell(figures[row, corpus, title])
+                                       if (row, corpus, title) in figures else "" for title in titles]
                 for row, corpus in keys]
 
     sums = [[f"archive {corpus}, MB"] + [f"{archive_sizes[corpus, title] / 1e6:.1f}" for title in titles]
@@ -261,11 +267,11 @@ def report(peers, medians, archive_sizes, sizes, facts):
     return "\n\n".join([
         "\n".join(f"- {fact}" for fact in facts),
         "Wall seconds, user seconds in brackets:",
-        markdown_table([""] + titles, table(lambda t: f"{digits(t[0])} ({digits(t[1])})") + sums),
+        markdown_table([""] + titles, table(medians, lambda t: f"{digits(t[0])} ({digits(t[1])})") + sums),
         "`larkspan` against the fastest peer of each row, by wall time:",
         markdown_table(["", "fastest peer", "larkspan / peer", "larkspan is"], standing),
-        f"Peak memory of the largest process, MiB ({own_memory():.0f} and less can't be told apart):",
-        markdown_table([""] + titles, table(memory))])
+        "Peak memory of the largest process, MiB:",
+        markdown_table([""] + titles, table(memory, lambda one: f"{one:.1f}" if one else "-"))])
 
 
 def draw(peers, medians, sizes):
@@ -330,10 +336,10 @@ def main():
     os.makedirs(work)
     try:
         load = os.getloadavg()[0]
-        in_a_process_of_its_own(build_corpora, work, scale)
+        build_corpora(work, scale)
         sizes = {corpus: measure_folder(os.path.join(work, corpus)) for corpus in ("small", "big")}
         os.chdir(work)  # the entries' names begin with the corpus
-        medians, archive_sizes = measure(work, peers, rounds, sizes)
+        medians, memory, archive_sizes = measure(work, peers, rounds, sizes)
     except Failed as failure:
         sys.exit(f"peers: {failure}")
     finally:
@@ -346,12 +352,12 @@ def main():
         "; ".join(f"`{corpus}` is {count} files, {size / 1e6:.1f} MB"
                   for corpus, (count, size) in sizes.items())
         + ("" if scale == 1 else f": **cut to {scale:g} of the whole corpora**, so start-up weighs more"),
-        f"medians of {rounds}, one program after the other; files in the page cache" if rounds > 1
-        else "one round only, one program after the other; files in the page cache",
+        f"medians of {rounds}, one program after the other; files in the page cache, disks synced before" if rounds > 1
+        else "one round only, one program after the other; files in the page cache, disks synced before",
         f"load average {load:.1f} before, {os.getloadavg()[0]:.1f} after",
-        "versions: " + "; ".join(dict.fromkeys(peer.version for peer in peers)),
+        "versions: " + "; ".join(dict.fromkeys(peer.version for peer in peers)) + commit(),
     ] + [f"not installed: {name}" for name in missing]
-    text = report(peers, medians, archive_sizes, sizes, facts)
+    text = report(peers, medians, memory, archive_sizes, sizes, facts)
     print(text)
     if options.write:
         write_document(text, draw(peers, medians, sizes))
