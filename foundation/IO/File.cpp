@@ -187,7 +187,8 @@ int File::FillBuffer() noexcept {
   if (const int outcome = MakeBuffer(); outcome != StatusSuccess) return outcome;
   DropBuffer();
   std::size_t count = 0;
-  const int error = Posix::Read(descriptor, readBuffer.get(), BufferSize, &count);
+  const unsigned int wanted = std::exchange(hasSkipped, false) ? SizeAfterSkip : BufferSize;
+  const int error = Posix::Read(descriptor, readBuffer.get(), wanted, &count);
   if (error != 0) return Posix::ReadStatus(error);
   bufferEnd = static_cast<unsigned int>(count);
   return count == 0 ? StatusEndOfInput : StatusSuccess;
@@ -214,6 +215,32 @@ int File::Seek(SeekOrigin origin, __int64 offset) noexcept {
   const int error = Posix::Seek(descriptor, origin, offset, nullptr);
   if (error == 0) DropBuffer();
   return Posix::FileStatus(error);
+}
+
+int File::Skip(unsigned __int64 size, unsigned __int64* skipped) noexcept {
+  *skipped = 0;
+  if (!IsOpen()) return StatusNotOpen;
+  const auto buffered = static_cast<unsigned int>(std::min<unsigned __int64>(size, GetBuffered()));
+  Advance(buffered);
+  *skipped = buffered;
+  if (size == buffered) return StatusSuccess;
+  Attributes facts;
+  if (const int error = Posix::ReadAttributes(descriptor, &facts); error != 0) {
+    return Posix::FileStatus(error);
+  }
+  // From anywhere this reaches the end.
+  const auto step = static_cast<__int64>(std::min(size - buffered, facts.size));
+  __int64 position = 0;
+  int error = Posix::Seek(descriptor, SeekOrigin::Current, step, &position);
+  if (error != 0) return Posix::FileStatus(error);
+  DropBuffer();
+  hasSkipped = true;
+  const __int64 start = position - step;
+  const __int64 end = std::max(start, static_cast<__int64>(facts.size));
+  if (position > end) error = Posix::Seek(descriptor, SeekOrigin::Begin, end, nullptr);
+  if (error != 0) return Posix::FileStatus(error);
+  *skipped += static_cast<unsigned __int64>(std::min(position, end) - start);
+  return StatusSuccess;
 }
 
 int File::SetSize(unsigned __int64 size) noexcept {

@@ -87,6 +87,10 @@ class FOUNDATION_API File final {
 
   [[nodiscard]] int Seek(SeekOrigin origin, Vx::Int64 offset) noexcept;
 
+  /// Moves the position on by `size` bytes, but not past the end, and leaves in `skipped` by how
+  /// many. The next read goes less far ahead, since another skip may follow it.
+  [[nodiscard]] int Skip(Vx::UInt64 size, Vx::UInt64* skipped) noexcept;
+
   /// Truncates the open file to `size` bytes, or lengthens it by zeros.
   [[nodiscard]] int SetSize(Vx::UInt64 size) noexcept;
 
@@ -133,6 +137,8 @@ class FOUNDATION_API File final {
   File(int openDescriptor, bool keepOpen) noexcept;
 
   static constexpr int NoFolder = -1;
+  // Holds the name and the header of most entries.
+  static constexpr unsigned int SizeAfterSkip = 4096;
 
   Vx::String nativePath;
   Vx::ByteArray readBuffer;
@@ -144,6 +150,7 @@ class FOUNDATION_API File final {
   bool createIfMissing = false;
   bool isStandard = false;
   bool isRegular = false;
+  bool hasSkipped = false;  // since the buffer was filled
 };
 
 }  // namespace IO

@@ -55,7 +55,7 @@ TEST_F(IOFile, ReadsPeeksAndSeeksFollowAString) {
     std::size_t place = 0;
     for (unsigned int step = 0; step < 100; ++step) {
       const std::size_t size = sizes[random.Below(std::size(sizes))];
-      const unsigned int action = random.Below(6);
+      const unsigned int action = random.Below(7);
       if (action < 3) {
         const std::size_t bases[] = {0, place, content.size()};
         place = random.Below(content.size() + 1);
@@ -70,6 +70,11 @@ TEST_F(IOFile, ReadsPeeksAndSeeksFollowAString) {
         const std::size_t taken = std::min(size, bytes.size());
         file.Advance(static_cast<unsigned int>(taken));
         place += taken;
+      } else if (action == 4) {
+        unsigned __int64 skipped = 0;
+        ASSERT_EQ(file.Skip(size, &skipped), 0);
+        ASSERT_EQ(skipped, std::min(size, content.size() - place));
+        place += skipped;
       } else {
         const std::string wanted = content.substr(place, size);
         std::string text;

@@ -87,10 +87,10 @@ unsigned __int64 FileIBinaryChannel::Skip(unsigned __int64 size) {
     Advance(static_cast<unsigned int>(size));
     return size;
   }
-  const unsigned __int64 count = std::min(size, GetAvailable());
-  const int status = file.Seek(::IO::SeekOrigin::Current, static_cast<__int64>(count));
+  unsigned __int64 skipped = 0;
+  const int status = file.Skip(size, &skipped);
   if (status != 0) FailToRead(file, status, __LINE__);
-  return count;
+  return skipped;
 }
 
 unsigned __int64 FileIBinaryChannel::GetAvailable() const {
