@@ -8,8 +8,7 @@ namespace Tool {
 
 /// What the user asks for.
 struct Request {
-  bool verbose = false;
-  bool noProgress = false;
+  ConsoleOptions console;
   std::function<void(Console&)> command;
 };
 

@@ -2,16 +2,45 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+
+#include "foundation/IO/StandardStream.h"
 
 namespace Tool {
+namespace {
 
-void Console::Print(const std::string& text) {
+bool WantsColor(const std::string& when) {
+  if (when != "auto") return when == "always";
+  const char* const refused = std::getenv("NO_COLOR");
+  if (refused != nullptr && *refused != '\0') return false;
+  return Progress::IsScreen();
+}
+
+}  // namespace
+
+Console::Console(const ConsoleOptions& options)
+    : quiet(options.quiet),
+      verbose(options.verbose),
+      colored(WantsColor(options.color)),
+      progress(!options.noProgress && !quiet) {}
+
+void Console::Print(const std::string& text, Color color) {
   progress.Clear();
-  std::fputs(("larkspan: " + text + "\n").c_str(), stderr);
+  std::string prefix = "larkspan:";
+  if (colored && color != Color::Plain) {
+    prefix = (color == Color::Red ? "\x1b[1;31m" : "\x1b[1;33m") + prefix + "\x1b[0m";
+  }
+  std::fputs((prefix + " " + text + "\n").c_str(), stderr);
+}
+
+void Console::ShowItem(const std::string& name) {
+  if (!verbose || quiet) return;
+  progress.Clear();
+  std::fputs((name + "\n").c_str(), stderr);
 }
 
 void Console::Note(const std::string& subject, const std::string& text) {
-  Print(subject + ": " + text);
+  if (!quiet) Print(subject + ": " + text, Color::Plain);
 }
 
 void Console::Detail(const std::string& subject, const std::string& text) {
@@ -19,12 +48,12 @@ void Console::Detail(const std::string& subject, const std::string& text) {
 }
 
 void Console::Warn(const std::string& subject, const std::string& text) {
-  Note(subject, text);
+  Print(subject + ": " + text, Color::Yellow);
   outcome = std::max(outcome, ExitCode::Incomplete);
 }
 
 void Console::Report(const Failure& failure) {
-  Print(failure.what());
+  Print(failure.what(), Color::Red);
   outcome = std::max(outcome, failure.GetExitCode());
   if (verbose && !failure.GetReport().empty()) {
     std::fputs((failure.GetReport().substr(1) + "\n").c_str(), stderr);

@@ -7,13 +7,22 @@
 
 namespace Tool {
 
+/// How much is told, and how.
+struct ConsoleOptions {
+  bool quiet = false;
+  bool verbose = false;
+  bool noProgress = false;
+  std::string color = "auto";  // or "always", "never"
+};
+
 /// The messages of a command, on the standard error: `larkspan: SUBJECT: what happened`. Subjects
 /// and texts come ready to be printed.
 class Console final {
  public:
-  Console(bool showDetails, bool showProgress) noexcept
-      : verbose(showDetails), progress(showProgress) {}
+  explicit Console(const ConsoleOptions& options);
 
+  /// The name of a file or entry that is done, for those who asked for it.
+  void ShowItem(const std::string& name);
   /// Something that is good to know.
   void Note(const std::string& subject, const std::string& text);
   /// The same, for those who asked to be told.
@@ -25,12 +34,18 @@ class Console final {
 
   /// The worst of all that was told so far.
   [[nodiscard]] ExitCode GetOutcome() const noexcept { return outcome; }
+  /// Whether good news aren't wanted.
+  [[nodiscard]] bool IsQuiet() const noexcept { return quiet; }
   [[nodiscard]] Progress& GetProgress() noexcept { return progress; }
 
  private:
-  void Print(const std::string& text);
+  enum class Color : unsigned char { Plain, Yellow, Red };
 
-  bool verbose;
+  void Print(const std::string& text, Color color);
+
+  const bool quiet;
+  const bool verbose;
+  const bool colored;
   ExitCode outcome = ExitCode::Done;
   Progress progress;
 };

@@ -1,6 +1,8 @@
 #include "tools/larkspan/Progress.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "foundation/IO/StandardStream.h"
 
@@ -13,8 +15,13 @@ constexpr std::chrono::milliseconds Interval(200);
 }  // namespace
 
 Progress::Progress(bool wanted) noexcept
-    : enabled(wanted && ::IO::IsTerminal(::IO::StandardStream::Error)),
-      nextTime(Clock::now() + FirstDelay) {}
+    : enabled(wanted && IsScreen()), nextTime(Clock::now() + FirstDelay) {}
+
+bool Progress::IsScreen() noexcept {
+  const char* const terminal = std::getenv("TERM");
+  const bool obeys = terminal != nullptr && *terminal != '\0' && std::strcmp(terminal, "dumb") != 0;
+  return obeys && ::IO::IsTerminal(::IO::StandardStream::Error);
+}
 
 void Progress::Clear() noexcept {
   if (!shown) return;

@@ -10,6 +10,8 @@ namespace Tool {
 class Progress final {
  public:
   explicit Progress(bool wanted) noexcept;
+  /// Whether the standard error is a terminal that obeys cursor movements and colours.
+  [[nodiscard]] static bool IsScreen() noexcept;
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress() { Clear(); }

@@ -34,11 +34,11 @@ ExitCode Main(int count, const char* const* arguments) {
   try {
     request = Tool::ParseCommandLine(count, arguments);
   } catch (const Tool::Failure& failure) {
-    Tool::Console console(false, false);
+    Tool::Console console(Tool::ConsoleOptions{});
     console.Report(failure);
     return console.GetOutcome();
   }
-  Tool::Console console(request.verbose, !request.noProgress);
+  Tool::Console console(request.console);
   return Run(request, console);
 }
 

@@ -1,0 +1,395 @@
+#include "tools/larkspan/CommandTable.h"
+
+#include <algorithm>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+#include "Larkspan/Common/Version.h"
+#include "tools/larkspan/CatCommand.h"
+#include "tools/larkspan/CreateCommand.h"
+#include "tools/larkspan/ExtractCommand.h"
+#include "tools/larkspan/HeadersCommand.h"
+#include "tools/larkspan/HelpCommand.h"
+#include "tools/larkspan/InfoCommand.h"
+#include "tools/larkspan/ListCommand.h"
+#include "tools/larkspan/Spelling.h"
+#include "tools/larkspan/VerifyCommand.h"
+
+namespace Tool {
+namespace {
+
+// What an archive's or a command's user ought to know; one text and its examples a command.
+struct Words {
+  const char* details;
+  const char* examples;
+};
+
+constexpr Words GeneralWords = {
+    R"(An archive is a file, or a stream: - in its place is the standard input or output.)",
+    R"(larkspan create docs.lsa docs
+larkspan extract -C /tmp/copy docs.lsa
+larkspan create - docs | larkspan extract -C /tmp/copy -)"};
+
+constexpr Words CreateWords = {
+    R"(Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are
+relative: a root and .. are dropped. Of a link to a file the file is stored; links to folders,
+and what is neither file nor folder or can't be read, are left out, and so is the archive
+itself. Hard links become files of their own; of folders with files in them only the names are
+kept. A file that changes while it is read is told, since its entry may be a mixture. The
+archive appears under its name when it is complete and synced; with --force it has owner, group
+and permissions of the file that it replaces. Headers that don't fit the reserved size double
+it. A seal at the end tells whether all entries are there; the header "seal", which promises
+it, is the archive's own.)",
+    R"(larkspan create docs.lsa docs README.md
+larkspan create -C /srv -H owner=ada --force /backup/srv.lsa www mail
+date | larkspan create --stdin-name now.txt now.lsa -)"};
+
+constexpr Words ListWords = {
+    R"(Control characters and bytes that are not UTF-8 are shown as \xHH. Empty folders end with /.
+-l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name. The data is
+not read: sizes and CRC-32 are what the archive says of them, which "larkspan verify" proves.)",
+    R"(larkspan list docs.lsa
+larkspan create - docs | larkspan list -l -)"};
+
+constexpr Words ExtractWords = {
+    R"(NAME is an entry, or a folder with all below it. A file gets its name when it is complete
+and verified. Times and modes of files come back, but for the set-user-ID and set-group-ID
+bits; of folders, the modes of empty ones. Names that lead out of the target folder are
+refused, and so is the way through a link that stands in it; the work stops there.
+
+By default nothing is written if a file is in the way; of an archive that comes through a pipe,
+nothing from there on. --keep-going goes on after damage, as far as the next entry can be found,
+and after names that are refused; it ends with 4 then. --max-size counts what is written. It
+ends with 4, too, and the file that would exceed it does not appear.
+
+A file is synced before it replaces another one, so that one of the two is there even after a
+power cut. All other files can be missing or empty then, unless --sync was given and the
+command ended with 0.)",
+    R"(larkspan extract docs.lsa
+larkspan extract -C /tmp/copy --overwrite skip docs.lsa docs/images README.md)"};
+
+constexpr Words VerifyWords = {
+    R"(Reads every entry and compares its data with the sizes and the CRC-32 that follow it. Every
+damaged entry is told, and those behind it are read, unless their beginning can't be found.
+The seal covers names, headers, and the order and number of entries. In an archive that is
+"not sealed", which other programs may make, nothing does, and one that was cut exactly
+between two entries looks complete: compare the number of entries.)",
+    R"(larkspan verify /backup/*.lsa)"};
+
+constexpr Words CatWords = {
+    R"(Entries come in the order of the archive; of entries with the same name, the first. What
+comes out is proved only when the command ends with exit code 0.)",
+    R"(larkspan cat docs.lsa docs/README.md)"};
+
+constexpr Words HeadersWords = {
+    R"(Changes go in place where they fit the size that the archive reserves; otherwise the archive
+is written anew as ARCHIVE.updated, and the two swap names; a file that has that name is
+removed. A change that ended with 0 is durable. Changes of one archive wait for each other, at
+most ten seconds, and none is lost. An archive that is cut or has something behind its end is
+not written anew: that could lose entries that can still be saved.)",
+    R"(larkspan headers get docs.lsa
+larkspan headers get docs.lsa owner
+larkspan headers set docs.lsa owner=ada state=final
+larkspan headers clear docs.lsa state)"};
+
+constexpr Words InfoWords = {
+    R"(The data is not read: sizes are what the archive says of them, which "larkspan verify" proves.)",
+    R"(larkspan info docs.lsa)"};
+
+constexpr Words HelpWords = {R"(Without COMMAND, all commands are listed.)",
+                             R"(larkspan help create
+larkspan help headers set)"};
+
+Completion CompletionOf(const std::string& value) {
+  if (value == "DIR") return Completion::Folder;
+  if (value == "ENTRY") return Completion::Entry;
+  const bool isFile = value == "ARCHIVE" || value == "PATH" || value == "FILE";
+  return isFile ? Completion::File : Completion::None;
+}
+
+// The parser shields arguments that it would misread with a zero byte (see CommandLine.cpp).
+std::string Unshield(std::string value) {
+  std::erase(value, '\0');
+  return value;
+}
+
+// Options are kept by the command that reads them, beyond the life of the parser.
+template <class Options>
+class Command final {
+ public:
+  Command(const char* name, const char* summary, const Words& words,
+          void (*run)(const Options&, Console&))
+      : Command(name, summary, words, std::make_shared<Options>()) {
+    facts.run = [run, kept = options](Console& console) { run(*kept, console); };
+  }
+  Command(const char* name, const char* summary, const Words& words, std::shared_ptr<Options> kept)
+      : options(std::move(kept)) {
+    facts.name = name;
+    facts.summary = summary;
+    facts.details = words.details;
+    facts.examples = words.examples;
+  }
+
+  template <class Value>
+  Command& Add(const char* name, Value Options::*member, const std::string& text,
+               const char* value = "") {
+    Parameter& parameter = AddParameter(name, text);
+    parameter.value = value;
+    parameter.completion = CompletionOf(parameter.IsOption() ? value : name);
+    parameter.repeated = !std::is_same_v<Value, std::string> && !std::is_integral_v<Value>;
+    parameter.bind = [kept = options, member, name, value](CLI::App& app) {
+      CLI::Option* const option = app.add_option(name, (*kept).*member)->type_name(value);
+      // One value each, whether or not it begins with a dash.
+      if (name[0] == '-') option->allow_extra_args(false);
+      return option->transform(Unshield);
+    };
+    return *this;
+  }
+  Command& AddFlag(const char* name, bool Options::*member, const char* text) {
+    AddParameter(name, text).bind = [kept = options, member, name](CLI::App& app) {
+      return app.add_flag(name, (*kept).*member)->disable_flag_override();
+    };
+    return *this;
+  }
+  Command& Required() {
+    facts.parameters.back().required = true;
+    return Also([](CLI::Option* option) { option->required(); });
+  }
+  Command& OneOf(std::vector<std::string> values) {
+    facts.parameters.back().choices = values;
+    return Also([values = std::move(values)](CLI::Option* option) {
+      option->check([values](const std::string& value) {
+        if (std::ranges::find(values, value) != values.end()) return std::string();
+        return value + " is none of " + ListWords(values) + DidYouMean(value, values);
+      });
+    });
+  }
+  // The parser takes a negative number for a huge one.
+  Command& NotNegative() {
+    return Also([](CLI::Option* option) {
+      option->check([](const std::string& value) {
+        return std::string(value.starts_with('-') ? "must not be negative" : "");
+      });
+    });
+  }
+  Command& Between(int least, int most) {
+    return Also([least, most](CLI::Option* option) {
+      option->check(CLI::Range(least, most).description(""));
+    });
+  }
+  Command& AtMost(int count) {
+    facts.parameters.back().repeated = count > 1;
+    return Also([count](CLI::Option* option) { option->expected(0, count); });
+  }
+  Command& Completes(Completion completion) {
+    facts.parameters.back().completion = completion;
+    return *this;
+  }
+
+  // NOLINTNEXTLINE(google-explicit-constructor): the end of each chain
+  operator CommandFacts() const { return facts; }
+
+ private:
+  static std::string ListWords(const std::vector<std::string>& values) {
+    std::string list;
+    for (const std::string& value : values) list += (list.empty() ? "" : ", ") + value;
+    return list;
+  }
+
+  Parameter& AddParameter(const char* name, const std::string& text) {
+    facts.parameters.emplace_back();
+    facts.parameters.back().names = name;
+    facts.parameters.back().text = text;
+    return facts.parameters.back();
+  }
+  template <class Change>
+  Command& Also(Change change) {
+    Parameter& parameter = facts.parameters.back();
+    parameter.bind = [before = std::move(parameter.bind), change](CLI::App& app) {
+      CLI::Option* const option = before(app);
+      change(option);
+      return option;
+    };
+    return *this;
+  }
+
+  CommandFacts facts;
+  std::shared_ptr<Options> options;
+};
+
+constexpr const char* ArchiveText = "The archive; - is standard input";
+constexpr int MaxJobs = 256;
+constexpr const char* JobsText = "Threads at work; by default as many as there are processors";
+
+CommandFacts MakeCreate() {
+  using Larkspan::Common::IO::DefaultReservedHeaderSize;
+  using Larkspan::Common::IO::MinReservedHeaderSize;
+  return Command("create", "Make an archive of files and folders", CreateWords, RunCreate)
+      .Add("-C,--directory", &CreateOptions::folder, "What relative paths count from", "DIR")
+      .Add("--method", &CreateOptions::method, "deflated (the default) or stored", "METHOD")
+      .OneOf({"deflated", "stored"})
+      .Add("--reserve", &CreateOptions::reserve,
+           "Bytes reserved for headers, to change them in place: 0, or " +
+               std::to_string(MinReservedHeaderSize) + " or more; " +
+               std::to_string(DefaultReservedHeaderSize) + " if not given",
+           "BYTES")
+      .Add("-H,--header", &CreateOptions::headers, "A header of the archive; any number of them",
+           "NAME=VALUE")
+      .Add("-j,--jobs", &CreateOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .AddFlag("--force", &CreateOptions::force, "Replace an archive that exists")
+      .Add("--stdin-name", &CreateOptions::inputName, "Entry name of standard input", "NAME")
+      .Add("ARCHIVE", &CreateOptions::archive, "The new archive; - is standard output")
+      .Required()
+      .Add("PATH", &CreateOptions::paths, "Files and folders; - is standard input")
+      .Required();
+}
+
+CommandFacts MakeList() {
+  return Command("list", "Print the names of entries", ListWords, RunList)
+      .AddFlag("-l,--long", &ListOptions::longForm, "All there is to know of each")
+      .Add("ARCHIVE", &ListOptions::archive, ArchiveText)
+      .Required();
+}
+
+CommandFacts MakeVerify() {
+  return Command("verify", "Check the data of all entries", VerifyWords, RunVerify)
+      .Add("-j,--jobs", &VerifyOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .Add("ARCHIVE", &VerifyOptions::archives, "The archives; - is standard input")
+      .Required();
+}
+
+CommandFacts MakeCat() {
+  return Command("cat", "Send entries to standard output", CatWords, RunCat)
+      .Add("ARCHIVE", &CatOptions::archive, ArchiveText)
+      .Required()
+      .Add("ENTRY", &CatOptions::entries, "Names of entries")
+      .Required();
+}
+
+CommandFacts MakeInfo() {
+  return Command("info", "Print sizes and counts", InfoWords, RunInfo)
+      .Add("ARCHIVE", &InfoOptions::archive, ArchiveText)
+      .Required();
+}
+
+CommandFacts MakeExtract() {
+  return Command("extract", "Write entries as files", ExtractWords, RunExtract)
+      .Add("-j,--jobs", &ExtractOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .Add("-C,--directory", &ExtractOptions::folder, "The target folder, made if missing", "DIR")
+      .Add("--overwrite", &ExtractOptions::overwrite,
+           "What becomes of files that exist: fail (the default), skip or always", "HOW")
+      .OneOf({"fail", "skip", "always"})
+      .AddFlag("--keep-going", &ExtractOptions::keepGoing, "List bad entries, and write the others")
+      .Add("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger",
+           "BYTES")
+      .NotNegative()
+      .AddFlag("--sync", &ExtractOptions::sync, "Have everything on the disk before the end")
+      .Add("ARCHIVE", &ExtractOptions::archive, ArchiveText)
+      .Required()
+      .Add("NAME", &ExtractOptions::names, "Entries and folders; all if not given")
+      .Completes(Completion::Entry);
+}
+
+CommandFacts MakeHeaders() {
+  CommandFacts headers;
+  headers.name = "headers";
+  headers.summary = "Print or change an archive's headers";
+  headers.details = HeadersWords.details;
+  headers.examples = HeadersWords.examples;
+  headers.commands = {
+      Command("get", "Print all headers, or one value", HeadersWords, RunHeadersGet)
+          .Add("ARCHIVE", &HeadersGetOptions::archive, ArchiveText)
+          .Required()
+          .Add("NAME", &HeadersGetOptions::names, "The header")
+          .AtMost(1),
+      Command("set", "Set headers", HeadersWords, RunHeadersSet)
+          .Add("ARCHIVE", &HeadersSetOptions::archive, "The archive")
+          .Required()
+          .Add("NAME=VALUE", &HeadersSetOptions::headers, "The headers")
+          .Required(),
+      Command("clear", "Remove headers", HeadersWords, RunHeadersClear)
+          .AddFlag("--all", &HeadersClearOptions::all, "All but those that stand for empty folders")
+          .Add("ARCHIVE", &HeadersClearOptions::archive, "The archive")
+          .Required()
+          .Add("NAME", &HeadersClearOptions::names, "The headers")};
+  return headers;
+}
+
+CommandFacts MakeHelp() {
+  return Command("help", "Say more about a command", HelpWords, RunHelp)
+      .Add("COMMAND", &HelpOptions::names, "The command");
+}
+
+// One that ends the parsing.
+Parameter MakeParserFlag(const char* names, const char* text,
+                         std::function<CLI::Option*(CLI::App&)> bind) {
+  Parameter parameter;
+  parameter.names = names;
+  parameter.text = text;
+  parameter.bind = std::move(bind);
+  return parameter;
+}
+
+}  // namespace
+
+std::vector<std::string> Parameter::GetNames() const {
+  std::vector<std::string> result;
+  for (std::size_t start = 0, end = 0; end < names.size(); start = end + 1) {
+    end = std::min(names.find(',', start), names.size());
+    result.push_back(names.substr(start, end - start));
+  }
+  return result;
+}
+
+const CommandFacts* CommandFacts::Find(const std::string& command) const {
+  const auto row = std::ranges::find(commands, command, &CommandFacts::name);
+  return row == commands.end() ? nullptr : &*row;
+}
+
+CommandFacts MakeCommandTable(ConsoleOptions& options) {
+  // The caller keeps them; nothing is to be released.
+  const std::shared_ptr<ConsoleOptions> shared(std::shared_ptr<void>(), &options);
+  CommandFacts program =
+      Command("larkspan", "Archives that stream, verify themselves, and carry headers",
+              GeneralWords, shared)
+          .AddFlag("-q,--quiet", &ConsoleOptions::quiet, "Tell only what went wrong")
+          .AddFlag("-v,--verbose", &ConsoleOptions::verbose,
+                   "Name each file, and tell the causes of failures")
+          .AddFlag("--no-progress", &ConsoleOptions::noProgress, "Show no progress")
+          .Add("--color", &ConsoleOptions::color,
+               "Colours in messages: auto (the default), which is at a terminal, always or never",
+               "WHEN")
+          .OneOf({"auto", "always", "never"});
+  program.parameters.push_back(
+      MakeParserFlag("-h,--help", "Say more about a command",
+                     [](CLI::App& app) { return app.set_help_flag("-h,--help"); }));
+  program.parameters.push_back(MakeParserFlag(
+      "-V,--version", "Print the version",
+      [](CLI::App& app) { return app.set_version_flag("-V,--version", GetVersionText()); }));
+  program.commands = {MakeCreate(), MakeList(),    MakeVerify(),  MakeCat(),
+                      MakeInfo(),   MakeExtract(), MakeHeaders(), MakeHelp()};
+  return program;
+}
+
+std::string GetVersionText() {
+  return "larkspan " + std::to_string(LARKSPAN_VERSION_MAJOR) + "." +
+         std::to_string(LARKSPAN_VERSION_MINOR) + "." + std::to_string(LARKSPAN_VERSION_PATCH);
+}
+
+const std::vector<ExitCodeFacts>& GetExitCodes() {
+  static const std::vector<ExitCodeFacts> codes = {{0, "done"},
+                                                   {1, "done, but not all of it"},
+                                                   {2, "wrong usage"},
+                                                   {3, "the system refused"},
+                                                   {4, "the archive is bad"},
+                                                   {130, "interrupted"}};
+  return codes;
+}
+
+}  // namespace Tool
