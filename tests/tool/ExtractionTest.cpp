@@ -44,7 +44,7 @@ class ToolExtraction : public testing::Test {
   std::string Extract(ExtractOptions options) {
     options.archive = GetPath("a.lsa");
     options.folder = GetPath("out");
-    Tool::Console console(false, false);
+    Tool::Console console(Tool::ConsoleOptions{});
     try {
       Tool::RunExtract(options, console);
     } catch (const Tool::Failure& failure) {

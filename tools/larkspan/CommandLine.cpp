@@ -112,7 +112,7 @@ Words FindUnknown(const CLI::App& app, const Words& typed) {
 
 // The parser's own words, but where they are hard to understand.
 std::string DescribeFault(const CLI::ParseError& error) {
-  const std::string text = error.what();
+  std::string text = error.what();
   const std::string conversion = "Could not convert: ";
   const std::size_t equals = text.find(" = ");
   if (!text.starts_with(conversion) || equals == text.npos) return text;

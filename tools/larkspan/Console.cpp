@@ -11,6 +11,7 @@ namespace {
 
 bool WantsColor(const std::string& when) {
   if (when != "auto") return when == "always";
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
   const char* const refused = std::getenv("NO_COLOR");
   if (refused != nullptr && *refused != '\0') return false;
   return Progress::IsScreen();

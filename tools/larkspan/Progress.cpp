@@ -18,6 +18,7 @@ Progress::Progress(bool wanted) noexcept
     : enabled(wanted && IsScreen()), nextTime(Clock::now() + FirstDelay) {}
 
 bool Progress::IsScreen() noexcept {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
   const char* const terminal = std::getenv("TERM");
   const bool obeys = terminal != nullptr && *terminal != '\0' && std::strcmp(terminal, "dumb") != 0;
   return obeys && ::IO::IsTerminal(::IO::StandardStream::Error);
