@@ -16,6 +16,7 @@ import shutil
 import statistics
 import subprocess
 import sys
+import tempfile
 import time
 import zlib
 
@@ -193,26 +194,27 @@ def find_peers(build):
 
 
 def command_of(work, corpus, row, peer, last):
-    """The words of the command, with everything in place for it, and the path of its archive."""
+    """The words of the command, with everything in place for it, the path of its archive, and that
+    of what it extracts. That folder is a new one each time, and stays: for minutes after many files
+    were deleted, making new ones takes ext4 up to ten times as long, whoever makes them."""
     stored = ".stored" if row.startswith("stored") else ""
     archive = os.path.join(work, corpus + stored + peer.suffix)
-    target = os.path.join(work, "extracted")
+    target = ""
     if row.endswith("create") and os.path.exists(archive):
         os.remove(archive)
     if row.endswith("extract"):
-        shutil.rmtree(target, ignore_errors=True)
-        os.mkdir(target)
+        target = tempfile.mkdtemp(dir=os.path.join(work, "extracted"))
     if row == "last entry" and (corpus, peer.title) not in last:
         listing = output_of(peer.command("list", a=archive)).splitlines()
         last[corpus, peer.title] = [name for name in listing if name[-1:] != "/"][-1]
     return peer.command(row, a=archive, c=corpus, o=target, p=work,
-                        n=last.get((corpus, peer.title), "")), archive
+                        n=last.get((corpus, peer.title), "")), archive, target
 
 
 def measure(work, peers, rounds, sizes):
     """Medians of wall and user seconds, peak memory, and sizes of archives."""
     times, memory, archive_sizes, last = {}, {}, {}, {}
-    target = os.path.join(work, "extracted")
+    os.mkdir(os.path.join(work, "extracted"))
     for corpus in sizes:
         with open(corpus + ".names", "w", encoding="utf-8") as names:
             for folder, _, files in sorted(os.walk(corpus)):
@@ -220,7 +222,7 @@ def measure(work, peers, rounds, sizes):
         for turn in range(rounds + 1):  # the last one for memory
             for row in ROWS:
                 for peer in (one for one in peers if row in one.commands):
-                    command, archive = command_of(work, corpus, row, peer, last)
+                    command, archive, target = command_of(work, corpus, row, peer, last)
                     names = peer.names and peer.names.format(p=work, c=corpus)
                     if turn == rounds:
                         memory[row, corpus, peer.title] = peak_memory(command, names)
@@ -231,7 +233,6 @@ def measure(work, peers, rounds, sizes):
                     if row == "create":
                         archive_sizes[corpus, peer.title] = os.path.getsize(archive)
             print(f"{corpus}: round {turn + 1} of {rounds + 1}", file=sys.stderr)
-    shutil.rmtree(target, ignore_errors=True)
     medians = {key: [statistics.median(one) for one in zip(*runs)] for key, runs in times.items()}
     return medians, memory, archive_sizes
 
