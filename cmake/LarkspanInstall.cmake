@@ -9,6 +9,9 @@ install(TARGETS foundation larkspan-common EXPORT LarkspanTargets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(LARKSPAN_BUILD_TOOL)
   install(TARGETS larkspan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # Manual and completions, where the system and the shells look for them.
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/tools/documents/share/ DESTINATION ${CMAKE_INSTALL_DATADIR}
+          PATTERN done EXCLUDE)
 endif()
 
 foreach(header IN LISTS LARKSPAN_PUBLIC_HEADERS)

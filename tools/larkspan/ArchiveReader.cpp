@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tools/larkspan/ArchiveEndReport.h"
+#include "tools/larkspan/FileKind.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/Text.h"
 
@@ -53,9 +54,25 @@ ArchiveReader::ArchiveReader(const std::string& argument, Console& messages, uns
       jobs(jobCount),
       chooseEntry(std::move(choose)),
       buffer(Vx::NewByteArray(ChunkSize)) {
-  const unsigned int reserved = Guard([this] { return channel.GetReservedHeaderSize(); });
+  const unsigned int reserved = ReadHeader();
   CheckHeaderSize(GetSubject(), source.GetPosition(), reserved, console);
   ReportHeaderCheck(GetSubject(), channel.GetEnd(), console);
+}
+
+// Damage at the head is often another kind of file.
+unsigned int ArchiveReader::ReadHeader() {
+  constexpr std::size_t headerOfOthers = 512;
+  const std::string beginning(source.Peek().substr(0, headerOfOthers));
+  return PresentFailures([this] { return channel.GetReservedHeaderSize(); },
+                         [&](const VxException& reason) {
+                           const std::string_view kind = FindFileKind(beginning);
+                           if (kind.empty()) {
+                             return LibraryFailure(ExitCode::BadArchive, GetSubject(),
+                                                   "bad archive, " + DescribePosition(), reason);
+                           }
+                           return Failure(ExitCode::BadArchive, GetSubject(),
+                                          "is " + std::string(kind) + ", not a Larkspan archive");
+                         });
 }
 
 void ArchiveReader::LookAhead(const std::function<void(const Vx::UniString&)>& look) {
@@ -84,7 +101,13 @@ ArchiveReader::EntryRef ArchiveReader::Next() {
                       [this](const VxException& reason) { return FailToGoOn(previous, reason); });
   current = entry;
   if (current) {
-    console.GetProgress().AdvanceItem();
+    Progress& progress = console.GetProgress();
+    // From a pipe, or without a look ahead, nothing is known of an entry's size.
+    const bool known = parallel.has_value();
+    if (known && !chooseEntry) progress.SetTotal(source.GetSize());
+    std::string name = progress.IsEnabled() ? ToPrintable(current->GetName().GetView()) : "";
+    progress.BeginItem(std::move(name), known ? current->GetArchivedSize() : 0,
+                       known ? current->GetSize() : 0);
   } else {
     ReportEnd(GetSubject(), GetEnd(), console);
   }

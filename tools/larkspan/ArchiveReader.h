@@ -70,6 +70,7 @@ class ArchiveReader final {
  private:
   template <class Work>
   auto Guard(Work&& work);
+  unsigned int ReadHeader();
   [[nodiscard]] std::string DescribePosition() const;
   [[nodiscard]] Failure FailToGoOn(const std::string& last, const VxException& reason) const;
   void EndEntry();

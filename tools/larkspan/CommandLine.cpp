@@ -45,6 +45,7 @@ std::string Unshield(std::string value) {
 
 void AddToParser(const CommandFacts& command, CLI::App& app, Request& request) {
   for (const Parameter& parameter : command.parameters) parameter.bind(app);
+  app.get_help_ptr()->disable_flag_override();
   if (command.run) app.callback([&request, run = command.run] { request.command = run; });
   for (const CommandFacts& child : command.commands) {
     AddToParser(child, *app.add_subcommand(child.name, child.summary), request);
@@ -113,11 +114,8 @@ Words FindUnknown(const CLI::App& app, const Words& typed) {
 // The parser's own words, but where they are hard to understand.
 std::string DescribeFault(const CLI::ParseError& error) {
   std::string text = error.what();
-  const std::string conversion = "Could not convert: ";
-  const std::size_t equals = text.find(" = ");
-  if (!text.starts_with(conversion) || equals == text.npos) return text;
-  return text.substr(conversion.size(), equals - conversion.size()) + ": " +
-         text.substr(equals + 3) + " is no number, or too large";
+  const std::size_t end = text.find(" was given a disallowed flag override");
+  return end == text.npos ? text : "--" + text.substr(0, end) + " takes no value";
 }
 
 std::string Describe(const CLI::ParseError& error, const CLI::App& app, const Words& typed,

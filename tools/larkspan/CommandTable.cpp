@@ -1,6 +1,7 @@
 #include "tools/larkspan/CommandTable.h"
 
 #include <algorithm>
+#include <charconv>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -116,6 +117,16 @@ std::string Unshield(std::string value) {
   return value;
 }
 
+// The parser takes a negative number for a huge one, and one that is too large for the largest.
+template <class Number>
+std::string CheckNumber(const std::string& text) {
+  Number number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error == std::errc() && stop == end) return "";
+  return (text.empty() ? "\"\"" : text) + " is no number, or too large";
+}
+
 // Options are kept by the command that reads them, beyond the life of the parser.
 template <class Options>
 class Command final {
@@ -144,6 +155,7 @@ class Command final {
       CLI::Option* const option = app.add_option(name, (*kept).*member)->type_name(value);
       // One value each, whether or not it begins with a dash.
       if (name[0] == '-') option->allow_extra_args(false);
+      if constexpr (std::is_integral_v<Value>) option->check(CheckNumber<Value>);
       return option->transform(Unshield);
     };
     return *this;
@@ -164,14 +176,6 @@ class Command final {
       option->check([values](const std::string& value) {
         if (std::ranges::find(values, value) != values.end()) return std::string();
         return value + " is none of " + ListWords(values) + DidYouMean(value, values);
-      });
-    });
-  }
-  // The parser takes a negative number for a huge one.
-  Command& NotNegative() {
-    return Also([](CLI::Option* option) {
-      option->check([](const std::string& value) {
-        return std::string(value.starts_with('-') ? "must not be negative" : "");
       });
     });
   }
@@ -288,7 +292,6 @@ CommandFacts MakeExtract() {
       .AddFlag("--keep-going", &ExtractOptions::keepGoing, "List bad entries, and write the others")
       .Add("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger",
            "BYTES")
-      .NotNegative()
       .AddFlag("--sync", &ExtractOptions::sync, "Have everything on the disk before the end")
       .Add("ARCHIVE", &ExtractOptions::archive, ArchiveText)
       .Required()

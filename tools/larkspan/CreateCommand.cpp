@@ -66,6 +66,7 @@ class Creation final {
   }
 
   void Run() {
+    console.GetProgress().SetTotal(GetTotalSize());
     for (const FileTree::Item& item : tree.GetItems()) {
       if (!item.IsFolder()) AddItem(item);
     }
@@ -75,6 +76,16 @@ class Creation final {
   }
 
  private:
+  // Nothing if some of it is not known.
+  [[nodiscard]] unsigned __int64 GetTotalSize() const {
+    unsigned __int64 size = 0;
+    for (const FileTree::Item& item : tree.GetItems()) {
+      if (item.isStandardInput) return 0;
+      if (!item.IsFolder()) size += item.attributes.size;
+    }
+    return size;
+  }
+
   void AddItem(const FileTree::Item& item) {
     if (item.isStandardInput) {
       InputFile input(console.GetProgress());
@@ -93,6 +104,8 @@ class Creation final {
   void Add(const FileTree::Item& item, InputFile& input) {
     const Vx::UniString name = tree.GetEntryName(item);
     CheckTextLength(name);
+    const unsigned __int64 size = item.attributes.size;
+    console.GetProgress().BeginItem(ToPrintable(name.GetView()), size, size);
     const bool hasTime = input.GetAttributes().type == ::IO::EntryType::File;
     if (!hasTime) entryHeaders.Clear();
     if (hasTime) entryHeaders.Put(timeHeader, EntryFacts::TimeToText(input.GetAttributes()));
@@ -102,7 +115,7 @@ class Creation final {
     if (input.HasChanged()) {
       console.Warn(input.GetSubject(), "changed while it was read: its entry may be a mixture");
     }
-    console.GetProgress().AdvanceItem();
+    console.ShowItem(ToPrintable(name.GetView()));
   }
 
   const FileTree& tree;

@@ -61,8 +61,7 @@ class Extraction final {
       : options(given),
         console(messages),
         selection(given.names),
-        reader(given.archive, messages, given.jobs,
-               [this](const ArchiveEntry& entry) {
+        reader(given.archive, messages, given.jobs, given.names.empty() ? ArchiveReader::Choose() : [this](const ArchiveEntry& entry) {
                  return IsWanted(entry.GetName()) ? ArchiveReader::Choice::Take
                                                   : ArchiveReader::Choice::Pass;
                }),
@@ -196,6 +195,7 @@ class Extraction final {
     const bool replacing = present && options.overwrite == "always";
     if (replacing || options.sync) Sync(place.location, file.GetFile());
     NameFile(file, place, present ? NewFile::Naming::Replacing : NewFile::Naming::IfFree);
+    console.ShowItem(ToPrintable(entry.GetName().GetView()));
   }
 
   // An archive can have a name twice, and the later entry holds.

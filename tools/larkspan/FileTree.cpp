@@ -119,7 +119,7 @@ void FileTree::Add(const std::string& base, const std::string& path) {
   ::IO::Location location = LocationFromArgument(relative ? base + "/" + path : path);
   ::IO::Attributes attributes;
   const int status = ::IO::fileSystem.GetAttributes(location, &attributes, false);
-  if (status != 0) throw SystemFailure(ToPrintable(path), "can't be read", status);
+  if (status != 0) throw SystemFailure(ToPrintable(location), "can't be read", status);
   const Vx::UniString name = NameFromPath(path);
   if (name.IsEmpty()) {
     Walk(AddBranch(location, Vx::UniString()));

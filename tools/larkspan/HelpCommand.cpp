@@ -90,7 +90,7 @@ std::string MakeUsage(const std::vector<const CommandFacts*>& path) {
     usage += (usage.empty() ? "" : " ") + command->name;
   const CommandFacts& command = *path.back();
   if (!command.commands.empty()) usage += " COMMAND";
-  if (std::ranges::any_of(command.parameters, IsOption)) usage += " [OPTION...]";
+  usage += " [OPTION...]";
   for (const Parameter& parameter : command.parameters) {
     if (parameter.IsOption()) continue;
     const std::string name = parameter.names + (parameter.repeated ? "..." : "");

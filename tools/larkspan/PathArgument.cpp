@@ -16,6 +16,7 @@ namespace Tool {
   if (status != 0) {
     throw SystemFailure(ToPrintable(argument), "the current folder is unknown", status);
   }
+  if (!argument.starts_with('/')) NameAs(location, argument);
   return location;
 }
 

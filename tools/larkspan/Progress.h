@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <string>
 
 #include "foundation/Vx/Types.h"
 
@@ -16,12 +17,20 @@ class Progress final {
   Progress& operator=(const Progress&) = delete;
   ~Progress() { Clear(); }
 
-  /// More of the work is done: bytes, and files or entries.
+  [[nodiscard]] bool IsEnabled() const noexcept { return enabled; }
+
+  /// How much all items weigh together, so that a share and the time left can be told. Without it,
+  /// or with 0, there are bytes and a rate.
+  void SetTotal(unsigned __int64 weight) noexcept { total = weight; }
+  /// The next file or entry, with its name ready to be printed. Its weight counts as done in the
+  /// proportion in which its `size` bytes are.
+  void BeginItem(std::string printableName, unsigned __int64 weight, unsigned __int64 size);
+  /// More bytes of the item are done.
   void Advance(unsigned int bytes) {
     byteCount += bytes;
+    itemBytes += bytes;
     if (enabled) ShowIfDue();
   }
-  void AdvanceItem() noexcept { ++itemCount; }
 
   /// Takes the line away until the next one is due.
   void Clear() noexcept;
@@ -32,12 +41,21 @@ class Progress final {
   using Clock = std::chrono::steady_clock;
 
   void ShowIfDue();
+  [[nodiscard]] double GetShare() const noexcept;
+  [[nodiscard]] std::string Describe(double seconds) const;
 
   bool enabled;
   bool shown = false;
+  const Clock::time_point start;
   Clock::time_point nextTime;
+  unsigned __int64 total = 0;
+  unsigned __int64 done = 0;  // of the total, without the item
   unsigned __int64 byteCount = 0;
   unsigned __int64 itemCount = 0;
+  std::string itemName;
+  unsigned __int64 itemWeight = 0;
+  unsigned __int64 itemSize = 0;
+  unsigned __int64 itemBytes = 0;
 };
 
 }  // namespace Tool

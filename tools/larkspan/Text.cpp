@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include "foundation/IO/FileSystem.h"
 #include "foundation/Vx/ConversionErrorException.h"
@@ -82,6 +84,23 @@ Vx::UniString DecodeName(std::string_view name) {
   return FoldBackslashes(Vx::UniString(location.GetPath().substr(1)));
 }
 
+std::string ToPrintablePath(const ::IO::Location& location) {
+  Vx::UniString path(location.GetPath());
+  path.ReplaceAll(u'\\', u'/');
+  return ToPrintable(path.GetView());
+}
+
+// A path, and the name that the user gave to it.
+struct PathName {
+  std::string whole;
+  std::string given;
+};
+
+std::vector<PathName>& GetPathNames() {
+  static std::vector<PathName> names;
+  return names;
+}
+
 }  // namespace
 
 Vx::UniString TextFromArgument(std::string_view bytes) {
@@ -117,10 +136,25 @@ Vx::UniString FoldBackslashes(Vx::UniString name) {
   return name;
 }
 
+void NameAs(const ::IO::Location& location, const std::string& argument) {
+  std::string whole = ToPrintablePath(location);
+  if (whole == "/") return;  // every absolute path is below it
+  GetPathNames().push_back(PathName{std::move(whole), ToPrintable(argument)});
+}
+
 std::string ToPrintable(const ::IO::Location& location) {
-  Vx::UniString path(location.GetPath());
-  path.ReplaceAll(u'\\', u'/');
-  return ToPrintable(path.GetView());
+  const std::string path = ToPrintablePath(location);
+  const PathName* best = nullptr;
+  for (const PathName& row : GetPathNames()) {
+    const bool isBelow = path.starts_with(row.whole) &&
+                         (path.size() == row.whole.size() || path[row.whole.size()] == '/');
+    if (isBelow && (best == nullptr || row.whole.size() > best->whole.size())) best = &row;
+  }
+  if (best == nullptr) return path;
+  if (path.size() == best->whole.size()) return best->given;
+  const std::string rest = path.substr(best->whole.size() + 1);
+  if (best->given == ".") return rest;
+  return best->given + (best->given.ends_with('/') ? "" : "/") + rest;
 }
 
 }  // namespace Tool

@@ -24,6 +24,10 @@ namespace Tool {
 /// `name` with escaped and separating backslashes unified, to be compared with what a user typed.
 [[nodiscard]] Vx::UniString FoldBackslashes(Vx::UniString name);
 
+/// From now on messages name the location, and what is below it, as `argument` does, a relative
+/// path. For the thread that reads the command line, before it starts others.
+void NameAs(const ::IO::Location& location, const std::string& argument);
+
 /// The location's path as the user knows it, printable.
 [[nodiscard]] std::string ToPrintable(const ::IO::Location& location);
 

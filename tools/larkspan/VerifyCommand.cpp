@@ -3,6 +3,7 @@
 #include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
@@ -22,9 +23,12 @@ class Verification final {
   void Run() {
     for (auto entry = reader.Next(); entry; entry = reader.Next()) {
       ++entries;
-      if (IsGood()) bytes += entry->GetSize();
+      if (!IsGood()) continue;
+      bytes += entry->GetSize();
+      console.ShowItem(ToPrintable(entry->GetName().GetView()));
     }
     console.GetProgress().Clear();
+    if (console.IsQuiet() && damaged == 0 && IsWhole(reader.GetEnd())) return;
     output.Print(reader.GetSubject() + ": " + Describe() + "\n");
   }
 
