@@ -26,7 +26,7 @@ std::string MakeAction(const Parameter& parameter) {
     case Completion::File:
       return "_files";
     case Completion::Folder:
-      return "_files -/";
+      return "_directories";
     case Completion::Entry:
       return "_larkspan_entries";
     case Completion::None:

@@ -30,7 +30,7 @@ std::string CutName(const std::string& facts, const std::string& name) {
 }  // namespace
 
 Progress::Progress(bool wanted) noexcept
-    : enabled(wanted && IsScreen()), nextTime(Clock::now() + FirstDelay) {}
+    : enabled(wanted && IsScreen()), start(Clock::now()), nextTime(start + FirstDelay) {}
 
 bool Progress::IsScreen() noexcept {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
