@@ -104,7 +104,6 @@ ArchiveReader::EntryRef ArchiveReader::Next() {
     Progress& progress = console.GetProgress();
     // From a pipe, or without a look ahead, nothing is known of an entry's size.
     const bool known = parallel.has_value();
-    if (known && !chooseEntry) progress.SetTotal(source.GetSize());
     std::string name = progress.IsEnabled() ? ToPrintable(current->GetName().GetView()) : "";
     progress.BeginItem(std::move(name), known ? current->GetArchivedSize() : 0,
                        known ? current->GetSize() : 0);
@@ -115,7 +114,10 @@ ArchiveReader::EntryRef ArchiveReader::Next() {
 }
 
 ArchiveReader::EntryRef ArchiveReader::FindNext() {
-  if (!parallel && jobs != 0 && source.IsWholeFile()) parallel.emplace(source, jobs, chooseEntry);
+  if (!parallel && jobs != 0 && source.IsWholeFile()) {
+    parallel.emplace(source, jobs, chooseEntry);
+    console.GetProgress().BeginAll(chooseEntry ? 0 : source.GetSize());
+  }
   if (parallel) return parallel->Next();
   for (EntryRef entry = channel.GetNextEntry(); entry; entry = channel.GetNextEntry()) {
     const Choice choice = chooseEntry ? chooseEntry(*entry) : Choice::Take;

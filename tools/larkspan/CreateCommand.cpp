@@ -66,7 +66,7 @@ class Creation final {
   }
 
   void Run() {
-    console.GetProgress().SetTotal(GetTotalSize());
+    console.GetProgress().BeginAll(GetTotalSize());
     for (const FileTree::Item& item : tree.GetItems()) {
       if (!item.IsFolder()) AddItem(item);
     }

@@ -50,6 +50,12 @@ void Progress::Disable() noexcept {
   enabled = false;
 }
 
+void Progress::BeginAll(unsigned __int64 weight) noexcept {
+  start = Clock::now();
+  total = weight;
+  done = itemWeight = byteCount = 0;
+}
+
 void Progress::BeginItem(std::string printableName, unsigned __int64 weight,
                          unsigned __int64 size) {
   done += itemWeight;

@@ -19,9 +19,9 @@ class Progress final {
 
   [[nodiscard]] bool IsEnabled() const noexcept { return enabled; }
 
-  /// How much all items weigh together, so that a share and the time left can be told. Without it,
-  /// or with 0, there are bytes and a rate.
-  void SetTotal(unsigned __int64 weight) noexcept { total = weight; }
+  /// Items follow that weigh so much together, so that a share and the time left can be told.
+  /// Without it, or with 0, there are bytes and a rate.
+  void BeginAll(unsigned __int64 weight) noexcept;
   /// The next file or entry, with its name ready to be printed. Its weight counts as done in the
   /// proportion in which its `size` bytes are.
   void BeginItem(std::string printableName, unsigned __int64 weight, unsigned __int64 size);
@@ -46,7 +46,7 @@ class Progress final {
 
   bool enabled;
   bool shown = false;
-  const Clock::time_point start;
+  Clock::time_point start;
   Clock::time_point nextTime;
   unsigned __int64 total = 0;
   unsigned __int64 done = 0;  // of the total, without the item
