@@ -131,7 +131,8 @@ std::string MakeValues(const CommandFacts& command, const std::string& name) {
     std::string pattern;
     const std::string prefix = name.empty() ? "*" : "'" + name + "'";
     for (const std::string& option : parameter.GetNames()) {
-      pattern += (pattern.empty() ? "" : " | ") + prefix + "' " + option + "'";
+      if (!pattern.empty()) pattern += " | ";
+      pattern.append(prefix).append("' ").append(option).append("'");
     }
     std::string words;
     for (const std::string& choice : parameter.choices) words += choice + " ";

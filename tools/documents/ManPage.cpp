@@ -62,7 +62,7 @@ std::string Italic(const std::string& text) {
 std::string MakeHead(const std::string& name, const char* section, const std::string& summary) {
   std::string lower = summary;
   lower[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(lower[0])));
-  return ".TH " + Upper(Escape(name)) + " " + section + " \"\" \"" + Tool::GetVersionText() +
+  return ".TH " + Upper(Escape(name)) + " " + section + R"( "" ")" + Tool::GetVersionText() +
          "\"\n.SH NAME\n" + Escape(name) + " \\- " + Escape(lower) + "\n";
 }
 

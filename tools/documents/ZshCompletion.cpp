@@ -35,17 +35,22 @@ std::string MakeAction(const Parameter& parameter) {
   return " ";
 }
 
+// How one name of an option is written on the command line.
+std::string MakeName(const Parameter& parameter, const std::string& name) {
+  if (parameter.IsFlag()) return name;
+  return name + (name.starts_with("--") ? "=" : "+");
+}
+
 std::string MakeOption(const Parameter& parameter) {
-  std::string rows;
   std::string names;
   for (const std::string& name : parameter.GetNames()) names += (names.empty() ? "" : " ") + name;
+  const std::string exclusive = parameter.repeated ? "*" : "(" + names + ")";
+  std::string rest = "[" + Escape(parameter.text) + "]";
+  if (!parameter.IsFlag()) rest += ":" + Escape(parameter.value) + ":" + MakeAction(parameter);
+  std::string rows;
   for (const std::string& name : parameter.GetNames()) {
-    const bool isLong = name.starts_with("--");
-    const std::string exclusive = parameter.repeated ? "*" : "(" + names + ")";
-    const std::string joint = parameter.IsFlag() ? "" : isLong ? "=" : "+";
-    rows += "    '" + exclusive + name + joint + "[" + Escape(parameter.text) + "]";
-    if (!parameter.IsFlag()) rows += ":" + Escape(parameter.value) + ":" + MakeAction(parameter);
-    rows += "' \\\n";
+    rows.append("    '").append(exclusive).append(MakeName(parameter, name));
+    rows.append(rest).append("' \\\n");
   }
   return rows;
 }

@@ -143,7 +143,7 @@ void NameAs(const ::IO::Location& location, const std::string& argument) {
 }
 
 std::string ToPrintable(const ::IO::Location& location) {
-  const std::string path = ToPrintablePath(location);
+  std::string path = ToPrintablePath(location);
   const PathName* best = nullptr;
   for (const PathName& row : GetPathNames()) {
     const bool isBelow = path.starts_with(row.whole) &&
@@ -152,7 +152,7 @@ std::string ToPrintable(const ::IO::Location& location) {
   }
   if (best == nullptr) return path;
   if (path.size() == best->whole.size()) return best->given;
-  const std::string rest = path.substr(best->whole.size() + 1);
+  std::string rest = path.substr(best->whole.size() + 1);
   if (best->given == ".") return rest;
   return best->given + (best->given.ends_with('/') ? "" : "/") + rest;
 }
