@@ -51,6 +51,17 @@ class Cookbook(unittest.TestCase):
             self.assertEqual(output, expected, command)
         self.assertEqual(len(outputs), len(commands) + 1)
 
+    def test_the_recording_is_drawn_from_real_runs(self):
+        with tempfile.TemporaryDirectory() as top:
+            place = pathlib.Path(top) / "drawn.svg"
+            subprocess.run([ROOT / "scripts/recording.py", os.environ["LARKSPAN_TOOL"], place],
+                           check=True)
+            lines = [re.sub("<[^>]*>", "", line) for line in place.read_text().splitlines()]
+            shown = (ROOT / "docs/recording.svg").read_text()
+            self.assertIn("no difference", lines)
+            for command in (line for line in lines if line.startswith("$ ")):
+                self.assertIn(command, shown)
+
 
 if __name__ == "__main__":
     unittest.main()
