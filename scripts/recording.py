@@ -42,7 +42,8 @@ def run(command, folder, environment):
     os.close(terminal)
     os.waitpid(process, 0)
     # A progress line is taken away again.
-    return [line.rpartition("\r\x1b[K")[2] for line in shown.decode().replace("\r\n", "\n").splitlines()]
+    lines = shown.decode().replace("\r\n", "\n").splitlines()
+    return [line.rpartition("\r\x1b[K")[2] for line in lines]
 
 
 def draw_text(line):
@@ -59,7 +60,8 @@ def draw_text(line):
 def draw(rows):
     """`rows`: (second at which it appears, text, whether it is typed)."""
     height = TOP + LINE * len(rows) + 12
-    lines = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {height}" role="img"',
+    lines = ['<svg xmlns="http://www.w3.org/2000/svg" xml:space="preserve" role="img"',
+             f'  viewBox="0 0 {WIDTH} {height}"',
              '  aria-label="A terminal in which larkspan packs, lists, verifies and extracts">',
              "<style>",
              "text { font: 14px monospace; fill: #c9d1d9; white-space: pre; animation: wait 0s; }",
