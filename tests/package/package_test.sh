@@ -11,6 +11,10 @@ cmake -S "$source/tests/package" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/ins
   -DEXAMPLE="$source/examples/archive_in_memory.cpp" -DCMAKE_CXX_FLAGS="${CXXFLAGS:-}" >/dev/null
 cmake --build "$work/build" >/dev/null
 "$work/installed/bin/larkspan" --version | grep -qx "larkspan $("$work/build/consumer-version")"
+for page in man/man1/larkspan-create.1 man/man5/larkspan-archive.5 bash-completion/completions/larkspan \
+  zsh/site-functions/_larkspan fish/vendor_completions.d/larkspan.fish; do
+  [ -s "$work/installed/share/$page" ] || { echo "$page is not installed" >&2; exit 1; }
+done
 "$work/build/consumer" | grep -qx "poems/violets.txt: Violets are blue."
 
 # Installed headers include nothing of ours that is not installed, and not zlib: hosts may lack its

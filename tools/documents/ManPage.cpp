@@ -167,7 +167,7 @@ class PageWriter final {
  private:
   // Examples byte by byte, and what a library has to think of.
   static bool IsForDevelopers(const std::string& title) {
-    const char* const titles[] = {"Three archives", "Reading", "Rewriting", "Why"};
+    const char* const titles[] = {"Three archives", "Rewriting", "Why"};
     return std::ranges::any_of(titles, [&](const char* words) { return title.starts_with(words); });
   }
 
@@ -178,7 +178,7 @@ class PageWriter final {
       text += ".\n";
     }
     if (line.find_first_not_of("|-: ") != line.npos) text += MakeTableRow(line);
-    divided = false;
+    divided = afterTitle = false;
   }
 
   void AddText(const std::string& line) {
