@@ -109,7 +109,9 @@ class WordsTest(ToolTest):
     def test_loudness_and_colour(self):
         self.write("a.lsa", header() + entry("f"))
         red = b"\x1b[1;31mlarkspan:\x1b[0m "
-        for line, output, told in (("-q verify a.lsa", b"", rb""),
+        for line, output, told in (("-V", b"larkspan 0.", rb""), ("list -h", b"Print the", rb""),
+                                   ("--no-progress list a.lsa", b"f\n", rb""),
+                                   ("-q verify a.lsa", b"", rb""),
                                    ("verify -v a.lsa", b"a.lsa: ok", rb"f\n"),
                                    ("--color always list none", b"", re.escape(red) + rb"none: .*\n"),
                                    ("--color never list none -q", b"", rb"larkspan: none: .*\n")):

@@ -101,12 +101,11 @@ ArchiveReader::EntryRef ArchiveReader::Next() {
                       [this](const VxException& reason) { return FailToGoOn(previous, reason); });
   current = entry;
   if (current) {
-    Progress& progress = console.GetProgress();
     // From a pipe, or without a look ahead, nothing is known of an entry's size.
     const bool known = parallel.has_value();
-    std::string name = progress.IsEnabled() ? ToPrintable(current->GetName().GetView()) : "";
-    progress.BeginItem(std::move(name), known ? current->GetArchivedSize() : 0,
-                       known ? current->GetSize() : 0);
+    console.GetProgress().BeginItem(current->GetName().GetView(),
+                                    known ? current->GetArchivedSize() : 0,
+                                    known ? current->GetSize() : 0);
   } else {
     ReportEnd(GetSubject(), GetEnd(), console);
   }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "foundation/IO/StandardStream.h"
+#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
@@ -34,10 +35,10 @@ void Console::Print(const std::string& text, Color color) {
   std::fputs((prefix + " " + text + "\n").c_str(), stderr);
 }
 
-void Console::ShowItem(const std::string& name) {
+void Console::ShowItem(Vx::UniString::View name) {
   if (!verbose || quiet) return;
   progress.Clear();
-  std::fputs((name + "\n").c_str(), stderr);
+  std::fputs((ToPrintable(name) + "\n").c_str(), stderr);
 }
 
 void Console::Note(const std::string& subject, const std::string& text) {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "foundation/Vx/UniString.h"
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Progress.h"
 
@@ -22,7 +23,7 @@ class Console final {
   explicit Console(const ConsoleOptions& options);
 
   /// The name of a file or entry that is done, for those who asked for it.
-  void ShowItem(const std::string& name);
+  void ShowItem(Vx::UniString::View name);
   /// Something that is good to know.
   void Note(const std::string& subject, const std::string& text);
   /// The same, for those who asked to be told.

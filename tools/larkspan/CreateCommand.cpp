@@ -105,7 +105,7 @@ class Creation final {
     const Vx::UniString name = tree.GetEntryName(item);
     CheckTextLength(name);
     const unsigned __int64 size = item.attributes.size;
-    console.GetProgress().BeginItem(ToPrintable(name.GetView()), size, size);
+    console.GetProgress().BeginItem(name.GetView(), size, size);
     const bool hasTime = input.GetAttributes().type == ::IO::EntryType::File;
     if (!hasTime) entryHeaders.Clear();
     if (hasTime) entryHeaders.Put(timeHeader, EntryFacts::TimeToText(input.GetAttributes()));
@@ -115,7 +115,7 @@ class Creation final {
     if (input.HasChanged()) {
       console.Warn(input.GetSubject(), "changed while it was read: its entry may be a mixture");
     }
-    console.ShowItem(ToPrintable(name.GetView()));
+    console.ShowItem(name.GetView());
   }
 
   const FileTree& tree;

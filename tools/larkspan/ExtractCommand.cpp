@@ -195,7 +195,7 @@ class Extraction final {
     const bool replacing = present && options.overwrite == "always";
     if (replacing || options.sync) Sync(place.location, file.GetFile());
     NameFile(file, place, present ? NewFile::Naming::Replacing : NewFile::Naming::IfFree);
-    console.ShowItem(ToPrintable(entry.GetName().GetView()));
+    console.ShowItem(entry.GetName().GetView());
   }
 
   // An archive can have a name twice, and the later entry holds.

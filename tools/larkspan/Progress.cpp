@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include "foundation/IO/StandardStream.h"
+#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
@@ -56,15 +56,15 @@ void Progress::BeginAll(unsigned __int64 weight) noexcept {
   done = itemWeight = byteCount = 0;
 }
 
-void Progress::BeginItem(std::string printableName, unsigned __int64 weight,
-                         unsigned __int64 size) {
+void Progress::BeginItem(Vx::UniString::View name, unsigned __int64 weight, unsigned __int64 size) {
   done += itemWeight;
-  itemName = std::move(printableName);
   itemWeight = weight;
   itemSize = size;
   itemBytes = 0;
   ++itemCount;
-  if (enabled) ShowIfDue();
+  if (!enabled) return;
+  itemName = ToPrintable(name);
+  ShowIfDue();
 }
 
 void Progress::ShowIfDue() {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "foundation/Vx/Types.h"
+#include "foundation/Vx/UniString.h"
 
 namespace Tool {
 
@@ -17,14 +18,12 @@ class Progress final {
   Progress& operator=(const Progress&) = delete;
   ~Progress() { Clear(); }
 
-  [[nodiscard]] bool IsEnabled() const noexcept { return enabled; }
-
   /// Items follow that weigh so much together, so that a share and the time left can be told.
   /// Without it, or with 0, there are bytes and a rate.
   void BeginAll(unsigned __int64 weight) noexcept;
-  /// The next file or entry, with its name ready to be printed. Its weight counts as done in the
+  /// The next file or entry, with its name. Its weight counts as done in the
   /// proportion in which its `size` bytes are.
-  void BeginItem(std::string printableName, unsigned __int64 weight, unsigned __int64 size);
+  void BeginItem(Vx::UniString::View name, unsigned __int64 weight, unsigned __int64 size);
   /// More bytes of the item are done.
   void Advance(unsigned int bytes) {
     byteCount += bytes;
@@ -52,7 +51,7 @@ class Progress final {
   unsigned __int64 done = 0;  // of the total, without the item
   unsigned __int64 byteCount = 0;
   unsigned __int64 itemCount = 0;
-  std::string itemName;
+  std::string itemName;  // ready to be printed
   unsigned __int64 itemWeight = 0;
   unsigned __int64 itemSize = 0;
   unsigned __int64 itemBytes = 0;

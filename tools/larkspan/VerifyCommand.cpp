@@ -3,7 +3,6 @@
 #include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/OutputChannel.h"
-#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
@@ -25,7 +24,7 @@ class Verification final {
       ++entries;
       if (!IsGood()) continue;
       bytes += entry->GetSize();
-      console.ShowItem(ToPrintable(entry->GetName().GetView()));
+      console.ShowItem(entry->GetName().GetView());
     }
     console.GetProgress().Clear();
     if (console.IsQuiet() && damaged == 0 && IsWhole(reader.GetEnd())) return;
