@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
+#include "Larkspan/Common/IO/CreateFileTransaction.h"
 #include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
@@ -23,6 +24,7 @@ namespace Tests {
 namespace {
 
 using Larkspan::Common::IO::ArchiveFile;
+using Larkspan::Common::IO::CreateFileTransaction;
 using Larkspan::Common::IO::DeferredFileOBinaryChannel;
 using Larkspan::Common::IO::FileIBinaryChannel;
 using Larkspan::Common::IO::FileOBinaryChannel;
@@ -112,6 +114,22 @@ TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
          transaction.Commit();
        },
        "f", EIO},
+      {"new file that an abort can't delete",
+       [](const auto& folder) {
+         CreateFileTransaction transaction(folder.At("f"));
+         folder.Write("f", "new");
+         const FileFault fault(CallRemove, EIO);
+         transaction.Abort();
+       },
+       "f", EIO},
+      {"backup that a commit can't delete",
+       [](const auto& folder) {
+         folder.Write("f", "old");
+         UpdateFileTransaction transaction(folder.At("f"));
+         const FileFault fault(CallRemove, EIO);
+         transaction.Commit();
+       },
+       "f.bak", EIO},
       {"deferred output on a full disk",
        [](const auto& folder) {
          DeferredFileOBinaryChannel channel(folder.At("w"), 3);

@@ -8,6 +8,20 @@
 
 namespace Larkspan::Common::IO {
 
+/// A failure with its cause, and with the path and status that the cause or one below it knows: a
+/// host finds them without walking the chain.
+template <class Failure>
+[[nodiscard]] Failure WithCause(const char* message, const char* fileName, unsigned int lineNumber,
+                                const VxException& cause) {
+  Failure failure(message, fileName, lineNumber, cause);
+  for (const VxException* level = &cause; level != nullptr; level = level->GetCause()) {
+    if (level->GetDetail() == nullptr) continue;
+    failure.SetDetail(*level->GetDetail());
+    break;
+  }
+  return failure;
+}
+
 /// Runs `work` so that its failures come out as one type: a failure of a `Failure` class of the
 /// work's own passes on, and so does running out of memory; everything else becomes a `Failure`
 /// with the message given and the failure as cause. What is not a `Vx::IOException` is unexpected,
@@ -22,12 +36,12 @@ void PresentFailuresAs(const char* message, const char* fileName, unsigned int l
     if constexpr (!std::is_same_v<Failure, Vx::IOException>) {
       if (dynamic_cast<const Failure*>(&exception) != nullptr) throw;
     }
-    throw Failure(message, fileName, lineNumber, exception);
+    throw WithCause<Failure>(message, fileName, lineNumber, exception);
   } catch (const Vx::OutOfMemoryException&) {
     throw;
   } catch (const VxException& exception) {
     DebugPrintEx(exception);
-    throw Failure(message, fileName, lineNumber, exception);
+    throw WithCause<Failure>(message, fileName, lineNumber, exception);
   }
 }
 
@@ -41,7 +55,7 @@ auto WrapFailuresAs(const char* message, Work work, const char* fileName = __bui
   } catch (const Vx::OutOfMemoryException&) {
     throw;
   } catch (const VxException& exception) {
-    throw Failure(message, fileName, lineNumber, exception);
+    throw WithCause<Failure>(message, fileName, lineNumber, exception);
   }
 }
 

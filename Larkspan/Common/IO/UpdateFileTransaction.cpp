@@ -199,7 +199,7 @@ void UpdateFileTransaction::Commit() {
     try {
       DeleteIfThere(backupFileLocation);
     } catch (const Vx::IOException& exception) {
-      throw FileTransactionException(
+      throw WithCause<FileTransactionException>(
           "Failed to commit update file transaction: failed to delete backup file.", __FILE__,
           __LINE__, exception);
     }
