@@ -37,16 +37,26 @@ std::string MakeOption(const Parameter& parameter, const std::string& condition)
   return row + " -d " + Quote(parameter.text) + "\n";
 }
 
+std::string MakeCondition(const std::string& condition) {
+  return condition.empty() ? condition : " -n " + Quote(condition);
+}
+
 std::string MakeParameters(const CommandFacts& command, const std::string& condition) {
   std::string rows;
   bool files = false;
+  bool entries = false;
   for (const Parameter& parameter : command.parameters) {
-    if (parameter.IsOption()) rows += MakeOption(parameter, condition);
-    files = files || parameter.completion == Completion::File;
-    if (parameter.IsOption() || parameter.completion != Completion::Entry) continue;
-    rows += "complete -c larkspan" + condition + " -a '(__larkspan_entries)'\n";
+    if (parameter.IsOption()) {
+      rows += MakeOption(parameter, MakeCondition(condition));
+    } else {
+      files = files || parameter.completion == Completion::File;
+      entries = entries || parameter.completion == Completion::Entry;
+    }
   }
-  if (files) rows += "complete -c larkspan" + condition + " -F\n";
+  const std::string row = "complete -c larkspan";
+  const std::string beforeArchive = entries ? "; and not __larkspan_archive >/dev/null" : "";
+  if (files) rows += row + MakeCondition(condition + beforeArchive) + " -F\n";
+  if (entries) rows += row + MakeCondition(condition) + " -a '(__larkspan_entries)'\n";
   return rows;
 }
 
@@ -58,7 +68,7 @@ std::string MakeCommands(const CommandFacts& group, const std::string& condition
     rows += "complete -c larkspan -n " + Quote(condition) + " -a " + command.name + " -d " +
             Quote(command.summary) + "\n";
     const std::string inside = within + "__fish_seen_subcommand_from " + command.name;
-    rows += MakeParameters(command, " -n " + Quote(inside));
+    rows += MakeParameters(command, inside);
     if (command.commands.empty()) continue;
     rows += MakeCommands(
         command, inside + "; and not __fish_seen_subcommand_from" + JoinNames(command.commands),
@@ -72,13 +82,19 @@ std::string MakeCommands(const CommandFacts& group, const std::string& condition
 std::string MakeFishCompletion(const CommandFacts& program) {
   std::string text = R"(# Completes the command line of larkspan in fish.
 
-function __larkspan_entries
+function __larkspan_archive
     for word in (commandline -opc)[3..]
         if test -f $word
-            larkspan list -- $word 2>/dev/null </dev/null
+            echo $word
             return
         end
     end
+    return 1
+end
+
+function __larkspan_entries
+    set -l archive (__larkspan_archive); or return
+    larkspan list -- $archive 2>/dev/null </dev/null
 end
 
 complete -c larkspan -f
