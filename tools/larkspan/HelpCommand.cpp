@@ -11,8 +11,8 @@
 namespace Tool {
 namespace {
 
-constexpr std::size_t Width = 96;
-constexpr std::size_t Column = 28;
+constexpr std::size_t Width = 79;  // narrow enough for terminals of 80 columns
+constexpr std::size_t Column = 26;
 
 // Words one after the other, broken before the width; each further line begins with `indent`
 // blanks.
@@ -40,6 +40,15 @@ std::string MakeRow(const std::string& left, const std::string& text) {
     row.resize(Column, ' ');
   }
   return row + Wrap(text, Column) + "\n";
+}
+
+std::string MakeParagraphs(const std::string& text) {
+  std::string result;
+  for (std::size_t start = 0, end = 0; start < text.size(); start = end + 2) {
+    end = std::min(text.find("\n\n", start), text.size());
+    result += "\n" + Wrap(text.substr(start, end - start), 0) + "\n";
+  }
+  return result;
 }
 
 std::string MakeLeft(const Parameter& parameter) {
@@ -109,7 +118,7 @@ std::string MakeHelp(const std::vector<const CommandFacts*>& path) {
     text += MakeRows("Options", command.parameters, IsOption);
   }
   text += MakeRows("Options of every command", path.front()->parameters, IsOption);
-  if (!command.details.empty()) text += "\n" + command.details + "\n";
+  text += MakeParagraphs(command.details);
   if (path.size() == 1) text += "\n" + MakeExitCodes();
   if (!command.examples.empty()) text += "\nExamples:\n" + Indent(command.examples);
   if (path.size() == 1) text += "\nlarkspan help COMMAND says more about a command.\n";
