@@ -1,9 +1,11 @@
 # The headers that hosts may include: these are installed, with their folders, and no others. A
 # header that another public one includes is public as well. The tests compile each alone.
 set(LARKSPAN_PUBLIC_HEADERS
+    Larkspan/Archive/ArchiveChange.h
     Larkspan/Archive/ArchiveIndex.h
     Larkspan/Archive/EntryCopy.h
     Larkspan/Archive/EntryPlace.h
+    Larkspan/Archive/EntrySelection.h
     Larkspan/Archive/ParallelReader.h
     Larkspan/Archive/ParallelWriter.h
     Larkspan/Archive/RandomInput.h

@@ -13,10 +13,14 @@ namespace {
 
 constexpr unsigned int BufferSize = 0x10000;
 
-void Verify(const ArchiveIndex& index, std::size_t number, char* buffer) {
+void Tell(const CopyProgress& progress, unsigned int size) {
+  if (progress) progress(size);
+}
+
+void Verify(const ArchiveIndex& index, std::size_t number, char* buffer,
+            const CopyProgress& progress) {
   const Vx::IBinaryChannelRef data = index.OpenEntry(number);
-  while (data->Read(buffer, BufferSize, Vx::IBinaryChannel::ReadSome) != 0) {
-  }
+  while (data->Read(buffer, BufferSize, Vx::IBinaryChannel::ReadSome) != 0) Tell(progress, 0);
 }
 
 }  // namespace
@@ -24,10 +28,16 @@ void Verify(const ArchiveIndex& index, std::size_t number, char* buffer) {
 // A friend of the index, which alone knows where entries are.
 class EntryCopier final {
  public:
+  static const EntryPlace& GetPlace(const ArchiveIndex& index, std::size_t number) {
+    return index.GetPlace(number);
+  }
+
   static void CopyFrames(const ArchiveIndex& index, std::size_t number,
-                         Common::IO::ArchiveOBinaryChannel& target, char* buffer) {
+                         Common::IO::ArchiveOBinaryChannel& target, char* buffer,
+                         const CopyProgress& progress) {
     const EntryPlace& place = index.GetPlace(number);
-    InputWindow window(index.input, place.data, BufferSize);
+    const auto windowSize = std::min<unsigned __int64>(place.end - place.data, BufferSize);
+    InputWindow window(index.input, place.data, static_cast<unsigned int>(windowSize));
     Vx::IChannelX channel(window, Common::IO::JavaDataInputProtocolX::GetInstance());
     unsigned __int64 copied = 0;
     unsigned int left = 0;
@@ -40,6 +50,7 @@ class EntryCopier final {
         if (count == 0) Fail(__LINE__);
         target.Write(buffer, count);
         left -= count;
+        Tell(progress, count);
       }
     }
     if (copied != place.archivedSize) Fail(__LINE__);
@@ -53,15 +64,23 @@ class EntryCopier final {
 };
 
 void CopyEntry(const ArchiveIndex& index, std::size_t number,
-               Common::IO::ArchiveOBinaryChannel& target, CopyCheck check) {
-  const Vx::ByteArray buffer = Vx::NewByteArray(BufferSize);
+               Common::IO::ArchiveOBinaryChannel& target, CopyCheck check,
+               const CopyProgress& progress) {
   const ArchiveIndex::EntryRef entry = index.GetEntry(number);
-  if (check == CopyCheck::Verify) Verify(index, number, buffer.get());
   Common::IO::ArchiveHeaders headers(0, 0);
   for (const auto& [name, value] : entry->EnumerateHeaders()) headers.Put(name, value);
-  target.PutEncodedEntry(entry->GetName(), headers, entry->GetMethod());
-  EntryCopier::CopyFrames(index, number, target, buffer.get());
-  target.CloseEncodedEntry(entry->GetSize(), entry->GetCRC());
+  CopyEntry(index, number, entry->GetName(), headers, target, check, progress);
+}
+
+void CopyEntry(const ArchiveIndex& index, std::size_t number, const Vx::UniString& name,
+               const Common::IO::ArchiveHeaders& headers, Common::IO::ArchiveOBinaryChannel& target,
+               CopyCheck check, const CopyProgress& progress) {
+  const Vx::ByteArray buffer = Vx::NewByteArray(BufferSize);
+  const EntryPlace& place = EntryCopier::GetPlace(index, number);
+  if (check == CopyCheck::Verify) Verify(index, number, buffer.get(), progress);
+  target.PutEncodedEntry(name, headers, place.method);
+  EntryCopier::CopyFrames(index, number, target, buffer.get(), progress);
+  target.CloseEncodedEntry(place.size, place.crc);
 }
 
 }  // namespace Larkspan::Archive

@@ -33,7 +33,15 @@ RandomInput::~RandomInput() = default;
 FileRandomInput::FileRandomInput(const ::IO::Location& location)
     : FileRandomInput(OpenFile(location)) {}
 
-FileRandomInput::FileRandomInput(::IO::File&& openFile) : file(std::move(openFile)) {
+FileRandomInput::FileRandomInput(::IO::File&& openFile) : own(std::move(openFile)), file(*own) {
+  TakeSize();
+}
+
+FileRandomInput::FileRandomInput(const ::IO::File& openFile) : file(openFile) {
+  TakeSize();
+}
+
+void FileRandomInput::TakeSize() {
   ::IO::Attributes attributes;
   int status = file.GetAttributes(&attributes);
   if (status == 0 && !file.IsRegular()) status = ::IO::StatusNotAFile;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "Larkspan/Common/Export.h"
 #include "foundation/IO/File.h"
 
@@ -33,6 +35,8 @@ class LARKSPAN_API FileRandomInput final : public RandomInput {
   /// Takes over a file that is open for reading. Throws `Vx::IOException` for a pipe and for a file
   /// that is not open.
   explicit FileRandomInput(::IO::File&& openFile);
+  /// The same with a file that stays the caller's, and outlives this object.
+  explicit FileRandomInput(const ::IO::File& openFile);
   ~FileRandomInput() override;
 
   [[nodiscard]] Vx::UInt64 GetSize() const noexcept override { return size; }
@@ -40,7 +44,10 @@ class LARKSPAN_API FileRandomInput final : public RandomInput {
                                     unsigned int count) const override;
 
  private:
-  const ::IO::File file;
+  void TakeSize();
+
+  const std::optional<::IO::File> own;
+  const ::IO::File& file;
   Vx::UInt64 size = 0;
 };
 

@@ -47,11 +47,12 @@ TEST_F(ArchiveFiles, TellWhatTheyHold) {
   EXPECT_TRUE(file.HasEntries());
   EXPECT_TRUE(file.ConstainsEntry(u"a"));
   EXPECT_FALSE(file.ConstainsEntry(u"b"));
+  EXPECT_TRUE(file.GetEntry(u"a")->ConstainsHeader(u"h"));
   EXPECT_TRUE(file.GetEntry(u"a")->HasHeaders());
   EXPECT_FALSE(file.GetEntry(u"plain")->HasHeaders());
-  EXPECT_FALSE(file.HasHeaders());
+  EXPECT_FALSE(file.HasHeaders() || file.IsUpdated());
   file.PutHeader(u"h", u"v");
-  EXPECT_TRUE(file.HasHeaders());
+  EXPECT_TRUE(file.HasHeaders() && file.IsUpdated());
   Write({});
   ArchiveFile empty(location);
   EXPECT_FALSE(empty.HasEntries());

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest-spi.h>
 
+#include "Larkspan/Archive/ArchiveChange.h"
 #include "Larkspan/Common/IO/ArchiveFile.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
@@ -37,6 +38,12 @@ Work Changes(const char16_t* name, std::size_t size) {
     file.PutHeader(name, Vx::UniString::FromUTF8(std::string(size, 'v')));
     file.Update();
   };
+}
+
+void DropEntry(const Stage& stage) {
+  Larkspan::Archive::ArchiveChange change(stage.file);
+  change.GetEntries().Drop(0);
+  change.Commit();
 }
 
 Work Replaces(const std::string& content) {
@@ -101,6 +108,8 @@ std::vector<Meeting> MakeMeetings() {
       {"reader and rewrite", sealed, Read, rewrite},
       {"reader and replacement", sealed, Read, RenameOver},
       {"change in place and replacement", sealed, Changes(u"first", 100), RenameOver},
+      {"change of entries and rewrite", sealed, DropEntry, rewrite},
+      {"change of entries and replacement", sealed, DropEntry, RenameOver},
       {"rewrite and replacement", sealed, Changes(u"first", 2000), RenameOver},
       {"transactions", old, Replaces("first"), Replaces("second")},
       {"transaction and recovery", old, Replaces("first"), Recover},

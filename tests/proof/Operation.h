@@ -25,6 +25,7 @@ struct Stage {
   const TemporaryFolder folder;
   const IO::Location root = folder.GetLocation();
   const IO::Location file = folder.At("f");
+  const IO::Location second = folder.At("g");
   const IO::Location out = folder.At("out");
   const IO::Location entry = folder.At("out/d/new");
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "Larkspan/Archive/ArchiveChange.h"
 #include "Larkspan/Archive/ArchiveIndex.h"
 #include "Larkspan/Archive/ParallelReader.h"
 #include "Larkspan/Archive/ParallelWriter.h"
@@ -173,6 +174,45 @@ void IndexAndReadInParallel(const Stage& stage) {
   }
   Expect(!reader.Next(), "too many entries");
   ExpectSeal(reader.GetEnd());
+}
+
+// Two links to a file, of which the first gets its data when the file goes.
+SampleArchive WithLinks() {
+  SampleArchive archive = MakeSample(512);
+  const Pairs link = {{"type", "hardlink"}};
+  archive.entries.push_back({"d/1", 2, link, "deflated.txt"});
+  archive.entries.push_back({"d/2", 2, link, "deflated.txt"});
+  return archive;
+}
+
+void ChangeEntries(const Stage& stage) {
+  Larkspan::Archive::ArchiveChange change(stage.file);
+  change.GetEntries().Drop(1);
+  change.PutHeader(u"h", Vx::UniString::FromUTF8(std::string(900, 'v')));
+  change.Commit({.jobs = 3}, [](ArchiveOBinaryChannel& archive) {
+    Larkspan::Archive::ParallelWriter writer(archive, 1);
+    Vx::MemoryIBinaryChannel source(NewText.data(), static_cast<unsigned int>(NewText.size()));
+    writer.Add(u"new", ArchiveHeaders(0, 0), ArchiveEntry::Deflated, source);
+    writer.Finish();
+  });
+}
+
+// Two archives become one.
+void Merge(const Stage& stage) {
+  const Larkspan::Archive::FileRandomInput first(stage.file);
+  const Larkspan::Archive::FileRandomInput second(stage.second);
+  const Larkspan::Archive::ArchiveIndex firstIndex(first);
+  const Larkspan::Archive::ArchiveIndex secondIndex(second);
+  Larkspan::Archive::EntrySelection entries;
+  entries.Add(firstIndex);
+  entries.Add(secondIndex);
+  entries.KeepLast();
+  ArchiveHeaders headers(0, 0);
+  entries.Settle(headers);
+  FileOBinaryChannel file(stage.out, false, FileShare::NoShare);
+  ArchiveOBinaryChannel archive(file, 0);
+  entries.Write(archive, {});
+  archive.Close();
 }
 
 // Each file is written under its name, and verified when it is whole.
@@ -426,6 +466,19 @@ const std::vector<Operation>& AllOperations() {
       Update("update by a rewrite that doubles the room", Plain(256), 900),
       Update("update by a rewrite with bytes behind the end", plain + "\xFF\xFEtail", 900),
       Update("update by a rewrite of a sealed archive", sealed, 900),
+      {.name = "change of entries",
+       .prepare = Writes("f", ToSealedBytes(WithLinks())),
+       .run = ChangeEntries,
+       .again = nullptr,
+       .durable = true},
+      {.name = "merge",
+       .prepare =
+           [sealed](const Stage& stage) {
+             stage.Write("f", sealed);
+             stage.Write("g", ToBytes(WithLinks()));
+           },
+       .run = Merge,
+       .afterFailure = [](const Tree& tree) { return tree.contains("f") && tree.contains("g"); }},
       Replacement("replacement committed", true),
       Replacement("replacement aborted", false),
       {.name = "replacement aside",

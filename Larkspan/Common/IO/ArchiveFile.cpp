@@ -6,6 +6,7 @@
 #include "Larkspan/Common/IO/ArchiveFileReader.h"
 #include "Larkspan/Common/IO/ArchiveHeaderTable.h"
 #include "Larkspan/Common/IO/ArchiveLock.h"
+#include "Larkspan/Common/IO/ArchiveRewrite.h"
 #include "Larkspan/Common/IO/ArchiveUpdate.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/LocationChecks.h"
