@@ -9,13 +9,17 @@
 #include <CLI/CLI.hpp>
 
 #include "Larkspan/Common/Version.h"
+#include "tools/larkspan/AddCommand.h"
 #include "tools/larkspan/CatCommand.h"
 #include "tools/larkspan/CreateCommand.h"
+#include "tools/larkspan/DiffCommand.h"
 #include "tools/larkspan/ExtractCommand.h"
 #include "tools/larkspan/HeadersCommand.h"
 #include "tools/larkspan/HelpCommand.h"
 #include "tools/larkspan/InfoCommand.h"
 #include "tools/larkspan/ListCommand.h"
+#include "tools/larkspan/MergeCommand.h"
+#include "tools/larkspan/RemoveCommand.h"
 #include "tools/larkspan/Spelling.h"
 #include "tools/larkspan/VerifyCommand.h"
 
@@ -99,6 +103,43 @@ larkspan headers clear docs.lsa state)"};
 constexpr Words InfoWords = {
     R"(The data is not read: sizes are what the archive says of them, which "larkspan verify" proves.)",
     R"(larkspan info docs.lsa)"};
+
+constexpr Words AddWords = {
+    R"(Adds files and folders as "larkspan create" packs them, behind the entries that are there, which
+are copied as they are, verified, and not compressed anew. An entry that has the name of a file
+is replaced: always; by a newer file alone, going by the time of change; or never. Hard links to
+an entry that is replaced keep its data. A name can't be a file's and a folder's.
+
+The new archive is made as ARCHIVE.updated, and the two swap names, so that either the old one
+or the new one is there, whatever happens. Changes of one archive wait for each other, at most
+ten seconds. An archive that is cut or has something behind its end is not changed.)",
+    R"(larkspan add docs.lsa docs/new.txt
+larkspan add -C /srv --replace newer /backup/srv.lsa www mail)"};
+
+constexpr Words RemoveWords = {
+    R"(NAME is an entry, or a folder with all below it. A NAME that is not there is told, the others
+are removed, and the exit code is 1. What stays is copied as it is, verified, and not compressed
+anew; it may not be damaged. A hard link to a file that is removed gets its data, and a folder
+that gets empty stays as an empty one. The archive is changed as "larkspan add" does it.)",
+    R"(larkspan remove docs.lsa docs/draft.txt
+larkspan remove -n docs.lsa docs/images)"};
+
+constexpr Words MergeWords = {
+    R"(The entries of all archives in their order, copied as they are, verified, and not compressed
+anew. Of entries with the same name, the last is taken; of headers with the same name, the
+first. A name can't be a file's and a folder's. OUT is sealed, and appears when it is complete
+and synced.)",
+    R"(larkspan merge all.lsa monday.lsa tuesday.lsa
+larkspan merge --force all.lsa all.lsa wednesday.lsa)"};
+
+constexpr Words DiffWords = {
+    R"(Compares what the archive holds with the files below the current folder, or below DIR: a line
+each, "added", "removed", or "changed" with what changed: content, mode, time, type, or the
+target of a link. Data is compared byte by byte, and verified. Added files are looked for in
+folders that were packed as a whole; with --all, in all that lead to something in the archive.
+Folders end with /. The exit code is 1 if there is any difference.)",
+    R"(larkspan diff docs.lsa
+larkspan diff -C /srv /backup/srv.lsa)"};
 
 constexpr Words HelpWords = {R"(Without COMMAND, all commands are listed.)",
                              R"(larkspan help create
@@ -299,6 +340,62 @@ CommandFacts MakeExtract() {
       .Completes(Completion::Entry);
 }
 
+CommandFacts MakeDiff() {
+  return Command("diff", "Compare with files", DiffWords, RunDiff)
+      .Add("-C,--directory", &DiffOptions::folder, "Where the files are", "DIR")
+      .AddFlag("-a,--all", &DiffOptions::all,
+               "Tell of all that is added beside what was packed, too")
+      .Add("-j,--jobs", &DiffOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .Add("ARCHIVE", &DiffOptions::archive, ArchiveText)
+      .Required();
+}
+
+constexpr const char* DryRunText = "Print what would be done, and write nothing";
+
+CommandFacts MakeAdd() {
+  return Command("add", "Add files to an archive", AddWords, RunAdd)
+      .Add("-C,--directory", &AddOptions::folder, "What relative paths count from", "DIR")
+      .Add("--replace", &AddOptions::replace,
+           "When entries of the same names give way: always (the default), newer or never", "WHEN")
+      .OneOf({"always", "newer", "never"})
+      .Add("--method", &AddOptions::method, "deflated (the default) or stored", "METHOD")
+      .OneOf({"deflated", "stored"})
+      .Add("-j,--jobs", &AddOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .AddFlag("-n,--dry-run", &AddOptions::dryRun, DryRunText)
+      .Add("--stdin-name", &AddOptions::inputName, "Entry name of standard input", "NAME")
+      .Add("ARCHIVE", &AddOptions::archive, "The archive")
+      .Required()
+      .Add("PATH", &AddOptions::paths, "Files and folders; - is standard input")
+      .Required();
+}
+
+CommandFacts MakeRemove() {
+  return Command("remove", "Remove entries from an archive", RemoveWords, RunRemove)
+      .Add("-j,--jobs", &RemoveOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .AddFlag("-n,--dry-run", &RemoveOptions::dryRun, DryRunText)
+      .Add("ARCHIVE", &RemoveOptions::archive, "The archive")
+      .Required()
+      .Add("NAME", &RemoveOptions::names, "Entries and folders")
+      .Required()
+      .Completes(Completion::Entry);
+}
+
+CommandFacts MakeMerge() {
+  return Command("merge", "Make one archive of several", MergeWords, RunMerge)
+      .Add("-j,--jobs", &MergeOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .AddFlag("-n,--dry-run", &MergeOptions::dryRun, DryRunText)
+      .AddFlag("--force", &MergeOptions::force, "Replace an archive that exists")
+      .Add("OUT", &MergeOptions::target, "The new archive")
+      .Required()
+      .Completes(Completion::File)
+      .Add("ARCHIVE", &MergeOptions::archives, "The archives")
+      .Required();
+}
+
 CommandFacts MakeHeaders() {
   CommandFacts headers;
   headers.name = "headers";
@@ -376,7 +473,8 @@ CommandFacts MakeCommandTable(ConsoleOptions& options) {
       "-V,--version", "Print the version",
       [](CLI::App& app) { return app.set_version_flag("-V,--version", GetVersionText()); }));
   program.commands = {MakeCreate(), MakeList(),    MakeVerify(),  MakeCat(),
-                      MakeInfo(),   MakeExtract(), MakeHeaders(), MakeHelp()};
+                      MakeInfo(),   MakeExtract(), MakeDiff(),    MakeAdd(),
+                      MakeRemove(), MakeMerge(),   MakeHeaders(), MakeHelp()};
   return program;
 }
 

@@ -51,7 +51,7 @@ void Console::Detail(const std::string& subject, const std::string& text) {
 
 void Console::Warn(const std::string& subject, const std::string& text) {
   Print(subject + ": " + text, Color::Yellow);
-  outcome = std::max(outcome, ExitCode::Incomplete);
+  MarkIncomplete();
 }
 
 void Console::Report(const Failure& failure) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 
 #include "foundation/Vx/UniString.h"
@@ -30,6 +31,8 @@ class Console final {
   void Detail(const std::string& subject, const std::string& text);
   /// Something could not be done, and the work goes on without it.
   void Warn(const std::string& subject, const std::string& text);
+  /// What was asked for is done, and the answer is one that programs want to know.
+  void MarkIncomplete() noexcept { outcome = std::max(outcome, ExitCode::Incomplete); }
   /// The end of a command, or of a part of it that others don't depend on.
   void Report(const Failure& failure);
 

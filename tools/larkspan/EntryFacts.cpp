@@ -44,6 +44,12 @@ bool TakeDecimals(std::string_view& text, unsigned int& billionths) {
 
 }  // namespace
 
+Vx::UniString FolderToHeader(const Vx::UniString& path) {
+  Vx::UniString header(FolderPrefix);
+  header.Append(path.GetView());
+  return header;
+}
+
 Vx::UniString TimeToText(const ::IO::Attributes& attributes) {
   // Two parts that count in opposite directions become one number with a sign.
   __int64 seconds = attributes.modifiedSeconds;

@@ -16,6 +16,9 @@ inline constexpr char16_t ModeHeader[] = u"mode";
 /// Stands before the path in the name of an archive header.
 inline constexpr std::u16string_view FolderPrefix = u"folder:";
 
+/// The archive header of an empty folder.
+[[nodiscard]] Vx::UniString FolderToHeader(const Vx::UniString& path);
+
 /// Seconds since 1970 as a decimal number with nine decimals.
 [[nodiscard]] Vx::UniString TimeToText(const ::IO::Attributes& attributes);
 /// Octal digits with a leading zero.

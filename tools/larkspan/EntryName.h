@@ -2,11 +2,22 @@
 
 #include <string_view>
 
+#include "foundation/Vx/UniString.h"
+
 namespace Tool {
 
 /// Whether the entry `name` lies below `folder`, at any depth.
 [[nodiscard]] inline bool IsBelow(std::u16string_view name, std::u16string_view folder) noexcept {
   return name.size() > folder.size() && name.starts_with(folder) && name[folder.size()] == u'/';
+}
+
+/// Calls `work` with the path of each folder above the entry, from the outermost on.
+template <class Work>
+void ForEachFolderAbove(const Vx::UniString& name, Work&& work) {
+  const std::u16string_view path = name;
+  for (auto end = path.find(u'/'); end != path.npos; end = path.find(u'/', end + 1)) {
+    work(Vx::UniString(path.substr(0, end)));
+  }
 }
 
 }  // namespace Tool

@@ -146,6 +146,18 @@ void FileTree::AddStandardInput(const std::string& name) {
   items.push_back(std::move(item));
 }
 
+void FileTree::AddAll(const std::vector<std::string>& paths, const std::string& base,
+                      const std::string& inputName) {
+  for (const std::string& path : paths) {
+    if (path == "-") {
+      AddStandardInput(inputName);
+    } else {
+      Add(base, path);
+    }
+  }
+  CheckNames();
+}
+
 void FileTree::Visit(unsigned int folder, Vx::UniString name) {
   CheckInterruption();
   ::IO::Location location(branches[folder].location);

@@ -42,6 +42,10 @@ class FileTree final {
   /// The standard input, as one file of that name.
   void AddStandardInput(const std::string& name);
 
+  /// Adds all paths, of which `-` is the standard input, and checks their names.
+  void AddAll(const std::vector<std::string>& paths, const std::string& base,
+              const std::string& inputName);
+
   /// Drops what was found twice. Throws `Failure` for two different files of one name, and for a
   /// file that has the name of a folder.
   void CheckNames();

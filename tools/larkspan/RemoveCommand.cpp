@@ -1,0 +1,84 @@
+#include "tools/larkspan/RemoveCommand.h"
+
+#include "tools/larkspan/ArchiveEditor.h"
+#include "tools/larkspan/EntryFacts.h"
+#include "tools/larkspan/NameSelection.h"
+#include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/Text.h"
+
+namespace Tool {
+namespace {
+
+using Larkspan::Archive::EntrySelection;
+
+// The path of a folder that a header tells of; empty if it is another header.
+Vx::UniString PathOf(const Vx::UniString& header) {
+  const bool isFolder = header.GetView().starts_with(EntryFacts::FolderPrefix);
+  return isFolder ? header.GetSubstring(EntryFacts::FolderPrefix.size()) : Vx::UniString();
+}
+
+class Removal final {
+ public:
+  Removal(const RemoveOptions& given, ArchiveEditor& archive, Console& messages)
+      : options(given), editor(archive), console(messages), selection(given.names) {}
+
+  void Run() {
+    editor.CheckEnd();
+    RemoveFolders();
+    RemoveEntries();
+    selection.ReportMissing(editor.GetSubject(), console);
+    output.Flush();
+    if (changed && !options.dryRun) editor.Commit(options.jobs);
+  }
+
+ private:
+  void RemoveEntries() {
+    EntrySelection& entries = editor.GetChange().GetEntries();
+    for (std::size_t number = 0; number < entries.GetCount(); ++number) {
+      const Vx::UniString name = entries.GetName(number);
+      if (!selection.TakeTree(name)) continue;
+      Tell(name);
+      const auto entry = entries.GetEntry(number);
+      entries.Drop(number);
+      for (const auto& [header, value] : entry->EnumerateHeaders()) {
+        const Vx::UniString path = PathOf(header);
+        if (!path.IsEmpty() && selection.TakeTree(path)) entries.DropFolder(path);
+      }
+    }
+  }
+
+  void RemoveFolders() {
+    const auto headers = editor.GetChange().GetHeaders();
+    for (const auto& [header, value] : headers.EnumeratePairs()) {
+      const Vx::UniString path = PathOf(header);
+      if (path.IsEmpty() || !selection.TakeTree(path)) continue;
+      Tell(path, "/");
+      editor.GetChange().ClearHeader(header);
+    }
+  }
+
+  void Tell(const Vx::UniString& name, const char* end = "") {
+    changed = true;
+    if (options.dryRun) {
+      output.Print("remove " + ToPrintable(name.GetView()) + end + "\n");
+    } else {
+      console.ShowItem(name.GetView());
+    }
+  }
+
+  const RemoveOptions& options;
+  ArchiveEditor& editor;
+  Console& console;
+  NameSelection selection;
+  StandardOutput output;
+  bool changed = false;
+};
+
+}  // namespace
+
+void RunRemove(const RemoveOptions& options, Console& console) {
+  EditArchive(options.archive, console,
+              [&](ArchiveEditor& editor) { Removal(options, editor, console).Run(); });
+}
+
+}  // namespace Tool
