@@ -1,5 +1,5 @@
 // Replaces a file so that a failure, a kill or a power cut leaves the old one or the new one,
-// whole.
+// whole: first as most hosts want it, then for code that has to open the file by its own name.
 
 #include <cstdio>
 #include <exception>
@@ -8,17 +8,26 @@
 
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "Larkspan/Common/IO/IOUtilities.h"
+#include "Larkspan/Common/IO/ReplaceFileTransaction.h"
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
 #include "Larkspan/Interop/Paths.h"
 #include "foundation/Vx/IOException.h"
 
 using Larkspan::Common::IO::FileOBinaryChannel;
 using Larkspan::Common::IO::FileShare;
+using Larkspan::Common::IO::ReplaceFileTransaction;
 using Larkspan::Common::IO::UpdateFileTransaction;
 
 namespace {
 
-void Replace(const IO::Location& file, std::string_view content, bool fail) {
+// Others who read the file see the old one until `Commit`, and nothing has to be recovered.
+void Replace(const IO::Location& file, std::string_view content) {
+  ReplaceFileTransaction transaction(file);
+  transaction.GetChannel().Write(content.data(), static_cast<unsigned int>(content.size()));
+  transaction.Commit();
+}
+
+void ReplaceByName(const IO::Location& file, std::string_view content, bool fail) {
   UpdateFileTransaction transaction(file);  // an unfinished one aborts by itself
   FileOBinaryChannel channel(file, false, FileShare::NoShare);
   channel.Write(content.data(), static_cast<unsigned int>(content.size()));
@@ -35,12 +44,14 @@ int main() {
   int result = 1;
   try {
     const IO::Location file = Larkspan::Interop::ToLocation(folder / "settings");
+    Replace(file, "colour=red");
+
     // First of all: undo what a crash has left unfinished.
     if (UpdateFileTransaction::Recover(file)) std::puts("recovered the file before the crash");
 
-    Replace(file, "colour=blue", false);
+    ReplaceByName(file, "colour=blue", false);
     try {
-      Replace(file, "colour=", true);
+      ReplaceByName(file, "colour=", true);
     } catch (const Vx::IOException& failure) {
       std::printf("%s The old file is back.\n", failure.what());
     }
