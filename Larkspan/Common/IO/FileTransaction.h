@@ -9,7 +9,8 @@ namespace Larkspan::Common::IO {
 /// is destroyed unfinished aborts by itself, and nobody is told if that fails. A transaction writes
 /// no content: it decides what stays.
 ///
-/// Running out of memory is `Vx::OutOfMemoryException` throughout.
+/// Running out of memory is `Vx::OutOfMemoryException`, or, where the file-system layer runs out of
+/// it, a `FileTransactionException` whose detail has `IO::StatusOutOfMemory`.
 ///
 /// One thread at a time. Two transactions on one file, or one and somebody else who writes there,
 /// are not coordinated.
