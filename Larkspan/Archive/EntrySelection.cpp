@@ -18,8 +18,8 @@ constexpr std::u16string_view FolderPrefix = u"folder:";
 constexpr char16_t TypeHeader[] = u"type";
 constexpr std::u16string_view HardLinkType = u"hardlink";
 
-// No name of an entry has more bytes in UTF-8.
-constexpr unsigned int MaxTargetSize = 3 * 0xFFFF;
+// No name of an entry has more bytes, in the encoding of names in archives.
+constexpr unsigned int MaxTargetSize = 0xFFFF;
 
 ArchiveHeaders CopyHeaders(const ArchiveEntry& entry) {
   ArchiveHeaders headers(0, 0);
@@ -41,7 +41,7 @@ std::optional<Vx::UniString> ReadTarget(const ArchiveIndex& index, std::size_t n
   const auto wanted = static_cast<unsigned int>(size);
   bytes.resize(data->Read(bytes.data(), wanted, Vx::IBinaryChannel::ReadAll));
   try {
-    return Vx::UniString::FromUTF8(bytes);
+    return Vx::UniString(bytes.c_str(), VxCharCodeUTF);
   } catch (const Vx::ConversionErrorException&) {
     return std::nullopt;
   }
@@ -278,9 +278,10 @@ void EntrySelection::Write(const Source& source, std::size_t end, ArchiveOBinary
       CopyEntry(index, change->data - source.first, change->name, change->headers, target,
                 CopyCheck::Trust, options.progress);
     } else {
-      const std::string bytes = change->target->ToUTF8();
+      const Vx::String bytes =
+          change->target->ToBytes(0, Vx::ToEnd, VxCharCodeUTF, OnConversionErrorFail);
       target.PutNextEntry(change->name, change->headers, ArchiveEntry::Stored);
-      target.Write(bytes.data(), static_cast<unsigned int>(bytes.size()));
+      target.Write(bytes.GetView().data(), static_cast<unsigned int>(bytes.GetView().size()));
       target.CloseEntry();
     }
   }

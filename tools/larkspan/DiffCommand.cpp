@@ -7,6 +7,7 @@
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "foundation/IO/NewFile.h"
+#include "foundation/Vx/ConversionErrorException.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/EntryFacts.h"
@@ -113,7 +114,6 @@ class Comparison final {
   void CompareFolder(const Vx::UniString& header, const Vx::UniString& value) {
     if (!header.GetView().starts_with(EntryFacts::FolderPrefix)) return;
     const ::IO::Location location = Locate(header.GetSubstring(EntryFacts::FolderPrefix.size()));
-    const std::size_t blank = std::min(value.GetView().find(u' '), value.GetView().size());
     const Vx::UniString path = GetPath(location);
     KeepFoldersAbove(path);
     Attributes found;
@@ -123,9 +123,12 @@ class Comparison final {
     } else if (found.type != EntryType::Folder) {
       facts |= Type;
     } else {
-      facts |= CompareMode(value.GetView().substr(0, blank), found);
-      facts |=
-          CompareTime(value.GetView().substr(std::min(blank + 1, value.GetView().size())), found);
+      // The mode, and in words behind it the time and owners.
+      const std::u16string_view words = value;
+      const std::size_t end = std::min(words.find(u' '), words.size());
+      const std::u16string_view rest = words.substr(std::min(end + 1, words.size()));
+      facts |= CompareMode(words.substr(0, end), found);
+      facts |= CompareTime(rest.substr(0, rest.find(u' ')), found);
     }
     known.Put(path, facts);
   }
@@ -240,8 +243,12 @@ class Comparison final {
   bool IsLinkedTo(const ::IO::Location& location, const std::string& name) {
     Attributes found;
     Attributes linked;
-    return Look(location, found) && Look(Locate(TextFromArgument(name)), linked) &&
-           found.IsSameItem(linked);
+    try {
+      const Vx::UniString first(name.c_str(), VxCharCodeUTF);
+      return Look(location, found) && Look(Locate(first), linked) && found.IsSameItem(linked);
+    } catch (const Vx::ConversionErrorException&) {
+      return false;  // it is the name of no entry
+    }
   }
 
   // Whether all that is in the folder was meant to be in the archive: it keeps facts of that folder
