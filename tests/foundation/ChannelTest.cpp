@@ -20,40 +20,6 @@ using Vx::UniString;
 
 constexpr const char* EndReached = "EndOfInputException: End of input reached.";
 
-TEST(Channels, FramesAreWrittenByteForByteAndCutOnesAreReportedAtEveryLength) {
-  const struct {
-    std::vector<std::string> writes;  // "|" flushes
-    std::vector<std::string> frames;
-  } rows[] = {
-      {{"", "|", "|"}, {}},
-      {{"a", "bcdefghi", "|", "|"}, {"abcd", "efgh", "i"}},
-      {{"ab", "|", "cdefg"}, {"ab", "cdef", "g"}},
-      {{"abcdefgh", "|", "i"}, {"abcd", "efgh", "i"}},
-  };
-  for (const auto& row : rows) {
-    Tests::RecordingOutput sink;
-    Vx::ChunkedOBinarySubChannel channel(sink, toyProtocol, 4);
-    for (const std::string& bytes : row.writes) {
-      if (bytes != "|") channel.Write(bytes.data(), static_cast<unsigned int>(bytes.size()));
-      if (bytes == "|") channel.Flush();
-    }
-    channel.Close();
-    ByteBuilder whole;
-    for (const std::string& frame : row.frames) whole.U32(frame.size()).Raw(frame);
-    EXPECT_EQ(sink.content, std::string(whole.U32(0))) << testing::PrintToString(row.writes);
-    for (std::size_t length = 0; length <= whole.GetSize(); ++length) {
-      Tests::PiecewiseInput source(sink.content.substr(0, length), 3);
-      Vx::ChunkedIBinarySubChannel input(source, toyProtocol);
-      char buffer[5];
-      const std::string failure = FailureOf([&] {
-        static_cast<void>(input.Read(buffer, 5, Vx::IBinaryChannel::ReadAll));
-        input.Close();
-      });
-      EXPECT_EQ(failure, length < whole.GetSize() ? EndReached : "") << length;
-    }
-  }
-}
-
 // Reads and writes a value of these bytes, whole and cut off at every length: then the value must
 // stay as it was.
 template <class T>

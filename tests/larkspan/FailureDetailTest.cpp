@@ -5,9 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Larkspan/Common/IO/ArchiveFile.h"
 #include "Larkspan/Common/IO/CreateFileTransaction.h"
-#include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
 #include "Larkspan/Common/IO/FileIBinaryChannel.h"
 #include "Larkspan/Common/IO/FileNotFoundException.h"
 #include "Larkspan/Common/IO/FileOBinaryChannel.h"
@@ -15,7 +13,6 @@
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
 #include "foundation/IO/SystemError.h"
 #include "foundation/Vx/IOException.h"
-#include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/AllocationFault.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"
@@ -23,9 +20,7 @@
 namespace Tests {
 namespace {
 
-using Larkspan::Common::IO::ArchiveFile;
 using Larkspan::Common::IO::CreateFileTransaction;
-using Larkspan::Common::IO::DeferredFileOBinaryChannel;
 using Larkspan::Common::IO::FileIBinaryChannel;
 using Larkspan::Common::IO::FileOBinaryChannel;
 using Larkspan::Common::IO::FileShare;
@@ -47,17 +42,7 @@ std::unique_ptr<VxException> Catch(const std::function<void()>& work) {
   return nullptr;
 }
 
-// An update of an archive of 31 bytes while system calls of the kinds `calls` fail.
-void UpdateUnder(const TemporaryFolder& folder, unsigned int reserved, unsigned int calls,
-                 int error) {
-  const std::string bytes = HeaderBytes(reserved);
-  folder.Write("a.lsa", bytes);
-  ArchiveFile file(folder.At("a.lsa"));
-  file.PutHeader(u"h", u"v");
-  const FileFault fault(calls, error);
-  file.Update();
-}
-
+// Failing system calls are swept with each operation of the proofs.
 TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
   const std::string tooLong(300, 'n');
   const Row rows[] = {
@@ -69,30 +54,6 @@ TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
          FileOBinaryChannel(folder.At(tooLong), false, FileShare::NoShare);
        },
        tooLong, ENAMETOOLONG},
-      {"device that fails to read",
-       [](const auto& folder) {
-         folder.Write("r", "data");
-         FileIBinaryChannel channel(folder.At("r"), FileShare::NoShare);
-         const FileFault fault(CallRead, EIO);
-         char byte = 0;
-         static_cast<void>(channel.Read(&byte, 1, FileIBinaryChannel::ReadSome));
-       },
-       "r", EIO},
-      {"full disk",
-       [](const auto& folder) {
-         FileOBinaryChannel channel(folder.At("w"), false, FileShare::NoShare);
-         const DiskSpace space(1);
-         channel.Write("data", 4);
-       },
-       "w", ENOSPC},
-      {"archive that can't be opened for a change",
-       [](const auto& folder) { UpdateUnder(folder, 256, CallOpen, EROFS); }, "a.lsa", EROFS},
-      {"archive that can't be locked",
-       [](const auto& folder) { UpdateUnder(folder, 256, CallLock, ENOLCK); }, "a.lsa", ENOLCK},
-      {"archive that can't be changed in place",
-       [](const auto& folder) { UpdateUnder(folder, 256, CallWrite, ENOSPC); }, "a.lsa", ENOSPC},
-      {"names that can't be swapped",
-       [](const auto& folder) { UpdateUnder(folder, 0, CallRename2, EPERM); }, "a.lsa", EPERM},
       {"folder that is not empty",
        [](const auto& folder) {
          folder.Write("d", "x");
@@ -129,14 +90,7 @@ TEST(FailureDetail, NamesThePathAndTheReasonThatTheMessageLeavesOut) {
          const FileFault fault(CallRemove, EIO);
          transaction.Commit();
        },
-       "f.bak", EIO},
-      {"deferred output on a full disk",
-       [](const auto& folder) {
-         DeferredFileOBinaryChannel channel(folder.At("w"), 3);
-         const DiskSpace space(1);
-         channel.Write("data", 4);
-       },
-       "w", ENOSPC}};
+       "f.bak", EIO}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     const TemporaryFolder folder;

@@ -29,27 +29,21 @@ class ReplaceFile : public testing::Test {
   const TemporaryFolder folder;
 };
 
-TEST_F(ReplaceFile, TheOldFileStandsUntilTheCommit) {
-  folder.Write("f", "old");
-  ReplaceFileTransaction transaction(folder.At("f"));
-  transaction.GetChannel().Write("new");
-  EXPECT_EQ(folder.Read("f"), "old");
-  transaction.Commit();
-  EXPECT_EQ(folder.Read("f"), "new");
-  EXPECT_THROW(transaction.Commit(), FileTransactionException);
-  EXPECT_THROW(transaction.Abort(), FileTransactionException);
-  EXPECT_EQ(CountItems(), 1U);
-}
-
-TEST_F(ReplaceFile, AnAbortLeavesTheOldFile) {
-  folder.Write("f", "old");
-  ReplaceFileTransaction transaction(folder.At("f"));
-  transaction.GetChannel().Write("new");
-  transaction.Abort();
-  EXPECT_THROW(transaction.GetChannel().Write("more"), Vx::IOException);
-  EXPECT_THROW(transaction.Commit(), FileTransactionException);
-  EXPECT_EQ(folder.Read("f"), "old");
-  EXPECT_EQ(CountItems(), 1U);
+TEST_F(ReplaceFile, TheOldFileStandsUntilTheCommitAndAfterAnAbort) {
+  for (const bool commit : {false, true}) {
+    folder.Write("f", "old");
+    ReplaceFileTransaction transaction(folder.At("f"));
+    transaction.GetChannel().Write("new");
+    EXPECT_EQ(folder.Read("f"), "old");
+    commit ? transaction.Commit() : transaction.Abort();
+    EXPECT_EQ(folder.Read("f"), commit ? "new" : "old");
+    if (!commit) {
+      EXPECT_THROW(transaction.GetChannel().Write("more"), Vx::IOException);
+    }
+    EXPECT_THROW(transaction.Commit(), FileTransactionException);
+    EXPECT_THROW(transaction.Abort(), FileTransactionException);
+    EXPECT_EQ(CountItems(), 1U);
+  }
 }
 
 TEST_F(ReplaceFile, ModeStaysAndLinksAreFollowed) {

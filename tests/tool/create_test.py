@@ -242,7 +242,7 @@ class ReportTest(ToolTest):
             (header() + bad + two + lost, BAD, "",
              ["entry a: ", "entry c: ", "entry lost: ", "no entry after lost can be read: "]),
         )
-        for data, code, said, messages in rows:
+        for number, (data, code, said, messages) in enumerate(rows):
             self.write("a.lsa", data)
             for names in (["a.lsa"], ["-j", "1", "a.lsa"], ["-"]):
                 output, told = self.run_tool("verify", *names, data=data, code=code)
@@ -254,6 +254,11 @@ class ReportTest(ToolTest):
             if "damaged" not in said and said:
                 self.assertIn(facts["seal"].partition(",")[0] + ")", said)
             self.run_tool("list", "a.lsa", code=code)
+            told = self.run_tool("extract", "--keep-going", "-C", str(number), "a.lsa",
+                                 code=code)[1]
+            for line, part in zip(told.decode().splitlines(), messages, strict=True):
+                self.assertIn(part, line)
+            self.assertEqual((self.folder / str(number) / "b").exists(), b"x" * 97 in data)
 
 
 if __name__ == "__main__":

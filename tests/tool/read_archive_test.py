@@ -184,16 +184,6 @@ class Damaged(unittest.TestCase):
                 self.assertEqual(status, 0 if cut in looks_complete else 4)
                 self.assertEqual(lines, whole[:len(lines)])
 
-    def test_a_flipped_bit_gives_no_wrong_data(self):
-        digests = {line["sha256"] for line in dump(self.ARCHIVE)[1][1:]}
-        for bit in range(8 * len(self.ARCHIVE)):
-            damaged = bytearray(self.ARCHIVE)
-            damaged[bit // 8] ^= 1 << bit % 8
-            status, lines, _ = dump(bytes(damaged))
-            with self.subTest(bit=bit):
-                self.assertIn(status, (0, 4))
-                self.assertLessEqual({line["sha256"] for line in lines[1:]}, digests)
-
 
 class Sealed(unittest.TestCase):
     ENTRIES = [

@@ -86,9 +86,16 @@ void CheckItem(const ::IO::Attributes& present, const ::IO::Attributes& archive)
   ::IO::Attributes present;
   if (folder.GetAttributes(name, &present) == 0) CheckItem(present, archive);
   ::IO::File file(folder, name, ::IO::OnNotFound::Ignore);
-  if (file.Open(::IO::OpenMode::Write, ::IO::AccessDeniedTreatment::Report) == 0) {
+  int status = file.Open(::IO::OpenMode::Write, ::IO::AccessDeniedTreatment::Report);
+  if (status == 0) {
     if (file.GetAttributes(&present) == 0) CheckItem(present, archive);
-    if (file.SetSize(0) != 0) file.Close();
+    status = file.SetSize(0);
+  }
+  if (status != 0) {
+    throw ::IO::WithDetail(
+        Vx::IOException("Failed to create file binary output channel: failed to open file.",
+                        __FILE__, __LINE__),
+        file, status);
   }
   return file;
 }
