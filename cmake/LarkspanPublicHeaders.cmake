@@ -6,9 +6,14 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Archive/EntryCopy.h
     Larkspan/Archive/EntryPlace.h
     Larkspan/Archive/EntrySelection.h
+    Larkspan/Archive/FileTree.h
     Larkspan/Archive/ParallelReader.h
     Larkspan/Archive/ParallelWriter.h
     Larkspan/Archive/RandomInput.h
+    Larkspan/Archive/SparseOutput.h
+    Larkspan/Archive/TreeArchiver.h
+    Larkspan/Archive/TreeFacts.h
+    Larkspan/Archive/TreeLinks.h
     Larkspan/Common/Base64.h
     Larkspan/Common/Boolean.h
     Larkspan/Common/Containers/Properties.h
@@ -75,6 +80,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Interop/Values.h
     foundation/Export.h
     foundation/IO/AccessDeniedTreatment.h
+    foundation/IO/Accounts.h
     foundation/IO/Attributes.h
     foundation/IO/DataSafety.h
     foundation/IO/EntryType.h

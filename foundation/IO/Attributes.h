@@ -17,6 +17,15 @@ struct Attributes {
   Vx::UInt64 device = 0;
   Vx::UInt64 node = 0;  // the inode
 
+  unsigned int links = 1;    // names of the item
+  Vx::UInt64 allocated = 0;  // bytes on the disk: less than the size where there are holes
+
+  /// Whether the file has holes, as far as that shows: some file systems keep short files without
+  /// a block of their own.
+  [[nodiscard]] bool IsSparse() const noexcept {
+    constexpr Vx::UInt64 block = 4096;
+    return type == EntryType::File && allocated + block <= size;
+  }
   /// Whether both are of one item, perhaps under two names.
   [[nodiscard]] bool IsSameItem(const Attributes& other) const noexcept {
     return device == other.device && node == other.node;

@@ -106,6 +106,12 @@ int FileSystem::GetAttributes(const Location& location, Attributes* attributes,
   });
 }
 
+int FileSystem::ReadLink(const Location& location, Vx::String& target) const noexcept {
+  return OnPath(location, [&](const Vx::String& path) {
+    return GuardMemory(ENOMEM, [&] { return Posix::ReadLink(path, target); });
+  });
+}
+
 int FileSystem::Resolve(const Location& location, Location& resolved) const noexcept {
   Vx::String real;
   const int outcome =

@@ -50,6 +50,9 @@ class FOUNDATION_API FileSystem final {
   [[nodiscard]] int GetAttributes(const Location& location, Attributes* attributes,
                                   bool followLinks) const noexcept;
 
+  /// What a symbolic link holds, as the platform has it; `StatusInvalidArgument` for anything else.
+  [[nodiscard]] int ReadLink(const Location& location, Vx::String& target) const noexcept;
+
   /// Where the item really is: `resolved` leads to it without any symbolic link.
   [[nodiscard]] int Resolve(const Location& location, Location& resolved) const noexcept;
 

@@ -70,6 +70,33 @@ int Folder::SetFolderAttributes(const Name& name, const Attributes& attributes) 
   });
 }
 
+int Folder::SetTime(const Name& name, const Attributes& attributes) const noexcept {
+  return OnName(name, [&](const Vx::String& bytes) {
+    return Posix::WriteTime(descriptor, bytes, attributes);
+  });
+}
+
+int Folder::SetOwner(const Name& name, const Attributes& attributes) const noexcept {
+  return OnName(name, [&](const Vx::String& bytes) {
+    return Posix::WriteOwner(descriptor, bytes, attributes);
+  });
+}
+
+int Folder::MakeSymbolicLink(const Name& name, const Vx::String& target) const noexcept {
+  if (target.Contains('\0')) return StatusInvalidArgument;
+  return OnName(name, [&](const Vx::String& bytes) {
+    return Posix::MakeSymbolicLink(descriptor, bytes, target);
+  });
+}
+
+int Folder::MakeHardLink(const Name& name, const Folder& source, const Name& from) const noexcept {
+  return source.OnName(from, [&](const Vx::String& old) {
+    Vx::String bytes;
+    const int error = Posix::NameToBytes(name.GetText(), bytes);
+    return error == 0 ? Posix::LinkName(source.descriptor, old, descriptor, bytes) : error;
+  });
+}
+
 int Folder::MakeFolder(const Name& name) const noexcept {
   return OnName(name,
                 [&](const Vx::String& bytes) { return Posix::MakeFolderIn(descriptor, bytes); });

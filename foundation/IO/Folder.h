@@ -50,6 +50,16 @@ class FOUNDATION_API Folder final {
   /// Sets mode and time of modification of a folder of this folder.
   [[nodiscard]] int SetFolderAttributes(const Name& name,
                                         const Attributes& attributes) const noexcept;
+  /// Sets the time of modification of any item, and owner and group, of a symbolic link those of
+  /// the link itself. `SetOwner` may take permissions away: set the mode afterwards.
+  [[nodiscard]] int SetTime(const Name& name, const Attributes& attributes) const noexcept;
+  [[nodiscard]] int SetOwner(const Name& name, const Attributes& attributes) const noexcept;
+  /// Makes a symbolic link that holds `target`, bytes as the platform has them without a zero.
+  /// `StatusAlreadyExists` if the name is taken.
+  [[nodiscard]] int MakeSymbolicLink(const Name& name, const Vx::String& target) const noexcept;
+  /// Gives the file `from` of `source` a further name here. `StatusAlreadyExists` if that is taken.
+  [[nodiscard]] int MakeHardLink(const Name& name, const Folder& source,
+                                 const Name& from) const noexcept;
   /// Makes a folder. 0 for one that exists.
   [[nodiscard]] int MakeFolder(const Name& name) const noexcept;
   /// Removes a file, a symbolic link itself, or an empty folder.

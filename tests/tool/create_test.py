@@ -89,7 +89,7 @@ class CreateTest(ToolTest):
         self.write("tree/blind/f").parent.chmod(0o600)
         self.write("tree/above/shut/f").parent.chmod(0)
         self.write("tree/" + UNFINISHED)
-        _, messages = self.run_tool("create", "a.lsa", "tree", code=INCOMPLETE,
+        _, messages = self.run_tool("create", "-L", "a.lsa", "tree", code=INCOMPLETE,
                                     preexec_fn=drop_rights)
         for name in ("blind", "above/shut"):
             (self.folder / "tree" / name).chmod(0o700)

@@ -2,9 +2,9 @@
 
 #include <tuple>
 
+#include "Larkspan/Archive/EntryName.h"
+#include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveEditor.h"
-#include "tools/larkspan/EntryFacts.h"
-#include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/FileTreeWriter.h"
 #include "tools/larkspan/HeaderArguments.h"
 #include "tools/larkspan/OutputChannel.h"
@@ -13,6 +13,7 @@
 namespace Tool {
 namespace {
 
+namespace TreeFacts = Larkspan::Archive::TreeFacts;
 namespace Archive = Larkspan::Archive;
 using Larkspan::Common::IO::ArchiveOBinaryChannel;
 
@@ -51,7 +52,7 @@ class Addition final {
     const Vx::UniString name = tree.GetEntryName(item);
     if (item.IsFolder()) return PutFolder(item, name);
     CheckTextLength(name);
-    ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
+    Larkspan::Archive::ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
       if (index.Find(folder)) FailOnClash(folder);
     });
     const auto present = index.Find(name);
@@ -64,8 +65,8 @@ class Addition final {
     if (options.replace != "newer") return options.replace == "always";
     ::IO::Attributes stored;
     // What has no time may be as old as can be.
-    if (!EntryFacts::TimeFromText(index.GetEntry(number)->GetHeader(EntryFacts::TimeHeader),
-                                  stored)) {
+    if (!TreeFacts::TimeFromText(
+            index.GetEntry(number)->GetHeader(Larkspan::Archive::TreeFacts::TimeHeader), stored)) {
       return true;
     }
     return std::tie(found.modifiedSeconds, found.modifiedNanoseconds) >
@@ -74,8 +75,8 @@ class Addition final {
 
   void PutFolder(const FileTree::Item& item, const Vx::UniString& name) {
     if (index.Find(name)) FailOnClash(name);
-    const Vx::UniString header = EntryFacts::FolderToHeader(name);
-    const Vx::UniString mode = EntryFacts::ModeToText(item.attributes.mode);
+    const Vx::UniString header = TreeFacts::FolderToHeader(name);
+    const Vx::UniString mode = TreeFacts::ModeToText(item.attributes.mode);
     Vx::UniString present;
     const bool known = editor.GetChange().GetHeaders().FindValue(header, present);
     if (known && (options.replace == "never" || present == mode)) return;
@@ -93,7 +94,7 @@ class Addition final {
         entries.Drop(number);
         continue;
       }
-      ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
+      Larkspan::Archive::ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
         if (names.Find(folder) != nullptr) FailOnClash(folder);
       });
     }

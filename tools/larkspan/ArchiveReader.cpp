@@ -155,4 +155,17 @@ void ArchiveReader::Leave() {
   EndEntry();
 }
 
+Vx::IBinaryChannelRef ArchiveReader::OpenEntry(const Vx::UniString& name) {
+  if (!source.IsWholeFile()) return Vx::IBinaryChannelRef();
+  return Guard([&] {
+    if (!index) index.emplace(source);
+    const std::optional<std::size_t> number = index->Find(name);
+    return number ? index->OpenEntry(*number) : Vx::IBinaryChannelRef();
+  });
+}
+
+unsigned int ArchiveReader::ReadFrom(Vx::IBinaryChannel& entry, char* target, unsigned int size) {
+  return Guard([&] { return entry.Read(target, size, Vx::IBinaryChannel::ReadSome); });
+}
+
 }  // namespace Tool

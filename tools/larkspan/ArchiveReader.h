@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "Larkspan/Archive/ArchiveIndex.h"
 #include "Larkspan/Archive/ParallelReader.h"
 #include "Larkspan/Common/IO/ArchiveIBinaryChannel.h"
 #include "foundation/Vx/Memory.h"
@@ -67,6 +68,12 @@ class ArchiveReader final {
   /// bad one. Throws `Failure` if its end can't be found; nothing else can be read then.
   void Leave();
 
+  /// The data of the last entry of that name, for `ReadFrom`; empty if there is none, or if the
+  /// archive comes through a pipe.
+  [[nodiscard]] Vx::IBinaryChannelRef OpenEntry(const Vx::UniString& name);
+  /// Reads what the channel of `OpenEntry` has; 0 at its end, where it is verified.
+  [[nodiscard]] unsigned int ReadFrom(Vx::IBinaryChannel& entry, char* target, unsigned int size);
+
  private:
   template <class Work>
   auto Guard(Work&& work);
@@ -83,6 +90,7 @@ class ArchiveReader final {
   const Choose chooseEntry;
   // Set by the first `Next` if it reads the archive instead of the channel.
   std::optional<Larkspan::Archive::ParallelReader> parallel;
+  std::optional<Larkspan::Archive::ArchiveIndex> index;  // made for the first `OpenEntry`
   Vx::ByteArray buffer;
   EntryRef current;      // empty between two entries
   std::string previous;  // name of the entry before, ready to be printed

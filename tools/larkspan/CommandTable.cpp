@@ -286,6 +286,15 @@ CommandFacts MakeCreate() {
       .Add("-j,--jobs", &CreateOptions::jobs, JobsText, "N")
       .Between(1, MaxJobs)
       .AddFlag("--force", &CreateOptions::force, "Replace an archive that exists")
+      .AddFlag("-L,--dereference", &CreateOptions::followLinks,
+               "Store the files that symbolic links lead to")
+      .AddFlag("--hard-dereference", &CreateOptions::copyHardLinks,
+               "Store all names of a file as files of their own")
+      .AddFlag("--owner", &CreateOptions::keepOwners, "Store owner and group")
+      .AddFlag("--one-file-system", &CreateOptions::oneFileSystem,
+               "Don't go down into other file systems")
+      .AddFlag("--exclude-caches", &CreateOptions::leaveOutCaches,
+               "Of folders with a CACHEDIR.TAG, store that file only")
       .Add("--stdin-name", &CreateOptions::inputName, "Entry name of standard input", "NAME")
       .Add("ARCHIVE", &CreateOptions::archive, "The new archive; - is standard output")
       .Required()
@@ -334,6 +343,11 @@ CommandFacts MakeExtract() {
       .Add("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger",
            "BYTES")
       .AddFlag("--sync", &ExtractOptions::sync, "Have everything on the disk before the end")
+      .AddFlag("--same-owner", &ExtractOptions::sameOwner,
+               "Give files to the owners that the archive names; the default for root")
+      .AddFlag("--no-same-owner", &ExtractOptions::noSameOwner, "Keep all files one's own")
+      .AddFlag("--unsafe-links", &ExtractOptions::unsafeLinks,
+               "Make symbolic links that may lead out of the target folder, too")
       .Add("ARCHIVE", &ExtractOptions::archive, ArchiveText)
       .Required()
       .Add("NAME", &ExtractOptions::names, "Entries and folders; all if not given")

@@ -1,67 +1,231 @@
 #include "tools/larkspan/CreateCommand.h"
 
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Larkspan/Archive/FileTree.h"
+#include "Larkspan/Archive/ParallelWriter.h"
+#include "Larkspan/Archive/TreeArchiver.h"
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
-#include "tools/larkspan/EntryFacts.h"
-#include "tools/larkspan/FileTreeWriter.h"
+#include "foundation/IO/NewFile.h"
 #include "tools/larkspan/HeaderArguments.h"
+#include "tools/larkspan/InputFile.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/TargetFile.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
 
+namespace TreeFacts = Larkspan::Archive::TreeFacts;
+using Larkspan::Archive::FileTree;
+using Larkspan::Archive::TreeArchiver;
+
 namespace Archive = Larkspan::Common::IO;
 using Archive::ArchiveHeaders;
 
-// The standard output may be a file in the tree that is read.
-void ExcludeOutput(FileTree& tree) {
-  const ::IO::File output(::IO::StandardStream::Output);
-  ::IO::Attributes attributes;
-  if (output.GetAttributes(&attributes) == 0 && attributes.type == ::IO::EntryType::File) {
-    tree.Exclude(attributes);
+// Lexically normalised components. Sets `changed` if the path was absolute or contained `..`.
+std::vector<std::string_view> SplitPath(std::string_view path, bool& changed) {
+  std::vector<std::string_view> names;
+  if (path.starts_with('/')) changed = true;
+  for (std::size_t start = 0, end = 0; end < path.size(); start = end + 1) {
+    end = std::min(path.find('/', start), path.size());
+    const std::string_view name = path.substr(start, end - start);
+    if (name.empty() || name == ".") continue;
+    if (name != "..") {
+      names.push_back(name);
+      continue;
+    }
+    changed = true;
+    if (!names.empty()) names.pop_back();
   }
+  return names;
 }
 
-ArchiveHeaders MakeHeaders(const CreateOptions& options, const FileTree& tree) {
-  ArchiveHeaders headers;
-  for (const std::string& header : options.headers) PutHeaderArgument(header, headers);
-  for (const FileTree::Item& item : tree.GetItems()) {
-    if (!item.IsFolder()) continue;
-    const Vx::UniString name = EntryFacts::FolderToHeader(tree.GetEntryName(item));
-    CheckTextLength(name);
-    headers.Put(name, EntryFacts::ModeToText(item.attributes.mode));
+// Prints what the walk and the writing tell.
+class TreeMessages final : public FileTree::Watcher, public TreeArchiver::Watcher {
+ public:
+  explicit TreeMessages(Console& messages) noexcept : console(messages) {}
+
+  void OnStep() override { CheckInterruption(); }
+  void OnLeftOut(const ::IO::Location& location, FileTree::Reason reason, int status) override {
+    switch (reason) {
+      case FileTree::Reason::Unreadable:
+        OnLeftOut(location, status);
+        break;
+      case FileTree::Reason::NeitherKind:
+        console.Warn(ToPrintable(location), "left out: neither file nor folder");
+        break;
+      case FileTree::Reason::LeadsNowhere:
+        console.Warn(ToPrintable(location), "left out: a link that leads nowhere");
+        break;
+      case FileTree::Reason::LeadsToFolder:
+        console.Warn(ToPrintable(location), "left out: a link to a folder; name the folder itself");
+        break;
+      case FileTree::Reason::Unfinished:
+        console.Note(ToPrintable(location), "left out: an unfinished file of this program");
+        break;
+      case FileTree::Reason::Excluded:
+        console.Note(ToPrintable(location), "left out: it is the archive itself");
+        break;
+    }
   }
-  return headers;
+  void OnLeftOut(const ::IO::Location& location, int status) override {
+    console.Warn(ToPrintable(location), "left out: " + DescribeStatus(status));
+  }
+  void OnChanged(const ::IO::Location& location) override { TellChange(ToPrintable(location)); }
+  void OnReadFailure(const ::IO::Location& location, int status) override {
+    throw SystemFailure(ToPrintable(location), "can't be read to its end", status);
+  }
+  void OnRead(unsigned int bytes) override {
+    CheckInterruption();
+    console.GetProgress().Advance(bytes);
+  }
+  void OnItemBegin(const Vx::UniString& name, Vx::UInt64 size) override {
+    console.GetProgress().BeginItem(name.GetView(), size, size);
+  }
+  void OnItem(const Vx::UniString& name) override { console.ShowItem(name.GetView()); }
+
+  void TellChange(const std::string& subject) {
+    console.Warn(subject, "changed while it was read: its entry may be a mixture");
+  }
+
+ private:
+  Console& console;
+};
+
+int GetStatus(const VxException& exception) noexcept {
+  const Vx::FailureDetail* const detail = exception.GetDetail();
+  return detail != nullptr ? detail->status : ::IO::StatusFailed;
 }
 
-// Nothing if some of it is not known.
-unsigned __int64 GetTotalSize(const FileTree& tree) {
-  unsigned __int64 size = 0;
-  for (const FileTree::Item& item : tree.GetItems()) {
-    if (item.isStandardInput) return 0;
-    if (!item.IsFolder()) size += item.attributes.size;
-  }
-  return size;
-}
+// The files that a command line names, on their way into an archive.
+class Sources final {
+ public:
+  Sources(const CreateOptions& createOptions, Console& messages)
+      : options(createOptions),
+        console(messages),
+        watcher(messages),
+        tree(MakeOptions(), watcher) {}
 
-// Writes the archive and all that goes into it.
-void WriteArchive(const CreateOptions& options, const FileTree& tree, Console& console,
-                  Vx::OBinaryChannel& output, const ArchiveHeaders& headers) {
-  Archive::ArchiveOBinaryChannel archive(
-      output, Archive::FitReservedHeaderSize(headers, options.reserve, true));
-  for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
-  archive.PromiseSeal();
-  FileTreeWriter writer(tree, console, archive, options.method, options.jobs);
-  console.GetProgress().BeginAll(GetTotalSize(tree));
-  for (const FileTree::Item& item : tree.GetItems()) {
-    if (!item.IsFolder()) writer.Add(item);
+  [[nodiscard]] FileTree& GetTree() noexcept { return tree; }
+
+  void Collect() {
+    for (const std::string& path : options.paths) {
+      if (path == "-") {
+        AddStandardInput();
+      } else {
+        Add(path);
+      }
+    }
+    try {
+      tree.CheckNames();
+    } catch (const FileTree::NameConflict& conflict) {
+      throw Failure(ExitCode::WrongUsage, ToPrintable(conflict.GetEntryName().GetView()),
+                    "two different files would have this name; make two archives of them");
+    }
+    CheckNameLengths();
   }
-  writer.Finish();
-  archive.WriteSeal();
-  archive.Flush();
-}
+
+  // Writes the archive and all that goes into it.
+  void Write(Vx::OBinaryChannel& output) {
+    TreeArchiver archiver(tree,
+                          {options.method == "stored" ? Archive::ArchiveEntry::Stored
+                                                      : Archive::ArchiveEntry::Deflated,
+                           options.copyHardLinks, options.keepOwners},
+                          watcher);
+    ArchiveHeaders headers;
+    for (const std::string& header : options.headers) PutHeaderArgument(header, headers);
+    archiver.PutHeaders(headers);
+    Archive::ArchiveOBinaryChannel archive(
+        output, Archive::FitReservedHeaderSize(headers, options.reserve, true));
+    for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
+    archive.PromiseSeal();
+    Larkspan::Archive::ParallelWriter writer(archive, options.jobs);
+    console.GetProgress().BeginAll(GetTotalSize());
+    archiver.Write(writer);
+    if (input && input->HasChanged()) watcher.TellChange(input->GetSubject());
+    writer.Finish();
+    archive.WriteSeal();
+    archive.Flush();
+  }
+
+ private:
+  // Nothing if some of it is not known.
+  [[nodiscard]] unsigned __int64 GetTotalSize() const {
+    if (input) return 0;
+    unsigned __int64 size = 0;
+    for (const FileTree::Item& item : tree.GetItems()) {
+      if (item.attributes.type == ::IO::EntryType::File) size += item.attributes.size;
+    }
+    return size;
+  }
+
+  [[nodiscard]] FileTree::Options MakeOptions() const {
+    return {options.followLinks, options.oneFileSystem, options.leaveOutCaches, nullptr};
+  }
+
+  void Add(const std::string& path) {
+    const bool relative = !path.empty() && path.front() != '/' && !options.folder.empty();
+    const ::IO::Location location =
+        LocationFromArgument(relative ? options.folder + "/" + path : path);
+    try {
+      tree.Add(location, NameFromPath(path));
+    } catch (const Vx::IOException& exception) {
+      throw SystemFailure(ToPrintable(location), "can't be read", GetStatus(exception));
+    }
+  }
+
+  void AddStandardInput() {
+    if (input) {
+      throw Failure(ExitCode::WrongUsage, "-", "the standard input can be stored only once");
+    }
+    const Vx::UniString name = NameFromPath(options.inputName);
+    const std::size_t last = name.GetView().rfind(u'/') + 1;  // 0 where there is no slash
+    const ::IO::Name lastName(Vx::UniString(name.GetView().substr(last)));
+    if (name.IsEmpty() || ::IO::NewFile::IsTemporary(lastName)) {
+      throw Failure(ExitCode::WrongUsage, "--stdin-name", "no name for an entry");
+    }
+    input.emplace(console.GetProgress());
+    tree.AddChannel(name, input->GetAttributes(), *input);
+  }
+
+  // Empty for a path that leads to the folder that it counts from, or to one above.
+  Vx::UniString NameFromPath(const std::string& path) {
+    bool changed = false;
+    std::string joined;
+    for (const std::string_view name : SplitPath(path, changed)) (joined += '/') += name;
+    if (changed && !std::exchange(namesChanged, true)) {
+      console.Note(ToPrintable(path), "entry names are relative: the root and \"..\" are dropped");
+    }
+    if (joined.empty()) return Vx::UniString();
+    Vx::UniString name(LocationFromArgument(joined).GetPath().substr(1));
+    name.ReplaceAll(u'\\', u'/');
+    return name;
+  }
+
+  void CheckNameLengths() const {
+    constexpr unsigned int certainlyShort = 20000;  // units, of three bytes at the most
+    for (const FileTree::Item& item : tree.GetItems()) {
+      Vx::UniString name = tree.GetEntryName(item);
+      if (name.GetLength() < certainlyShort) continue;
+      if (item.IsFolder()) name = Vx::UniString(TreeFacts::FolderPrefix) + name;
+      CheckTextLength(name);
+    }
+  }
+
+  const CreateOptions& options;
+  Console& console;
+  TreeMessages watcher;
+  FileTree tree;
+  std::optional<InputFile> input;
+  bool namesChanged = false;
+};
 
 void CheckOptions(const CreateOptions& options) {
   if (!Archive::IsReservedHeaderSize(options.reserve)) {
@@ -78,14 +242,18 @@ void CheckOptions(const CreateOptions& options) {
   }
 }
 
+// The standard output may be a file in the tree that is read.
 void CreateStream(const CreateOptions& options, Console& console) {
-  FileTree tree(console);
-  ExcludeOutput(tree);
-  tree.AddAll(options.paths, options.folder, options.inputName);
-  const ArchiveHeaders headers = MakeHeaders(options, tree);
+  Sources sources(options, console);
+  const ::IO::File file(::IO::StandardStream::Output);
+  ::IO::Attributes attributes;
+  if (file.GetAttributes(&attributes) == 0 && attributes.type == ::IO::EntryType::File) {
+    sources.GetTree().Exclude(attributes);
+  }
+  sources.Collect();
   StandardOutput output;
   try {
-    WriteArchive(options, tree, console, output.GetChannel(), headers);
+    sources.Write(output.GetChannel());
     output.Flush();
   } catch (const PipeClosed&) {
     // Nobody has the archive.
@@ -95,13 +263,12 @@ void CreateStream(const CreateOptions& options, Console& console) {
 
 void CreateFile(const CreateOptions& options, Console& console) {
   TargetFile target(options.archive, options.force);
-  FileTree tree(console);
-  if (target.GetPresent()) tree.Exclude(*target.GetPresent());
-  tree.AddAll(options.paths, options.folder, options.inputName);
-  const ArchiveHeaders headers = MakeHeaders(options, tree);
+  Sources sources(options, console);
+  if (target.GetPresent()) sources.GetTree().Exclude(*target.GetPresent());
+  sources.Collect();
   OutputChannel sink(target.Make(console), target.GetSubject());
   Vx::BufferedOBinaryChannel output(sink, OutputChannel::BufferSize);
-  WriteArchive(options, tree, console, output, headers);
+  sources.Write(output);
   output.Flush();
   CheckInterruption();
   target.Complete();

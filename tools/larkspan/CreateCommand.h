@@ -19,6 +19,11 @@ struct CreateOptions {
   unsigned int jobs = ::IO::GetProcessorCount();
   bool force = false;
   std::string inputName = "stdin";
+  bool followLinks = false;
+  bool copyHardLinks = false;
+  bool keepOwners = false;
+  bool oneFileSystem = false;
+  bool leaveOutCaches = false;
 };
 
 /// Makes an archive, which appears under its name when it is complete.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "Larkspan/Archive/EntryName.h"
+#include "Larkspan/Archive/TreeFacts.h"
 #include "Larkspan/Common/IO/EntryLocation.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
@@ -10,8 +12,6 @@
 #include "foundation/Vx/ConversionErrorException.h"
 #include "foundation/Vx/OutOfMemoryException.h"
 #include "tools/larkspan/ArchiveReader.h"
-#include "tools/larkspan/EntryFacts.h"
-#include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/InputFile.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/OutputChannel.h"
@@ -21,6 +21,7 @@
 namespace Tool {
 namespace {
 
+namespace TreeFacts = Larkspan::Archive::TreeFacts;
 using Archive::ArchiveEntry;
 using ::IO::Attributes;
 using ::IO::EntryType;
@@ -112,8 +113,8 @@ class Comparison final {
   }
 
   void CompareFolder(const Vx::UniString& header, const Vx::UniString& value) {
-    if (!header.GetView().starts_with(EntryFacts::FolderPrefix)) return;
-    const ::IO::Location location = Locate(header.GetSubstring(EntryFacts::FolderPrefix.size()));
+    if (!header.GetView().starts_with(TreeFacts::FolderPrefix)) return;
+    const ::IO::Location location = Locate(header.GetSubstring(TreeFacts::FolderPrefix.size()));
     const Vx::UniString path = GetPath(location);
     KeepFoldersAbove(path);
     Attributes found;
@@ -135,19 +136,19 @@ class Comparison final {
 
   static unsigned int CompareMode(std::u16string_view text, const Attributes& found) {
     unsigned int mode = 0;
-    return EntryFacts::ModeFromText(text, mode) && mode != found.mode ? Mode : 0;
+    return TreeFacts::ModeFromText(text, mode) && mode != found.mode ? Mode : 0;
   }
 
   static unsigned int CompareTime(std::u16string_view text, const Attributes& found) {
     Attributes stored;
-    if (!EntryFacts::TimeFromText(text, stored)) return 0;
+    if (!TreeFacts::TimeFromText(text, stored)) return 0;
     const bool same = stored.modifiedSeconds == found.modifiedSeconds &&
                       stored.modifiedNanoseconds == found.modifiedNanoseconds;
     return same ? 0 : Time;
   }
 
   void KeepFoldersAbove(const Vx::UniString& path) {
-    ForEachFolderAbove(path, [this](const Vx::UniString& folder) {
+    Larkspan::Archive::ForEachFolderAbove(path, [this](const Vx::UniString& folder) {
       if (known.Find(folder) != nullptr) return;
       Attributes found;
       const bool present = Look(Locate(folder), found);
@@ -170,7 +171,7 @@ class Comparison final {
     KeepFoldersAbove(path);
     NoteFileIn(path);
     for (const auto& [name, value] : entry.EnumerateHeaders()) {
-      keepsFolders = keepsFolders || name.GetView().starts_with(EntryFacts::FolderPrefix);
+      keepsFolders = keepsFolders || name.GetView().starts_with(TreeFacts::FolderPrefix);
       CompareFolder(name, value);
     }
     Attributes found;
@@ -182,9 +183,9 @@ class Comparison final {
     } else if (found.type != expected) {
       facts = Type;
     } else {
-      facts = CompareTime(entry.GetHeader(EntryFacts::TimeHeader), found);
+      facts = CompareTime(entry.GetHeader(TreeFacts::TimeHeader), found);
       if (expected == EntryType::File) {
-        facts |= CompareMode(entry.GetHeader(EntryFacts::ModeHeader), found);
+        facts |= CompareMode(entry.GetHeader(TreeFacts::ModeHeader), found);
       }
     }
     known.Put(path, facts);
@@ -256,7 +257,7 @@ class Comparison final {
   [[nodiscard]] bool IsWhole(const Vx::UniString& path, unsigned int facts) const {
     const unsigned int sign = keepsFolders ? HasFacts : HasFacts | HasFile;
     bool whole = options.all || (facts & sign) != 0;
-    ForEachFolderAbove(path, [&](const Vx::UniString& folder) {
+    Larkspan::Archive::ForEachFolderAbove(path, [&](const Vx::UniString& folder) {
       whole = whole || (known.GetValue(folder) & sign) != 0;
     });
     return whole;

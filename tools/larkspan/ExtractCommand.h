@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/IO/Accounts.h"
 #include "foundation/IO/Processors.h"
 #include "foundation/Vx/Types.h"
 #include "tools/larkspan/Console.h"
@@ -19,6 +20,9 @@ struct ExtractOptions {
   unsigned int jobs = ::IO::GetProcessorCount();
   bool keepGoing = false;
   bool sync = false;
+  bool unsafeLinks = false;
+  bool sameOwner = ::IO::IsPrivileged();
+  bool noSameOwner = false;
 };
 
 /// Writes entries as files. Each one gets its name when it is complete and verified.

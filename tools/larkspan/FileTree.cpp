@@ -4,11 +4,11 @@
 #include <string_view>
 #include <utility>
 
+#include "Larkspan/Archive/EntryName.h"
 #include "Larkspan/Common/IO/LocationUtils.h"
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/NewFile.h"
 #include "foundation/Vx/OutOfMemoryException.h"
-#include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/Text.h"
@@ -42,7 +42,7 @@ std::vector<const FileTree::Item*> FindDropped(const std::vector<NamedItem>& sor
   const NamedItem* last = nullptr;
   for (const NamedItem& next : sorted) {
     const bool equal = last != nullptr && next.name == last->name;
-    const bool below = last != nullptr && IsBelow(next.name, last->name);
+    const bool below = last != nullptr && Larkspan::Archive::IsBelow(next.name, last->name);
     if (equal && AreSame(*next.item, *last->item)) {
       dropped.push_back(next.item);
       continue;

@@ -1,6 +1,6 @@
 #include "tools/larkspan/FileTreeWriter.h"
 
-#include "tools/larkspan/EntryFacts.h"
+#include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/HeaderArguments.h"
 
 namespace Tool {
@@ -15,8 +15,8 @@ FileTreeWriter::FileTreeWriter(const FileTree& files, Console& messages,
       writer(archive, jobs),
       method(methodName == "stored" ? Archive::ArchiveEntry::Stored
                                     : Archive::ArchiveEntry::Deflated),
-      timeHeader(EntryFacts::TimeHeader),
-      modeHeader(EntryFacts::ModeHeader) {}
+      timeHeader(Larkspan::Archive::TreeFacts::TimeHeader),
+      modeHeader(Larkspan::Archive::TreeFacts::ModeHeader) {}
 
 void FileTreeWriter::Add(const FileTree::Item& item) {
   if (item.isStandardInput) {
@@ -40,8 +40,9 @@ void FileTreeWriter::Add(const FileTree::Item& item, InputFile& input) {
   console.GetProgress().BeginItem(name.GetView(), size, size);
   const bool hasTime = input.GetAttributes().type == ::IO::EntryType::File;
   if (!hasTime) headers.Clear();
-  if (hasTime) headers.Put(timeHeader, EntryFacts::TimeToText(input.GetAttributes()));
-  headers.Put(modeHeader, EntryFacts::ModeToText(input.GetAttributes().mode));
+  if (hasTime)
+    headers.Put(timeHeader, Larkspan::Archive::TreeFacts::TimeToText(input.GetAttributes()));
+  headers.Put(modeHeader, Larkspan::Archive::TreeFacts::ModeToText(input.GetAttributes().mode));
   writer.Add(name, headers, method, input);
   if (!hasTime) headers.Clear();  // where there is a time, it comes first
   if (input.HasChanged()) {

@@ -1,8 +1,8 @@
 #include "tools/larkspan/HeaderArguments.h"
 
+#include "Larkspan/Archive/TreeFacts.h"
 #include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
 #include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
-#include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Text.h"
 
@@ -15,7 +15,7 @@ void PutHeaderArgument(const std::string& argument, Larkspan::Common::IO::Archiv
   }
   const Vx::UniString name = TextFromArgument(std::string_view(argument).substr(0, equals));
   const Vx::UniString value = TextFromArgument(std::string_view(argument).substr(equals + 1));
-  if (name.GetView().starts_with(EntryFacts::FolderPrefix)) {
+  if (name.GetView().starts_with(Larkspan::Archive::TreeFacts::FolderPrefix)) {
     throw Failure(ExitCode::WrongUsage, ToPrintable(argument.substr(0, equals)),
                   "headers of this name stand for empty folders");
   }

@@ -1,8 +1,8 @@
 #include "tools/larkspan/HeadersCommand.h"
 
+#include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveEditor.h"
 #include "tools/larkspan/ArchiveReader.h"
-#include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/HeaderArguments.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/Text.h"
@@ -10,6 +10,7 @@
 namespace Tool {
 namespace {
 
+namespace TreeFacts = Larkspan::Archive::TreeFacts;
 using Archive::ArchiveHeaders;
 
 // Reads the headers, lets `change` work on them, and updates the file.
@@ -81,7 +82,7 @@ void RunHeadersClear(const HeadersClearOptions& options, Console& console) {
     std::vector<Vx::UniString> names;
     for (const std::string& argument : options.names) names.push_back(NameFromArgument(argument));
     for (const auto& [name, value] : archive.GetHeaders().EnumeratePairs()) {
-      const bool folder = name.GetView().starts_with(EntryFacts::FolderPrefix);
+      const bool folder = name.GetView().starts_with(TreeFacts::FolderPrefix);
       if (options.all && !folder && !IsPromise(archive, name)) names.push_back(name);
     }
     for (const Vx::UniString& name : names) {

@@ -2,33 +2,35 @@
 
 #include <cstdio>
 
+#include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveReader.h"
-#include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
 
+namespace TreeFacts = Larkspan::Archive::TreeFacts;
+
 std::string FormatMode(const Vx::UniString& header) {
   unsigned int mode = 0;
-  if (!EntryFacts::ModeFromText(header, mode)) return "-";
-  return ToPrintable(EntryFacts::ModeToText(mode).GetView());
+  if (!TreeFacts::ModeFromText(header, mode)) return "-";
+  return ToPrintable(TreeFacts::ModeToText(mode).GetView());
 }
 
 std::string FormatTime(const Vx::UniString& header) {
   ::IO::Attributes attributes;
-  if (!EntryFacts::TimeFromText(header, attributes)) return "-";
-  return EntryFacts::ToCalendar(attributes.modifiedSeconds);
+  if (!TreeFacts::TimeFromText(header, attributes)) return "-";
+  return ToCalendar(attributes.modifiedSeconds);
 }
 
 std::string FormatFacts(const Archive::ArchiveEntry& entry) {
   char text[160];
   std::snprintf(text, sizeof(text), "%5s %12llu %12llu %-8s %08x %-19s ",
-                FormatMode(entry.GetHeader(EntryFacts::ModeHeader)).c_str(), entry.GetSize(),
+                FormatMode(entry.GetHeader(TreeFacts::ModeHeader)).c_str(), entry.GetSize(),
                 entry.GetArchivedSize(),
                 entry.GetMethod() == Archive::ArchiveEntry::Stored ? "stored" : "deflated",
-                entry.GetCRC(), FormatTime(entry.GetHeader(EntryFacts::TimeHeader)).c_str());
+                entry.GetCRC(), FormatTime(entry.GetHeader(TreeFacts::TimeHeader)).c_str());
   return text;
 }
 
@@ -41,9 +43,9 @@ std::string FormatFolderFacts(const Vx::UniString& mode) {
 
 void ListFolders(const ArchiveReader& reader, bool longForm, StandardOutput& output) {
   for (const auto& [name, value] : reader.GetArchive().EnumerateHeaders()) {
-    if (!name.GetView().starts_with(EntryFacts::FolderPrefix)) continue;
+    if (!name.GetView().starts_with(TreeFacts::FolderPrefix)) continue;
     const std::string facts = longForm ? FormatFolderFacts(value) : std::string();
-    output.Print(facts + ToPrintable(name.GetView().substr(EntryFacts::FolderPrefix.size())) +
+    output.Print(facts + ToPrintable(name.GetView().substr(TreeFacts::FolderPrefix.size())) +
                  "/\n");
   }
 }

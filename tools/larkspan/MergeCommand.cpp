@@ -4,11 +4,11 @@
 #include <deque>
 #include <optional>
 
+#include "Larkspan/Archive/EntryName.h"
 #include "Larkspan/Archive/EntrySelection.h"
 #include "Larkspan/Common/IO/ArchiveHeaderSize.h"
 #include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
-#include "tools/larkspan/EntryName.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/TargetFile.h"
@@ -82,11 +82,12 @@ class Merger final {
 
   void CheckNames() const {
     for (std::size_t number = 0; number < entries.GetCount(); ++number) {
-      ForEachFolderAbove(entries.GetName(number), [&](const Vx::UniString& folder) {
-        if (!HasEntry(folder)) return;
-        throw Failure(ExitCode::WrongUsage, ToPrintable(folder.GetView()),
-                      "would be a file and a folder; nothing was written");
-      });
+      Larkspan::Archive::ForEachFolderAbove(
+          entries.GetName(number), [&](const Vx::UniString& folder) {
+            if (!HasEntry(folder)) return;
+            throw Failure(ExitCode::WrongUsage, ToPrintable(folder.GetView()),
+                          "would be a file and a folder; nothing was written");
+          });
     }
   }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tools/larkspan/EntryName.h"
+#include "Larkspan/Archive/EntryName.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
@@ -30,7 +30,7 @@ bool NameSelection::TakeTree(const Vx::UniString& entry) {
   const Vx::UniString name = Fold(entry.GetView());
   bool taken = false;
   for (Row& row : rows) {
-    if (row.name != name && !IsBelow(name, row.name)) continue;
+    if (row.name != name && !Larkspan::Archive::IsBelow(name, row.name)) continue;
     row.met = taken = true;
   }
   return taken;

@@ -1,7 +1,7 @@
 #include "tools/larkspan/RemoveCommand.h"
 
+#include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveEditor.h"
-#include "tools/larkspan/EntryFacts.h"
 #include "tools/larkspan/NameSelection.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/Text.h"
@@ -9,12 +9,13 @@
 namespace Tool {
 namespace {
 
+namespace TreeFacts = Larkspan::Archive::TreeFacts;
 using Larkspan::Archive::EntrySelection;
 
 // The path of a folder that a header tells of; empty if it is another header.
 Vx::UniString PathOf(const Vx::UniString& header) {
-  const bool isFolder = header.GetView().starts_with(EntryFacts::FolderPrefix);
-  return isFolder ? header.GetSubstring(EntryFacts::FolderPrefix.size()) : Vx::UniString();
+  const bool isFolder = header.GetView().starts_with(TreeFacts::FolderPrefix);
+  return isFolder ? header.GetSubstring(TreeFacts::FolderPrefix.size()) : Vx::UniString();
 }
 
 class Removal final {

@@ -63,7 +63,8 @@ void TargetTree::SyncUpTo(const ::IO::Location& next) {
   }
 }
 
-int TargetTree::SetMode(const ::IO::Location& folder, unsigned int mode) {
+int TargetTree::SetAttributes(const ::IO::Location& folder, const ::IO::Attributes& attributes,
+                              bool withOwner) {
   ::IO::Location parentLocation;
   ::IO::Name name;
   if (folder.Split(parentLocation, name) != 0) Vx::ThrowOutOfMemory();
@@ -71,9 +72,7 @@ int TargetTree::SetMode(const ::IO::Location& folder, unsigned int mode) {
   ::IO::Folder held(folder, ::IO::OnNotFound::Ignore);
   const ::IO::Folder* const parent = Find(parentLocation);
   if (parent == nullptr) return ::IO::StatusNotFound;
-  ::IO::Attributes attributes;
-  int status = parent->GetAttributes(name, &attributes);
-  attributes.mode = mode;
+  int status = withOwner ? parent->SetOwner(name, attributes) : 0;
   if (status == 0) status = parent->SetFolderAttributes(name, attributes);
   if (status == 0 && sync == Sync::Yes) Flush(held, folder);
   return status;

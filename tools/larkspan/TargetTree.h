@@ -29,8 +29,10 @@ class TargetTree final {
   /// Syncs, if that is wanted, all names that are not synced yet.
   void Finish();
 
-  /// Sets the mode of a folder, durably if that is wanted. Returns the status of the file system.
-  [[nodiscard]] int SetMode(const ::IO::Location& folder, unsigned int mode);
+  /// Sets mode and time of a folder, and first owner and group if `withOwner`, durably if that is
+  /// wanted. Returns the status of the file system.
+  [[nodiscard]] int SetAttributes(const ::IO::Location& folder, const ::IO::Attributes& attributes,
+                                  bool withOwner);
 
  private:
   void SyncUpTo(const ::IO::Location& next);

@@ -1,6 +1,7 @@
 #include "tools/larkspan/Text.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -155,6 +156,23 @@ std::string ToPrintable(const ::IO::Location& location) {
   std::string rest = path.substr(best->whole.size() + 1);
   if (best->given == ".") return rest;
   return best->given + (best->given.ends_with('/') ? "" : "/") + rest;
+}
+
+std::string ToCalendar(__int64 secondsSince1970) {
+  // Years 0 to 9999, so that the text always has the same width.
+  constexpr __int64 first = -62167219200;
+  constexpr __int64 last = 253402300799;
+  if (secondsSince1970 < first || secondsSince1970 > last) return "-";
+  const std::chrono::sys_seconds time{std::chrono::seconds(secondsSince1970)};
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(time - day);
+  char text[64];
+  std::snprintf(text, sizeof(text), "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
+                static_cast<unsigned int>(date.month()), static_cast<unsigned int>(date.day()),
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()));
+  return text;
 }
 
 }  // namespace Tool

@@ -31,4 +31,7 @@ void NameAs(const ::IO::Location& location, const std::string& argument);
 /// The location's path as the user knows it, printable.
 [[nodiscard]] std::string ToPrintable(const ::IO::Location& location);
 
+/// Date and time of day in UTC; the text of a time that no calendar has is a dash.
+[[nodiscard]] std::string ToCalendar(__int64 secondsSince1970);
+
 }  // namespace Tool

@@ -76,7 +76,15 @@ int ReplaceName(int folder, const Vx::String& from, const Vx::String& to) noexce
 }
 
 int LinkName(int folder, const Vx::String& from, const Vx::String& to) noexcept {
-  return ErrorOf(::linkat(folder, from.GetBuffer(), folder, to.GetBuffer(), 0));
+  return LinkName(folder, from, folder, to);
+}
+
+int LinkName(int fromFolder, const Vx::String& from, int toFolder, const Vx::String& to) noexcept {
+  return ErrorOf(::linkat(fromFolder, from.GetBuffer(), toFolder, to.GetBuffer(), 0));
+}
+
+int MakeSymbolicLink(int folder, const Vx::String& name, const Vx::String& target) noexcept {
+  return ErrorOf(::symlinkat(target.GetBuffer(), folder, name.GetBuffer()));
 }
 
 int RemoveName(int folder, const Vx::String& name) noexcept {
@@ -138,6 +146,18 @@ int ResolvePath(const Vx::String& path, Vx::String& real) noexcept {
     real = Vx::String(found.get());
     return 0;
   });
+}
+
+int ReadLink(const Vx::String& path, Vx::String& target) {
+  for (unsigned int size = 256; size <= 0x100000U; size *= 2) {
+    const Vx::ByteArray buffer = Vx::NewByteArray(size);
+    const ssize_t length = ::readlink(path.GetBuffer(), buffer.get(), size);
+    if (length < 0) return errno;
+    if (length == static_cast<ssize_t>(size)) continue;  // there may be more
+    target = Vx::String(std::string_view(buffer.get(), static_cast<std::size_t>(length)));
+    return 0;
+  }
+  return ENAMETOOLONG;
 }
 
 int GetWorkingFolder(Vx::String& path) {

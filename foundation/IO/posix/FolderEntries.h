@@ -18,6 +18,12 @@ namespace IO::Posix {
 [[nodiscard]] int ReplaceName(int folder, const Vx::String& from, const Vx::String& to) noexcept;
 /// The file gets a second name; EEXIST if that is taken.
 [[nodiscard]] int LinkName(int folder, const Vx::String& from, const Vx::String& to) noexcept;
+/// The same in another folder.
+[[nodiscard]] int LinkName(int fromFolder, const Vx::String& from, int toFolder,
+                           const Vx::String& to) noexcept;
+/// EEXIST if the name is taken.
+[[nodiscard]] int MakeSymbolicLink(int folder, const Vx::String& name,
+                                   const Vx::String& target) noexcept;
 [[nodiscard]] int RemoveName(int folder, const Vx::String& name) noexcept;
 
 /// Whether both names lead to the very same item.
@@ -32,6 +38,10 @@ namespace IO::Posix {
 
 /// The path of the item without symbolic links.
 [[nodiscard]] int ResolvePath(const Vx::String& path, Vx::String& real) noexcept;
+
+/// The bytes that a symbolic link holds; EINVAL for anything else. Throws
+/// `Vx::OutOfMemoryException`.
+[[nodiscard]] int ReadLink(const Vx::String& path, Vx::String& target);
 
 /// A file, a link itself, or an empty folder.
 [[nodiscard]] int RemoveItem(const Vx::String& path) noexcept;

@@ -28,6 +28,9 @@ Attributes FromSystem(const struct stat& facts) noexcept {
   attributes.group = facts.st_gid;
   attributes.device = facts.st_dev;
   attributes.node = facts.st_ino;
+  attributes.links = static_cast<unsigned int>(facts.st_nlink);
+  constexpr unsigned __int64 blockSize = 512;  // of st_blocks, whatever the file system's is
+  attributes.allocated = static_cast<unsigned __int64>(facts.st_blocks) * blockSize;
   return attributes;
 }
 
@@ -76,6 +79,17 @@ int WriteFolderAttributes(int folder, const Vx::String& name,
   }
   const Times times(attributes);
   return ::utimensat(folder, name.GetBuffer(), times.values, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+int WriteTime(int folder, const Vx::String& name, const Attributes& attributes) noexcept {
+  const Times times(attributes);
+  return ::utimensat(folder, name.GetBuffer(), times.values, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+int WriteOwner(int folder, const Vx::String& name, const Attributes& attributes) noexcept {
+  const int result =
+      ::fchownat(folder, name.GetBuffer(), attributes.owner, attributes.group, AT_SYMLINK_NOFOLLOW);
+  return result == 0 ? 0 : errno;
 }
 
 int WriteAttributes(int descriptor, const Attributes& attributes) noexcept {

@@ -19,6 +19,12 @@ namespace IO::Posix {
 /// Owner and group, or only the group with the failure for the owner.
 [[nodiscard]] int WriteOwner(int descriptor, const Attributes& attributes) noexcept;
 
+/// Of an item in a folder, or of a symbolic link itself.
+[[nodiscard]] int WriteTime(int folder, const Vx::String& name,
+                            const Attributes& attributes) noexcept;
+[[nodiscard]] int WriteOwner(int folder, const Vx::String& name,
+                             const Attributes& attributes) noexcept;
+
 /// Of a folder in a folder that is held open; ENOTDIR for anything else, a symbolic link included.
 [[nodiscard]] int WriteFolderAttributes(int folder, const Vx::String& name,
                                         const Attributes& attributes) noexcept;

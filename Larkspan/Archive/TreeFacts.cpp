@@ -1,10 +1,12 @@
-#include "tools/larkspan/EntryFacts.h"
+#include "Larkspan/Archive/TreeFacts.h"
 
+#include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <cstdio>
+#include <string>
+#include <utility>
 
-namespace Tool::EntryFacts {
+namespace Larkspan::Archive::TreeFacts {
 namespace {
 
 constexpr unsigned int Billion = 1000000000;
@@ -42,6 +44,28 @@ bool TakeDecimals(std::string_view& text, unsigned int& billionths) {
   return TakeNumber(rest, billionths, 10);
 }
 
+Vx::UniString NumberToText(unsigned int number) {
+  return Vx::UniString::FromUTF8(std::to_string(number));
+}
+
+// What stands before the first blank, which goes with it.
+std::u16string_view TakeWord(std::u16string_view& text) {
+  const std::u16string_view word = text.substr(0, text.find(u' '));
+  text.remove_prefix(std::min(text.size(), word.size() + 1));
+  return word;
+}
+
+// A number, and perhaps a name behind `separator`.
+bool TakeAccount(std::u16string_view text, char16_t separator, Account& account) {
+  const std::string ascii = ToAscii(text.substr(0, text.find(separator)));
+  std::string_view digits = ascii;
+  unsigned int number = 0;
+  if (!TakeNumber(digits, number, 10) || !digits.empty()) return false;
+  const std::size_t name = std::min(text.size(), ascii.size() + 1);
+  account = {number, Vx::UniString(text.substr(name))};
+  return true;
+}
+
 }  // namespace
 
 Vx::UniString FolderToHeader(const Vx::UniString& path) {
@@ -72,6 +96,33 @@ Vx::UniString ModeToText(unsigned int mode) {
   return Vx::UniString(text, VxCharCodePlain);
 }
 
+Vx::UniString AccountToText(const Account& account) {
+  Vx::UniString text = NumberToText(account.number);
+  if (account.name.IsEmpty()) return text;
+  text.Append(u' ');
+  text.Append(account.name.GetView());
+  return text;
+}
+
+Vx::UniString FolderToText(const Folder& folder) {
+  Vx::UniString text = ModeToText(folder.mode);
+  if (!folder.hasTime) return text;
+  ::IO::Attributes times;
+  times.modifiedSeconds = folder.modifiedSeconds;
+  times.modifiedNanoseconds = folder.modifiedNanoseconds;
+  text.Append(u' ');
+  text.Append(TimeToText(times).GetView());
+  if (!folder.hasOwners) return text;
+  for (const Account* const account : {&folder.owner, &folder.group}) {
+    text.Append(u' ');
+    text.Append(NumberToText(account->number).GetView());
+    text.Append(u':');
+    // What would be taken for the end of the name is left to the number.
+    if (!account->name.Contains(u' ')) text.Append(account->name.GetView());
+  }
+  return text;
+}
+
 bool TimeFromText(std::u16string_view text, ::IO::Attributes& attributes) {
   const std::string ascii = ToAscii(text);
   std::string_view rest = ascii;
@@ -99,13 +150,36 @@ bool ModeFromText(std::u16string_view text, unsigned int& mode) {
   return true;
 }
 
-bool IsPrivate(const Larkspan::Common::IO::ArchiveEntry& entry) {
+bool AccountFromText(std::u16string_view text, Account& account) {
+  return TakeAccount(text, u' ', account);
+}
+
+bool FolderFromText(std::u16string_view text, Folder& folder) {
+  Folder result;
+  if (!ModeFromText(TakeWord(text), result.mode)) return false;
+  if (!text.empty()) {
+    ::IO::Attributes times;
+    if (!TimeFromText(TakeWord(text), times)) return false;
+    result.hasTime = true;
+    result.modifiedSeconds = times.modifiedSeconds;
+    result.modifiedNanoseconds = times.modifiedNanoseconds;
+  }
+  if (!text.empty()) {
+    if (!TakeAccount(TakeWord(text), u':', result.owner)) return false;
+    if (!TakeAccount(TakeWord(text), u':', result.group) || !text.empty()) return false;
+    result.hasOwners = true;
+  }
+  folder = std::move(result);
+  return true;
+}
+
+bool IsPrivate(const Common::IO::ArchiveEntry& entry) {
   constexpr unsigned int readableByAll = 0444;
   unsigned int mode = readableByAll;
   return ModeFromText(entry.GetHeader(ModeHeader), mode) && (mode & readableByAll) != readableByAll;
 }
 
-int RestoreAttributes(const Larkspan::Common::IO::ArchiveEntry& entry, unsigned int modeMask,
+int RestoreAttributes(const Common::IO::ArchiveEntry& entry, unsigned int modeMask,
                       ::IO::File& file) {
   ::IO::Attributes stored;
   const bool hasMode = ModeFromText(entry.GetHeader(ModeHeader), stored.mode);
@@ -122,21 +196,4 @@ int RestoreAttributes(const Larkspan::Common::IO::ArchiveEntry& entry, unsigned 
   return file.SetAttributes(stored);
 }
 
-std::string ToCalendar(__int64 seconds) {
-  // Years 0 to 9999, so that the text always has the same width.
-  constexpr __int64 first = -62167219200;
-  constexpr __int64 last = 253402300799;
-  if (seconds < first || seconds > last) return "-";
-  const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
-  const auto day = std::chrono::floor<std::chrono::days>(time);
-  const std::chrono::year_month_day date(day);
-  const std::chrono::hh_mm_ss clock(time - day);
-  char text[64];
-  std::snprintf(text, sizeof(text), "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
-                static_cast<unsigned int>(date.month()), static_cast<unsigned int>(date.day()),
-                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
-                static_cast<int>(clock.seconds().count()));
-  return text;
-}
-
-}  // namespace Tool::EntryFacts
+}  // namespace Larkspan::Archive::TreeFacts

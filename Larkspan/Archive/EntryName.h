@@ -4,7 +4,7 @@
 
 #include "foundation/Vx/UniString.h"
 
-namespace Tool {
+namespace Larkspan::Archive {
 
 /// Whether the entry `name` lies below `folder`, at any depth.
 [[nodiscard]] inline bool IsBelow(std::u16string_view name, std::u16string_view folder) noexcept {
@@ -20,4 +20,4 @@ void ForEachFolderAbove(const Vx::UniString& name, Work&& work) {
   }
 }
 
-}  // namespace Tool
+}  // namespace Larkspan::Archive
