@@ -40,14 +40,16 @@ larkspan create - docs | larkspan extract -C /tmp/copy -)"};
 
 constexpr Words CreateWords = {
     R"(Folders are walked in sorted order, so that equal input gives equal bytes. Entry names are
-relative: a root and .. are dropped. Of a link to a file the file is stored; links to folders,
-and what is neither file nor folder or can't be read, are left out, and so is the archive
-itself. Hard links become files of their own; of folders with files in them only the names are
-kept. A file that changes while it is read is told, since its entry may be a mixture. The
-archive appears under its name when it is complete and synced; with --force it has owner, group
-and permissions of the file that it replaces. Headers that don't fit the reserved size double
-it. A seal at the end tells whether all entries are there; the header "seal", which promises
-it, is the archive's own.)",
+relative: a root and .. are dropped. Symbolic links are stored as links, and further names of a
+file as links to the first one; times and modes of files and folders are kept, and where a file
+has holes. What is neither file, folder nor link, or can't be read, is left out, and so is the
+archive itself. With --dereference, links to folders and links that lead nowhere are left out.
+
+A file that changes while it is read is told, since its entry may be a mixture. The archive
+appears under its name when it is complete and synced; with --force it has owner, group and
+permissions of the file that it replaces. Headers that don't fit the reserved size double it. A
+seal at the end tells whether all entries are there; the header "seal", which promises it, is
+the archive's own.)",
     R"(larkspan create docs.lsa docs README.md
 larkspan create -C /srv -H owner=ada --force /backup/srv.lsa www mail
 date | larkspan create --stdin-name now.txt now.lsa -)"};
@@ -61,9 +63,16 @@ larkspan create - docs | larkspan list -l -)"};
 
 constexpr Words ExtractWords = {
     R"(NAME is an entry, or a folder with all below it. A file gets its name when it is complete
-and verified. Times and modes of files come back, but for the set-user-ID and set-group-ID
-bits; of folders, the modes of empty ones. Names that lead out of the target folder are
-refused, and so is the way through a link that stands in it; the work stops there.
+and verified. Times and modes come back, but for the set-user-ID and set-group-ID bits, which
+need the owners; those come back for root, or with --same-owner, if the archive has them: by
+name, else by number. Folders that were there before keep theirs, unless --overwrite always is
+given. Names that lead out of the target folder are refused, and so is the way through a link
+that stands in it; the work stops there.
+
+Symbolic links are made last, and nothing is written by way of them. Those whose target is
+absolute, leads above the target folder, or goes up after it went down, are left out unless
+--unsafe-links is given. A further name of a file becomes a hard link to it, or a copy if that
+file was not extracted, which can't be made of an archive that comes through a pipe.
 
 By default nothing is written if a file is in the way; of an archive that comes through a pipe,
 nothing from there on. --keep-going goes on after damage, as far as the next entry can be found,
