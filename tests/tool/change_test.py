@@ -84,8 +84,8 @@ class ChangeTest(ToolTest):
         (self.folder / "tree/sub/c").unlink()
         (self.folder / "tree/sub/c").symlink_to("b")
         (self.folder / "tree/void").chmod(0o700)
-        expected = ("changed content,mode tree/a\nremoved tree/sub/b\nchanged type tree/sub/c\n"
-                    "added tree/sub/new/\nchanged mode tree/void/\nchanged content,time tree/z\n")
+        expected = ("changed content,mode tree/a\nchanged time tree/sub/\nremoved tree/sub/b\n"
+                    "changed type tree/sub/c\nadded tree/sub/new/\nchanged mode tree/void/\nchanged content,time tree/z\n")
         self.assertEqual(diff(), expected)
         data = (self.folder / "a.lsa").read_bytes()
         self.assertEqual(diff("-j", "1", archive="-", data=data), expected)

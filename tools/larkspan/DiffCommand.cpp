@@ -73,7 +73,7 @@ class Comparison final {
 
   void Run() {
     for (const auto& [name, value] : reader.GetArchive().EnumerateHeaders()) {
-      CompareFolder(name, value);
+      NoteFolder(name, value);
     }
     for (auto entry = reader.Next(); entry; entry = reader.Next()) CompareData(*entry);
     FindAdded();
@@ -112,7 +112,7 @@ class Comparison final {
     throw SystemFailure(ToPrintable(location), "can't be looked at", status);
   }
 
-  void CompareFolder(const Vx::UniString& header, const Vx::UniString& value) {
+  void NoteFolder(const Vx::UniString& header, const Vx::UniString& value) {
     if (!header.GetView().starts_with(TreeFacts::FolderPrefix)) return;
     const ::IO::Location location = Locate(header.GetSubstring(TreeFacts::FolderPrefix.size()));
     const Vx::UniString path = GetPath(location);
@@ -124,14 +124,18 @@ class Comparison final {
     } else if (found.type != EntryType::Folder) {
       facts |= Type;
     } else {
-      // The mode, and in words behind it the time and owners.
-      const std::u16string_view words = value;
-      const std::size_t end = std::min(words.find(u' '), words.size());
-      const std::u16string_view rest = words.substr(std::min(end + 1, words.size()));
-      facts |= CompareMode(words.substr(0, end), found);
-      facts |= CompareTime(rest.substr(0, rest.find(u' ')), found);
+      facts |= CompareFolder(value, found);
     }
     known.Put(path, facts);
+  }
+
+  static unsigned int CompareFolder(std::u16string_view text, const Attributes& found) {
+    TreeFacts::Folder stored;
+    if (!TreeFacts::FolderFromText(text, stored)) return 0;
+    const bool sameTime =
+        !stored.hasTime || (stored.modifiedSeconds == found.modifiedSeconds &&
+                            stored.modifiedNanoseconds == found.modifiedNanoseconds);
+    return (stored.mode != found.mode ? Mode : 0U) | (sameTime ? 0U : Time);
   }
 
   static unsigned int CompareMode(std::u16string_view text, const Attributes& found) {
@@ -172,7 +176,7 @@ class Comparison final {
     NoteFileIn(path);
     for (const auto& [name, value] : entry.EnumerateHeaders()) {
       keepsFolders = keepsFolders || name.GetView().starts_with(TreeFacts::FolderPrefix);
-      CompareFolder(name, value);
+      NoteFolder(name, value);
     }
     Attributes found;
     unsigned int facts = 0;
