@@ -85,13 +85,14 @@ class ChangeTest(ToolTest):
         (self.folder / "tree/sub/c").symlink_to("b")
         (self.folder / "tree/void").chmod(0o700)
         expected = ("changed content,mode tree/a\nchanged time tree/sub/\nremoved tree/sub/b\n"
-                    "changed type tree/sub/c\nadded tree/sub/new/\nchanged mode tree/void/\nchanged content,time tree/z\n")
+                    "changed type tree/sub/c\nadded tree/sub/new/\nchanged mode tree/void/\n"
+                    "changed content,time tree/z\n")
         self.assertEqual(diff(), expected)
         data = (self.folder / "a.lsa").read_bytes()
         self.assertEqual(diff("-j", "1", archive="-", data=data), expected)
         self.write("other")
         self.assertEqual(diff("-a"), "added other\n" + expected)
-        self.assertEqual(diff("-C", "tree").count("removed"), 5)
+        self.assertEqual(diff("-C", "tree").count("removed"), 7)
         self.write("l.lsa", header() + entry("tree/z", b"z") + entry("tree/a", b"tree/z", **LINK))
         self.assertEqual(diff(archive="l.lsa").split("\n")[0], "changed target tree/a")
         (self.folder / "tree/a").unlink()
