@@ -101,6 +101,7 @@ TEST_F(IOFileSystem, AttributesAreSetAsTheyWereGotten) {
   wanted.group = present.group;
   wanted.device = present.device;
   wanted.node = present.node;
+  wanted.allocated = present.allocated;
   EXPECT_EQ(present, wanted);
 }
 
