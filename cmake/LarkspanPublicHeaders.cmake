@@ -4,6 +4,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Archive/ArchiveChange.h
     Larkspan/Archive/ArchiveIndex.h
     Larkspan/Archive/EntryCopy.h
+    Larkspan/Archive/EntryName.h
     Larkspan/Archive/EntryPlace.h
     Larkspan/Archive/EntrySelection.h
     Larkspan/Archive/FileTree.h
