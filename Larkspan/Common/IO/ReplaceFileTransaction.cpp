@@ -120,6 +120,7 @@ void ReplaceFileTransaction::Commit() {
                                               __FILE__, __LINE__, [this] { content->Replace(); });
   failed = false;
   committed = true;
+  content->file.GetFile().Close();  // the file is what was committed
 }
 
 void ReplaceFileTransaction::Abort() {

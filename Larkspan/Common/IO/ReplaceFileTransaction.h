@@ -32,7 +32,7 @@ class LARKSPAN_API ReplaceFileTransaction final : public FileTransaction {
   ~ReplaceFileTransaction() override;
 
   /// Writes the new file, as `FileOBinaryChannel` does. Lives as long as this object; whether the
-  /// host closes it makes no difference.
+  /// host closes it makes no difference. After `Commit` or `Abort`, a write throws.
   [[nodiscard]] Vx::OBinaryChannel& GetChannel() noexcept;
   /// False if the system refused to give the new file owner, group or permissions of the old one.
   [[nodiscard]] bool HasKeptOwner() const noexcept { return ownerKept; }
