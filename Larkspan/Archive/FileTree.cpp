@@ -78,6 +78,7 @@ bool IsCache(const ::IO::Location& folder) {
 
 FileTree::NameConflict::NameConflict(const Vx::UniString& conflictName, const char* file,
                                      unsigned int line)
+    // NOLINTNEXTLINE(bugprone-throw-keyword-missing): the base of what is thrown.
     : IOException("Two different files would have one name in the archive.", file, line),
       name(conflictName) {}
 
