@@ -4,7 +4,7 @@ import os
 import unittest
 
 from archive_builder import STORED, entry, header
-from tool_test import DONE, INCOMPLETE, SYSTEM, ToolTest
+from tool_test import BAD, DONE, INCOMPLETE, SYSTEM, ToolTest
 
 
 def facts_of(folder):
@@ -87,6 +87,12 @@ class LinksTest(ToolTest):
             self.run_tool("extract", "-C", where, "--overwrite", "always", "--unsafe-links", "-",
                           data=link)
             self.assertEqual(os.readlink(self.folder / where / name), target)
+        # The folder of a link that is left out comes back all the same.
+        alone = entry("d/f", b"/etc", STORED, headers=[("folder:d", "0750 5"), ("type", "link")])
+        _, messages = self.run_tool("extract", "-C", "out", "-", data=header() + alone,
+                                    code=INCOMPLETE)
+        self.assertEqual(messages.count(b"\n"), 1, messages)
+        self.assertEqual(os.stat(self.folder / "out/d").st_mtime, 5)
 
     def test_nothing_is_written_by_way_of_a_link(self):
         (self.folder / "outside").mkdir()
@@ -107,6 +113,30 @@ class LinksTest(ToolTest):
         self.write("old/t/a/b/file", b"other")
         self.run_tool("extract", "-C", "old", "--overwrite", "skip", "t.lsa")
         self.assertEqual((self.folder / "old/t/third").read_bytes(), b"content")
+
+    def test_a_link_of_a_file_to_itself_keeps_the_file(self):
+        archive = header() + entry("f", b"data") + entry("f", b"f", STORED,
+                                                         headers=[("type", "hardlink")])
+        self.run_tool("extract", "-C", "out", "-", data=archive)
+        self.assertEqual((self.folder / "out/f").read_bytes(), b"data")
+
+    def test_first_parts_of_names_are_taken_off(self):
+        before = self.make_tree()
+        self.run_tool("create", "--owner", "t.lsa", "t")
+        self.run_tool("extract", "--strip-components", "1", "-C", "one", "t.lsa")
+        after = facts_of(self.folder / "one")
+        self.assertEqual(after, {name: before[name] for name in after})
+        self.assertEqual(after.keys(), before.keys())
+        self.run_tool("extract", "--strip-components", "2", "-C", "two", "t.lsa", code=INCOMPLETE)
+        self.assertEqual(sorted(os.listdir(self.folder / "two")), ["b", "empty", "second"])
+        self.assertEqual(os.stat(self.folder / "two/second").st_nlink, 2)
+        # The file that a link names has no name left, and a name that is refused stays refused.
+        self.write("first.lsa", header() + entry("f", b"data") + entry(
+            "d/g", b"f", STORED, headers=[("type", "hardlink")]))
+        self.run_tool("extract", "--strip-components", "1", "-C", "three", "first.lsa")
+        self.assertEqual((self.folder / "three/g").read_bytes(), b"data")
+        self.run_tool("extract", "--strip-components", "2", "-C", "four", "-", code=BAD,
+                      data=header() + entry("../x/y", b"data"))
 
 
 if __name__ == "__main__":

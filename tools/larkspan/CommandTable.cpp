@@ -351,6 +351,8 @@ CommandFacts MakeExtract() {
       .AddFlag("--keep-going", &ExtractOptions::keepGoing, "List bad entries, and write the others")
       .Add("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger",
            "BYTES")
+      .Add("--strip-components", &ExtractOptions::stripComponents,
+           "Take so many parts off the front of each name; names with no more are left out", "N")
       .AddFlag("--sync", &ExtractOptions::sync, "Have everything on the disk before the end")
       .AddFlag("--same-owner", &ExtractOptions::sameOwner,
                "Give files to the owners that the archive names; the default for root")

@@ -99,6 +99,18 @@ class LocalAccounts final {
   Known groups;
 };
 
+// The name without its first `count` parts; empty if no more is left.
+Vx::UniString StripParts(const Vx::UniString& name, unsigned int count) {
+  constexpr std::u16string_view separators = u"/\\";
+  std::u16string_view rest = name.GetView();
+  while (count-- > 0 && !rest.empty()) {
+    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
+    rest.remove_prefix(std::min(rest.find_first_of(separators), rest.size()));
+    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
+  }
+  return Vx::UniString(rest);
+}
+
 class Extraction final {
  public:
   Extraction(const ExtractOptions& given, Console& messages)
@@ -136,7 +148,7 @@ class Extraction final {
 
   // Nothing is asked where all is wanted.
   ArchiveReader::Choose MakeChoice() {
-    if (selection.IsEmpty()) return {};
+    if (selection.IsEmpty() && options.stripComponents == 0) return {};
     return [this](const ArchiveEntry& entry) {
       NoteFolders(entry);
       return IsWanted(entry.GetName()) ? ArchiveReader::Choice::Take : ArchiveReader::Choice::Pass;
@@ -144,12 +156,24 @@ class Extraction final {
   }
 
   bool IsWanted(const Vx::UniString& name) {
-    return selection.IsEmpty() || selection.TakeTree(name);
+    const bool isSelected = selection.IsEmpty() || selection.TakeTree(name);
+    return isSelected && IsLeft(name);
+  }
+
+  // Whether --strip-components leaves something of the name.
+  bool IsLeft(const Vx::UniString& name) const {
+    return options.stripComponents == 0 || !StripParts(name, options.stripComponents).IsEmpty();
   }
 
   ::IO::Location LocationFromName(const Vx::UniString& name) {
     return PresentFailures(
-        [&] { return Archive::LocationFromEntryName(target.GetLocation(), name); },
+        [&] {
+          // A name that leads out is refused whole, whatever would be left of it.
+          ::IO::Location location = Archive::LocationFromEntryName(target.GetLocation(), name);
+          if (options.stripComponents == 0) return location;
+          return Archive::LocationFromEntryName(target.GetLocation(),
+                                                StripParts(name, options.stripComponents));
+        },
         [&](const VxException& exception) {
           return LibraryFailure(ExitCode::BadArchive, reader.GetSubject(),
                                 "the name " + ToPrintable(name.GetView()) + " is refused",
@@ -211,7 +235,7 @@ class Extraction final {
       // Who has met it has met those above it, too.
       if (!metFolders.insert(folder).second) return;
       const auto told = toldFolders.find(folder);
-      if (told != toldFolders.end()) KeepFolder(folder, told->second);
+      if (told != toldFolders.end() && IsLeft(folder)) KeepFolder(folder, told->second);
     }
   }
 
@@ -345,6 +369,8 @@ class Extraction final {
 
   // Made at the end, so that no file is written by way of it.
   void KeepSymbolicLink(const ArchiveEntry& entry, const Place& place) {
+    // The folder is there even if the link is left out.
+    static_cast<void>(target.Enter(place.parent));
     const std::string data = ReadLinkData(entry);
     const bool leadsOut =
         !Larkspan::Archive::StaysBelow(NameBelowTarget(place.location).GetView(), data);
@@ -406,6 +432,10 @@ class Extraction final {
               "entry " + ToPrintable(entry.GetName().GetView()) + ": it is no link to an entry",
               exception);
         });
+    if (!IsLeft(name)) {
+      CopyLinked(entry, name, place, isPresent);
+      return;
+    }
     const Place first(LocationFromName(name));
     if (!linkSources) linkSources.emplace(target.GetLocation());
     ::IO::Folder* source = nullptr;
@@ -418,9 +448,22 @@ class Extraction final {
       return;
     }
     const ::IO::Folder& folder = target.Enter(place.parent);
-    if (isPresent) static_cast<void>(folder.Delete(place.name));
-    const int status = folder.MakeHardLink(place.name, *source, first.name);
+    int status = isPresent ? RemoveUnlessSame(folder, place, attributes) : 0;
+    if (status == ::IO::StatusAlreadyExists) return;
+    if (status == 0) status = folder.MakeHardLink(place.name, *source, first.name);
     if (status != 0) Fail(place.location, "the link can't be made", status);
+  }
+
+  // Makes way for a link to the file. `StatusAlreadyExists` if the name is one of that file, whose
+  // only one it may be.
+  static int RemoveUnlessSame(const ::IO::Folder& folder, const Place& place,
+                              const ::IO::Attributes& file) {
+    ::IO::Attributes present;
+    const int status = folder.GetAttributes(place.name, &present);
+    if (status != 0) return status;
+    if (present.IsSameItem(file)) return ::IO::StatusAlreadyExists;
+    if (present.type == ::IO::EntryType::Folder) return ::IO::StatusIsAFolder;
+    return folder.Delete(place.name);
   }
 
   void CopyLinked(const ArchiveEntry& entry, const Vx::UniString& name, const Place& place,

@@ -18,6 +18,7 @@ struct ExtractOptions {
   std::string overwrite = "fail";  // or "skip", "always"
   unsigned __int64 maxSize = std::numeric_limits<unsigned __int64>::max();  // of all files together
   unsigned int jobs = ::IO::GetProcessorCount();
+  unsigned int stripComponents = 0;  // parts taken off the front of each name
   bool keepGoing = false;
   bool sync = false;
   bool unsafeLinks = false;
