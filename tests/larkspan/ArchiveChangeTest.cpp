@@ -109,8 +109,8 @@ TEST_F(ArchiveChanges, ArchiveIsAsItWasWhereEntriesCouldBeLostOrTheWorkIsStopped
     folder.Write("a.lsa", bytes);
     ArchiveChange change(location);
     change.GetEntries().Drop(4);
-    const auto stop = [&failure](unsigned int) {
-      if (failure.ends_with("stopped")) throw Vx::IOException("stopped", __FILE__, __LINE__);
+    const auto stop = [stops = failure.ends_with("stopped")](unsigned int) {
+      if (stops) throw Vx::IOException("stopped", __FILE__, __LINE__);
     };
     EXPECT_EQ(FailureOf([&] { change.Commit({.progress = stop}); }), failure);
     Expect(bytes);
