@@ -5,6 +5,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Archive/ArchiveIndex.h
     Larkspan/Archive/EntryCopy.h
     Larkspan/Archive/EntryName.h
+    Larkspan/Archive/EntryReader.h
     Larkspan/Archive/EntryPlace.h
     Larkspan/Archive/EntrySelection.h
     Larkspan/Archive/FileTree.h
@@ -13,6 +14,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Archive/RandomInput.h
     Larkspan/Archive/SparseOutput.h
     Larkspan/Archive/TreeArchiver.h
+    Larkspan/Archive/TreeExtractor.h
     Larkspan/Archive/TreeFacts.h
     Larkspan/Archive/TreeLinks.h
     Larkspan/Common/Base64.h

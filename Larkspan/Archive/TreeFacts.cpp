@@ -173,27 +173,4 @@ bool FolderFromText(std::u16string_view text, Folder& folder) {
   return true;
 }
 
-bool IsPrivate(const Common::IO::ArchiveEntry& entry) {
-  constexpr unsigned int readableByAll = 0444;
-  unsigned int mode = readableByAll;
-  return ModeFromText(entry.GetHeader(ModeHeader), mode) && (mode & readableByAll) != readableByAll;
-}
-
-int RestoreAttributes(const Common::IO::ArchiveEntry& entry, unsigned int modeMask,
-                      ::IO::File& file) {
-  ::IO::Attributes stored;
-  const bool hasMode = ModeFromText(entry.GetHeader(ModeHeader), stored.mode);
-  const bool hasTime = TimeFromText(entry.GetHeader(TimeHeader), stored);
-  if (!hasMode && !hasTime) return ::IO::StatusSuccess;
-  ::IO::Attributes present;
-  const int status = hasMode && hasTime ? ::IO::StatusSuccess : file.GetAttributes(&present);
-  if (status != ::IO::StatusSuccess) return status;
-  stored.mode = hasMode ? stored.mode & modeMask : present.mode;
-  if (!hasTime) {
-    stored.modifiedSeconds = present.modifiedSeconds;
-    stored.modifiedNanoseconds = present.modifiedNanoseconds;
-  }
-  return file.SetAttributes(stored);
-}
-
 }  // namespace Larkspan::Archive::TreeFacts

@@ -3,9 +3,7 @@
 #include <string_view>
 
 #include "Larkspan/Common/Export.h"
-#include "Larkspan/Common/IO/ArchiveEntry.h"
 #include "foundation/IO/Attributes.h"
-#include "foundation/IO/File.h"
 #include "foundation/Vx/UniString.h"
 
 /// What headers hold of a file tree: time, mode and owners of files, symbolic and hard links, and
@@ -64,12 +62,5 @@ struct Folder {
 [[nodiscard]] LARKSPAN_API bool ModeFromText(std::u16string_view text, unsigned int& mode);
 [[nodiscard]] LARKSPAN_API bool AccountFromText(std::u16string_view text, Account& account);
 [[nodiscard]] LARKSPAN_API bool FolderFromText(std::u16string_view text, Folder& folder);
-
-/// Whether the entry's mode keeps anybody from reading the file.
-[[nodiscard]] LARKSPAN_API bool IsPrivate(const Common::IO::ArchiveEntry& entry);
-/// Gives the open file what the entry's headers hold of time and mode, of the mode the bits in
-/// `modeMask`. Returns the status of the file.
-[[nodiscard]] LARKSPAN_API int RestoreAttributes(const Common::IO::ArchiveEntry& entry,
-                                                 unsigned int modeMask, ::IO::File& file);
 
 }  // namespace Larkspan::Archive::TreeFacts

@@ -300,6 +300,11 @@ int File::SetAttributes(const Attributes& attributes) noexcept {
   return Posix::FileStatus(Posix::WriteAttributes(descriptor, attributes));
 }
 
+int File::SetTime(const Attributes& attributes) noexcept {
+  if (!IsOpen()) return StatusNotOpen;
+  return Posix::FileStatus(Posix::WriteTime(descriptor, attributes));
+}
+
 int File::SetOwner(const Attributes& attributes) noexcept {
   if (!IsOpen()) return StatusNotOpen;
   return Posix::FileStatus(Posix::WriteOwner(descriptor, attributes));

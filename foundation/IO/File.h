@@ -114,6 +114,8 @@ class FOUNDATION_API File final {
   [[nodiscard]] int GetAttributes(Attributes* attributes) const noexcept;
   /// Sets mode and time of modification of the open file.
   [[nodiscard]] int SetAttributes(const Attributes& attributes) noexcept;
+  /// Sets its time of modification.
+  [[nodiscard]] int SetTime(const Attributes& attributes) noexcept;
   /// Gives the open file the owner and the group of `attributes`. Where the system refuses that, it
   /// may have the group all the same. Others may lose permissions that the mode gave them: set the
   /// owner first.

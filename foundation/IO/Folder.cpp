@@ -10,6 +10,7 @@
 #include "foundation/IO/posix/ItemAttributes.h"
 #include "foundation/IO/posix/NameExchange.h"
 #include "foundation/IO/posix/PathText.h"
+#include "foundation/IO/posix/UnnamedFile.h"
 
 namespace IO {
 
@@ -82,18 +83,32 @@ int Folder::SetOwner(const Name& name, const Attributes& attributes) const noexc
   });
 }
 
-int Folder::MakeSymbolicLink(const Name& name, const Vx::String& target) const noexcept {
-  if (target.Contains('\0')) return StatusInvalidArgument;
+// `make` makes a link under the name that it is given.
+template <class Make>
+int Folder::PutLink(const Name& name, Naming naming, Make&& make) const noexcept {
   return OnName(name, [&](const Vx::String& bytes) {
+    if (naming == Naming::IfFree) return make(bytes);
+    return Posix::PutReplacing(descriptor, bytes, make);
+  });
+}
+
+int Folder::MakeSymbolicLink(const Name& name, const Vx::String& target,
+                             Naming naming) const noexcept {
+  if (target.Contains('\0')) return StatusInvalidArgument;
+  return PutLink(name, naming, [&](const Vx::String& bytes) {
     return Posix::MakeSymbolicLink(descriptor, bytes, target);
   });
 }
 
-int Folder::MakeHardLink(const Name& name, const Folder& source, const Name& from) const noexcept {
-  return source.OnName(from, [&](const Vx::String& old) {
-    Vx::String bytes;
-    const int error = Posix::NameToBytes(name.GetText(), bytes);
-    return error == 0 ? Posix::LinkName(source.descriptor, old, descriptor, bytes) : error;
+int Folder::MakeHardLink(const Name& name, const Folder& source, const Name& from,
+                         Naming naming) const noexcept {
+  if (source.descriptor < 0) return source.status != 0 ? source.status : StatusNotFound;
+  Vx::String old;
+  if (const int error = Posix::NameToBytes(from.GetText(), old); error != 0) {
+    return Posix::FileSystemStatus(error);
+  }
+  return PutLink(name, naming, [&](const Vx::String& bytes) {
+    return Posix::LinkName(source.descriptor, old, descriptor, bytes);
   });
 }
 

@@ -54,12 +54,15 @@ class FOUNDATION_API Folder final {
   /// the link itself. `SetOwner` may take permissions away: set the mode afterwards.
   [[nodiscard]] int SetTime(const Name& name, const Attributes& attributes) const noexcept;
   [[nodiscard]] int SetOwner(const Name& name, const Attributes& attributes) const noexcept;
+  /// Whether a link takes the place of a file or link that has its name, or fails with
+  /// `StatusAlreadyExists`. A folder is never replaced.
+  enum class Naming : int { IfFree, Replacing };
   /// Makes a symbolic link that holds `target`, bytes as the platform has them without a zero.
-  /// `StatusAlreadyExists` if the name is taken.
-  [[nodiscard]] int MakeSymbolicLink(const Name& name, const Vx::String& target) const noexcept;
-  /// Gives the file `from` of `source` a further name here. `StatusAlreadyExists` if that is taken.
-  [[nodiscard]] int MakeHardLink(const Name& name, const Folder& source,
-                                 const Name& from) const noexcept;
+  [[nodiscard]] int MakeSymbolicLink(const Name& name, const Vx::String& target,
+                                     Naming naming = Naming::IfFree) const noexcept;
+  /// Gives the file `from` of `source` a further name here.
+  [[nodiscard]] int MakeHardLink(const Name& name, const Folder& source, const Name& from,
+                                 Naming naming = Naming::IfFree) const noexcept;
   /// Makes a folder. 0 for one that exists.
   [[nodiscard]] int MakeFolder(const Name& name) const noexcept;
   /// Removes a file, a symbolic link itself, or an empty folder.
@@ -80,6 +83,8 @@ class FOUNDATION_API Folder final {
   Folder() noexcept = default;
   template <class Work>
   int OnName(const Name& name, Work&& work) const noexcept;
+  template <class Make>
+  int PutLink(const Name& name, Naming naming, Make&& make) const noexcept;
 
   int status = 0;
   int descriptor = -1;

@@ -14,6 +14,17 @@ FolderTree::FolderTree(const Location& folder) noexcept
 
 FolderTree::~FolderTree() = default;
 
+// The innermost open level that is the location or lies above it; null for the root. Closes those
+// that don't.
+FolderTree::Level* FolderTree::FindNearest(const Location& location) noexcept {
+  for (; levelCount != 0; --levelCount) {
+    Level& level = levels[levelCount - 1];
+    if (location == level.location || location.IsBelow(level.location)) return &level;
+    level.folder = Folder();
+  }
+  return nullptr;
+}
+
 int FolderTree::Enter(const Location& location, Missing missing, Folder** folder) noexcept {
   if (GetStatus() != 0) return GetStatus();
   if (!location.IsValid()) return location.GetStatus();
@@ -21,25 +32,30 @@ int FolderTree::Enter(const Location& location, Missing missing, Folder** folder
     *folder = &root;
     return StatusSuccess;
   }
-  if (last.descriptor >= 0 && location == lastLocation) {
-    *folder = &last;
+  if (!location.IsBelow(rootLocation)) return StatusInvalidArgument;
+  Level* const nearest = FindNearest(location);
+  if (nearest != nullptr && location == nearest->location) {
+    *folder = &nearest->folder;
     return StatusSuccess;
   }
-  if (!location.IsBelow(rootLocation)) return StatusInvalidArgument;
-  const std::size_t above = rootLocation.IsRoot() ? 0 : rootLocation.GetPath().size();
+  const Folder& start = nearest != nullptr ? nearest->folder : root;
+  const Location& above = nearest != nullptr ? nearest->location : rootLocation;
+  const std::size_t known = above.IsRoot() ? 0 : above.GetPath().size();
   Vx::String path;
-  int error = Posix::RelativePathToBytes(location.GetPath().substr(above + 1), path);
+  int error = Posix::RelativePathToBytes(location.GetPath().substr(known + 1), path);
   Folder entered;
   if (error == 0) {
     error =
-        Posix::OpenBeneath(root.descriptor, path, missing == Missing::Make, &entered.descriptor);
+        Posix::OpenBeneath(start.descriptor, path, missing == Missing::Make, &entered.descriptor);
   }
   if (error == ELOOP) return StatusLinkOnTheWay;
   if (error != 0) return Posix::FileSystemStatus(error);
-  last = std::move(entered);
-  // Out of memory, the copy is invalid, and equals no location.
-  lastLocation = location;
-  *folder = &last;
+  if (levelCount < MaxLevels) ++levelCount;
+  Level& level = levels[levelCount - 1];
+  level.folder = std::move(entered);
+  // Out of memory, the copy is invalid: no location equals it or lies below it.
+  level.location = location;
+  *folder = &level.folder;
   return StatusSuccess;
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+
 #include "foundation/Export.h"
 #include "foundation/IO/Folder.h"
 #include "foundation/IO/Location.h"
@@ -11,8 +14,9 @@ namespace IO {
 /// symbolic link, whatever another process puts there meanwhile: nothing that is made through this
 /// object comes to stand outside.
 ///
-/// The folder that was entered last stays open: a row of files in one folder costs no walk, however
-/// deep it lies. Everything reports by status, and nothing throws. One thread at a time.
+/// The folder that was entered last stays open, and so do those above it that were entered before
+/// (16 folders at the most): who goes through a tree in order never walks far, however deep it is.
+/// Everything reports by status, and nothing throws. One thread at a time.
 class FOUNDATION_API FolderTree final {
  public:
   enum class Missing : int { Fail, Make };
@@ -35,10 +39,19 @@ class FOUNDATION_API FolderTree final {
   [[nodiscard]] int Enter(const Location& location, Missing missing, Folder** folder) noexcept;
 
  private:
+  struct Level {
+    Location location;
+    Folder folder;
+  };
+  static constexpr std::size_t MaxLevels = 16;
+
+  [[nodiscard]] Level* FindNearest(const Location& location) noexcept;
+
   const Location rootLocation;
   Folder root;
-  Folder last;
-  Location lastLocation;
+  // Each lies below the one before.
+  std::array<Level, MaxLevels> levels;
+  std::size_t levelCount = 0;
 };
 
 }  // namespace IO

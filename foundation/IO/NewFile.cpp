@@ -8,13 +8,16 @@
 namespace IO {
 
 NewFile::NewFile(const Folder& folder, Access access) noexcept
+    : NewFile(folder, access == Access::Private ? Posix::PrivateMode : Posix::OrdinaryMode) {}
+
+NewFile::NewFile(const Folder& folder, unsigned int mode) noexcept
     : parent(folder), file(folder, Name(), OnNotFound::Ignore) {
   if (folder.descriptor < 0) {
     status = folder.status != 0 ? folder.status : StatusNotFound;
     return;
   }
-  const int error = Posix::MakeUnnamedFile(folder.descriptor, access == Access::Private,
-                                           &file.descriptor, temporaryName);
+  const int error =
+      Posix::MakeUnnamedFile(folder.descriptor, mode, &file.descriptor, temporaryName);
   file.isRegular = true;
   status = Posix::FileSystemStatus(error);
 }

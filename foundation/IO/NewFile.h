@@ -22,6 +22,9 @@ class FOUNDATION_API NewFile final {
 
   /// Makes the file in the folder, which must outlive this object.
   NewFile(const Folder& folder, Access access) noexcept;
+  /// The same with the permissions `mode`, less what the process masks out; perhaps fewer, where a
+  /// temporary name shows the file to others.
+  NewFile(const Folder& folder, unsigned int mode) noexcept;
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
   /// Removes the file unless it is complete.

@@ -124,8 +124,7 @@ TEST_P(IONewFile, LeavesNothingBehindUnlessItIsComplete) {
   const auto canBeMade = [this] {
     return NewFile(opened, NewFile::Access::Private).GetStatus() == IO::StatusSuccess;
   };
-  const std::pair<unsigned int, int> rows[] = {
-      {CallLock, EWOULDBLOCK}, {CallLock, ENOLCK}, {CallAttributes, EIO}};
+  const std::pair<unsigned int, int> rows[] = {{CallLock, EWOULDBLOCK}, {CallLock, ENOLCK}};
   for (const auto& [calls, failure] : rows) {
     const FileFault fault(calls, failure);
     EXPECT_EQ(canBeMade(), GetParam() == 0);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +11,7 @@
 #include "Larkspan/Archive/ParallelReader.h"
 #include "Larkspan/Archive/ParallelWriter.h"
 #include "Larkspan/Archive/RandomInput.h"
+#include "Larkspan/Archive/TreeExtractor.h"
 #include "Larkspan/Common/Base64.h"
 #include "Larkspan/Common/Containers/Properties.h"
 #include "Larkspan/Common/IO/ArchiveFile.h"
@@ -226,6 +228,49 @@ bool IsPartlyExtracted(const Tree& tree) {
     if (!found) return false;
   }
   return tree.contains("f");
+}
+
+// Two files stand in the way, of a hard link and of a symbolic one.
+void PrepareTree(const Stage& stage) {
+  SampleArchive archive = WithLinks();
+  archive.entries.push_back({"link", 2, {{"type", "link"}}, "d/1"});
+  stage.Write("f", ToSealedBytes(archive));
+  std::filesystem::create_directories(stage.folder.GetPath() / "out/d");
+  stage.Write("out/d/1", OldText);
+  stage.Write("out/link", OldText);
+}
+
+void ExtractTree(const Stage& stage) {
+  using Larkspan::Archive::TreeExtractor;
+  struct Watcher final : TreeExtractor::Watcher {
+    void OnLeftOut(TreeExtractor::Reason, const IO::Location&, std::string_view) override {
+      throw std::logic_error("left out");
+    }
+    void OnAttributesLost(const IO::Location& location, int status) override {
+      throw IO::WithDetail(Vx::IOException("Lost.", __FILE__, __LINE__), location, status);
+    }
+  } watcher;
+  const Larkspan::Archive::FileRandomInput file(stage.file);
+  Larkspan::Archive::EntryReader entries(file, 3);
+  TreeExtractor::Options options;
+  options.overwrite = TreeExtractor::Overwrite::Always;
+  TreeExtractor(entries, stage.out, options, watcher).Extract();
+}
+
+// Whatever has a name is whole: an entry, or what stood there before.
+bool IsTreePartlyExtracted(const Tree& tree) {
+  const SampleArchive sample = WithLinks();
+  const auto isWhole = [&](const std::string& name, const std::string& content) {
+    const bool stoodThere = (name == "out/d/1" || name == "out/link") && content == OldText;
+    const bool isLink = name == "out/link" && content.ends_with("d/1");
+    const bool isHardLink = name.starts_with("out/d/");
+    return name == "f" || stoodThere || isLink ||
+           std::ranges::any_of(sample.entries, [&](const SampleEntry& entry) {
+             return entry.data == content && (isHardLink || name == "out/" + entry.name);
+           });
+  };
+  return tree.contains("f") && tree.contains("out/d/1") && tree.contains("out/link") &&
+         std::ranges::all_of(tree, [&](const auto& row) { return isWhole(row.first, row.second); });
 }
 
 // `size`: of the value of the only header that the archive has afterwards.
@@ -460,6 +505,10 @@ const std::vector<Operation>& AllOperations() {
        .prepare = archiveThere,
        .run = [](const Stage& stage) { ArchiveFile(stage.file).ExtractTo(stage.out); },
        .afterFailure = IsPartlyExtracted},
+      {.name = "extraction of a tree",
+       .prepare = PrepareTree,
+       .run = ExtractTree,
+       .afterFailure = IsTreePartlyExtracted},
       Update("update in place", Plain(1024), 500),
       Update("update in place of a sealed archive", Sealed(1024), 500),
       Update("update by a rewrite", plain, 900),

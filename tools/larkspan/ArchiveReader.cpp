@@ -10,8 +10,13 @@
 namespace Tool {
 namespace {
 
-// Reads as large as this are inflated without another copy.
-constexpr unsigned int ChunkSize = 0x40000;
+using Larkspan::Archive::EntryReader;
+
+// An archive on the standard input is read to its end and no further ahead, as a pipe is.
+EntryReader MakeReader(ArchiveSource& source, unsigned int jobs) {
+  if (!source.IsFile()) return EntryReader(source);
+  return {source, source, source.IsNamed() ? jobs : 0};
+}
 
 }  // namespace
 
@@ -50,20 +55,24 @@ ArchiveReader::ArchiveReader(const std::string& argument, Console& messages, uns
                              Choose choose)
     : console(messages),
       source(argument),
-      channel(source),
-      jobs(jobCount),
-      chooseEntry(std::move(choose)),
-      buffer(Vx::NewByteArray(ChunkSize)) {
+      reader(MakeReader(source, jobCount)),
+      isChosen(choose != nullptr) {
+  if (isChosen) reader.SetChoice(std::move(choose));
   const unsigned int reserved = ReadHeader();
   CheckHeaderSize(GetSubject(), source.GetPosition(), reserved, console);
-  ReportHeaderCheck(GetSubject(), channel.GetEnd(), console);
+  ReportHeaderCheck(GetSubject(), GetArchive().GetEnd(), console);
+}
+
+void ArchiveReader::SetChoice(Choose choose) {
+  isChosen = choose != nullptr;
+  reader.SetChoice(std::move(choose));
 }
 
 // Damage at the head is often another kind of file.
 unsigned int ArchiveReader::ReadHeader() {
   constexpr std::size_t headerOfOthers = 512;
   const std::string beginning(source.Peek().substr(0, headerOfOthers));
-  return PresentFailures([this] { return channel.GetReservedHeaderSize(); },
+  return PresentFailures([this] { return GetArchive().GetReservedHeaderSize(); },
                          [&](const VxException& reason) {
                            const std::string_view kind = FindFileKind(beginning);
                            if (kind.empty()) {
@@ -75,64 +84,28 @@ unsigned int ArchiveReader::ReadHeader() {
                          });
 }
 
-void ArchiveReader::LookAhead(const std::function<void(const Vx::UniString&)>& look) {
-  if (!source.CanSkip()) return;
-  const unsigned __int64 here = source.GetPosition();
-  source.MoveTo(0);
-  try {
-    Archive::ArchiveIBinaryChannel entries(source);
-    for (EntryRef entry = entries.GetNextEntry(); entry; entry = entries.GetNextEntry()) {
-      look(entry->GetName());
-      entries.LeaveEntry();
-    }
-  } catch (const Vx::OutOfMemoryException&) {
-    throw;
-  } catch (const VxException&) {
-    // The reading that follows meets the damage again, and tells it.
-  }
-  source.MoveTo(here);
-}
-
 ArchiveReader::EntryRef ArchiveReader::Next() {
   Verify();
   CheckInterruption();
-  EntryRef entry =
-      PresentFailures([this] { return FindNext(); },
+  if (!hasBegun && IsAhead()) console.GetProgress().BeginAll(isChosen ? 0 : source.GetSize());
+  hasBegun = true;
+  current =
+      PresentFailures([this] { return reader.Next(); },
                       [this](const VxException& reason) { return FailToGoOn(previous, reason); });
-  current = entry;
   if (current) {
     // From a pipe, or without a look ahead, nothing is known of an entry's size.
-    const bool known = parallel.has_value();
     console.GetProgress().BeginItem(current->GetName().GetView(),
-                                    known ? current->GetArchivedSize() : 0,
-                                    known ? current->GetSize() : 0);
+                                    IsAhead() ? current->GetArchivedSize() : 0,
+                                    IsAhead() ? current->GetSize() : 0);
   } else {
     ReportEnd(GetSubject(), GetEnd(), console);
   }
-  return entry;
-}
-
-ArchiveReader::EntryRef ArchiveReader::FindNext() {
-  if (!parallel && jobs != 0 && source.IsWholeFile()) {
-    parallel.emplace(source, jobs, chooseEntry);
-    console.GetProgress().BeginAll(chooseEntry ? 0 : source.GetSize());
-  }
-  if (parallel) return parallel->Next();
-  for (EntryRef entry = channel.GetNextEntry(); entry; entry = channel.GetNextEntry()) {
-    const Choice choice = chooseEntry ? chooseEntry(*entry) : Choice::Take;
-    if (choice == Choice::Take) return entry;
-    if (choice == Choice::Stop) break;
-    channel.LeaveEntry();
-  }
-  return {};
+  return current;
 }
 
 std::string_view ArchiveReader::ReadChunk() {
   CheckInterruption();  // a little input can make a lot of data
-  const std::string_view chunk = Guard([this]() -> std::string_view {
-    if (parallel) return parallel->ReadChunk();
-    return {buffer.get(), channel.Read(buffer.get(), ChunkSize, Vx::IBinaryChannel::ReadAll)};
-  });
+  const std::string_view chunk = Guard([this] { return reader.ReadChunk(); });
   console.GetProgress().Advance(static_cast<unsigned int>(chunk.size()));
   return chunk;
 }
@@ -141,31 +114,20 @@ void ArchiveReader::Verify() {
   if (!current) return;
   while (!ReadChunk().empty()) {
   }
-  if (!parallel) Guard([this] { channel.CloseEntry(); });
   EndEntry();
 }
 
 void ArchiveReader::Leave() {
   if (!current) return;
-  if (parallel) return EndEntry();
-  PresentFailures([this] { channel.LeaveEntry(); },
+  PresentFailures([this] { reader.Leave(); },
                   [this](const VxException& reason) {
                     return FailToGoOn(ToPrintable(current->GetName().GetView()), reason);
                   });
   EndEntry();
 }
 
-Vx::IBinaryChannelRef ArchiveReader::OpenEntry(const Vx::UniString& name) {
-  if (!source.IsWholeFile()) return Vx::IBinaryChannelRef();
-  return Guard([&] {
-    if (!index) index.emplace(source);
-    const std::optional<std::size_t> number = index->Find(name);
-    return number ? index->OpenEntry(*number) : Vx::IBinaryChannelRef();
-  });
-}
-
-unsigned int ArchiveReader::ReadFrom(Vx::IBinaryChannel& entry, char* target, unsigned int size) {
-  return Guard([&] { return entry.Read(target, size, Vx::IBinaryChannel::ReadSome); });
+bool ArchiveReader::CopyEntry(const Vx::UniString& name, const Take& take) {
+  return Guard([&] { return reader.CopyEntry(name, take); });
 }
 
 }  // namespace Tool

@@ -25,10 +25,15 @@ ArchiveSource::ArchiveSource(const std::string& argument)
   if (argument == "-" && ::IO::IsTerminal(::IO::StandardStream::Input)) {
     throw Failure(ExitCode::WrongUsage, subject, "no archive comes from a terminal");
   }
-  if (file.IsOpen()) return;
-  const int status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
-  if (status != 0) throw SystemFailure(subject, "can't be opened", status);
+  if (!file.IsOpen()) {
+    const int status = file.Open(::IO::OpenMode::Read, ::IO::AccessDeniedTreatment::Report);
+    if (status != 0) throw SystemFailure(subject, "can't be opened", status);
+  }
+  if (!file.IsRegular()) return;
   fileSize = GetAvailable();
+  // Whoever opened the standard input may have read some of it.
+  ::IO::Attributes facts;
+  if (file.GetAttributes(&facts) == 0) origin = facts.size - fileSize;
 }
 
 ArchiveSource::~ArchiveSource() = default;
@@ -45,7 +50,7 @@ unsigned int ArchiveSource::Read(char* buffer, unsigned int size, ReadSomeModeSe
 unsigned int ArchiveSource::ReadAt(unsigned __int64 offset, char* buffer,
                                    unsigned int count) const {
   unsigned int delivered = 0;
-  Check(file.ReadAt(offset, buffer, count, &delivered));
+  Check(file.ReadAt(origin + offset, buffer, count, &delivered));
   return delivered;
 }
 

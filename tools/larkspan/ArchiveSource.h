@@ -27,8 +27,6 @@ class ArchiveSource final : public Vx::IBinaryChannel,
   [[nodiscard]] const std::string& GetSubject() const noexcept { return subject; }
   /// How many bytes were read or passed over.
   [[nodiscard]] unsigned __int64 GetPosition() const noexcept { return position; }
-  /// Goes to where `GetPosition` was `target`. The source must be one that can skip.
-  void MoveTo(unsigned __int64 target);
 
   using IBinaryChannel::Read;
   [[nodiscard]] unsigned int Read(char* buffer, unsigned int size,
@@ -44,18 +42,22 @@ class ArchiveSource final : public Vx::IBinaryChannel,
   [[nodiscard]] bool CanSkip() const noexcept override { return file.IsRegular(); }
   [[nodiscard]] unsigned __int64 Skip(unsigned __int64 size) override;
 
-  /// Whether the archive is a file, and read from its beginning on.
-  [[nodiscard]] bool IsWholeFile() const noexcept { return isNamed && file.IsRegular(); }
+  /// Whether the archive can be read at any place.
+  [[nodiscard]] bool IsFile() const noexcept { return file.IsRegular(); }
+  /// Whether it is what an argument names, and not the standard input.
+  [[nodiscard]] bool IsNamed() const noexcept { return isNamed; }
   [[nodiscard]] unsigned __int64 GetSize() const noexcept override { return fileSize; }
   [[nodiscard]] unsigned int ReadAt(unsigned __int64 offset, char* buffer,
                                     unsigned int count) const override;
 
  private:
+  void MoveTo(unsigned __int64 target);
   void Check(int status) const;
 
   const std::string subject;
   ::IO::File file;
   const bool isNamed;
+  unsigned __int64 origin = 0;  // where the archive begins in the file
   unsigned __int64 fileSize = 0;
   unsigned __int64 position = 0;
 };

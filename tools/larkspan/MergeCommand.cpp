@@ -23,7 +23,7 @@ using Larkspan::Archive::ArchiveIndex;
 // An archive that is read.
 struct Input {
   explicit Input(const std::string& argument) : source(argument) {
-    if (!source.IsWholeFile()) {
+    if (!source.IsNamed() || !source.IsFile()) {
       throw Failure(ExitCode::WrongUsage, source.GetSubject(), "is not a file");
     }
   }

@@ -57,25 +57,32 @@ bool IsLink(int folder, const Vx::String& name) noexcept {
 }
 
 // One level down. A link is ELOOP, whatever the system says of it.
-int Descend(int folder, const Vx::String& name, bool make, int* descriptor) noexcept {
-  int error = OpenFolderIn(folder, name, descriptor);
-  if (error == ENOENT && make) {
-    error = MakeFolderIn(folder, name);
-    if (error == 0) error = OpenFolderIn(folder, name, descriptor);
-  }
+int Descend(int folder, const Vx::String& name, int* descriptor) noexcept {
+  const int error = OpenFolderIn(folder, name, descriptor);
   return error == ENOTDIR && IsLink(folder, name) ? ELOOP : error;
 }
 
-int Walk(int root, const Vx::String& path, bool make, int* descriptor) {
+int MakeAndDescend(int folder, const Vx::String& name, int* descriptor) noexcept {
+  const int error = MakeFolderIn(folder, name);
+  if (error == ENOTDIR && IsLink(folder, name)) return ELOOP;
+  return error == 0 ? Descend(folder, name, descriptor) : error;
+}
+
+// `isMissing` says that the last level is known to be missing.
+int Walk(int root, const Vx::String& path, bool make, bool isMissing, int* descriptor) {
   const Vx::String::View whole = path.GetView();
   Descriptor folder;
-  int error = Duplicate(root, &folder.value);
+  int current = root;
+  int error = 0;
   for (std::size_t start = 0, end = 0; error == 0 && start < whole.size(); start = end + 1) {
     end = std::min(whole.find('/', start), whole.size());
     const Vx::String name(whole.substr(start, end - start));
     Descriptor next;
-    error = Descend(folder.value, name, make, &next.value);
+    const bool isLast = end == whole.size();
+    error = isMissing && isLast ? ENOENT : Descend(current, name, &next.value);
+    if (error == ENOENT && make) error = MakeAndDescend(current, name, &next.value);
     std::swap(folder.value, next.value);
+    current = folder.value;
   }
   if (error == 0) *descriptor = std::exchange(folder.value, -1);
   return error;
@@ -88,7 +95,8 @@ int OpenBeneath(int root, const Vx::String& path, bool make, int* descriptor) no
   const int error = OpenAtOnce(root, path, descriptor);
   // The walk makes what is missing, and tells a link from anything else that is not a folder.
   if (error == 0 || (error == ENOENT && !make)) return error;
-  return GuardMemory(ENOMEM, [&] { return Walk(root, path, make, descriptor); });
+  const bool isMissing = error == ENOENT;
+  return GuardMemory(ENOMEM, [&] { return Walk(root, path, make, isMissing, descriptor); });
 }
 
 }  // namespace IO::Posix

@@ -94,6 +94,10 @@ int WriteOwner(int folder, const Vx::String& name, const Attributes& attributes)
 
 int WriteAttributes(int descriptor, const Attributes& attributes) noexcept {
   if (::fchmod(descriptor, attributes.mode & PermissionBits) != 0) return errno;
+  return WriteTime(descriptor, attributes);
+}
+
+int WriteTime(int descriptor, const Attributes& attributes) noexcept {
   const Times times(attributes);
   return ::futimens(descriptor, times.values) == 0 ? 0 : errno;
 }

@@ -16,6 +16,9 @@ namespace IO::Posix {
 /// Mode and time of modification.
 [[nodiscard]] int WriteAttributes(int descriptor, const Attributes& attributes) noexcept;
 
+/// The time of modification.
+[[nodiscard]] int WriteTime(int descriptor, const Attributes& attributes) noexcept;
+
 /// Owner and group, or only the group with the failure for the owner.
 [[nodiscard]] int WriteOwner(int descriptor, const Attributes& attributes) noexcept;
 

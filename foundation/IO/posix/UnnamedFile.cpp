@@ -23,8 +23,6 @@ namespace {
 constexpr std::string_view Prefix = ".larkspan-";
 constexpr std::size_t DigitCount = 16;
 constexpr unsigned int MaxAttempts = 100;
-constexpr mode_t PrivateMode = 0600;
-constexpr mode_t OrdinaryMode = 0666;  // less what the process masks out
 
 // 64 random bits, so that nobody can put something in the way of a name yet to come.
 Vx::String MakeTemporaryName() {
@@ -40,6 +38,12 @@ bool LeadsTo(int folder, const Vx::String& name, int descriptor) noexcept {
   return ::fstatat(folder, name.GetBuffer(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
          ::fstat(descriptor, &opened) == 0 && named.st_dev == opened.st_dev &&
          named.st_ino == opened.st_ino;
+}
+
+bool IsSymbolicLink(int folder, const Vx::String& name) noexcept {
+  struct stat facts {};
+  return ::fstatat(folder, name.GetBuffer(), &facts, AT_SYMLINK_NOFOLLOW) == 0 &&
+         S_ISLNK(facts.st_mode);
 }
 
 #ifdef O_TMPFILE
@@ -83,13 +87,12 @@ int MakeWithName(int folder, mode_t mode, int* descriptor, Vx::String& name) {
   for (unsigned int attempt = 0; error == EEXIST && attempt < MaxAttempts; ++attempt) {
     Vx::String chosen = MakeTemporaryName();
     Descriptor file;
-    error = OpenFileIn(folder, chosen, Access::WriteNew, &file.value);
+    const Access access = mode == OrdinaryMode ? Access::WriteNew : Access::WriteNewPrivate;
+    error = OpenFileIn(folder, chosen, access, &file.value);
     if (error != 0) continue;
     error = TryLock(file.value);
     if (error == EWOULDBLOCK || (error == 0 && !LeadsTo(folder, chosen, file.value))) {
       error = EEXIST;
-    } else if (error == 0 && mode == PrivateMode && ::fchmod(file.value, mode) != 0) {
-      error = errno;
     }
     if (error != 0) {
       static_cast<void>(RemoveName(folder, chosen));
@@ -103,8 +106,7 @@ int MakeWithName(int folder, mode_t mode, int* descriptor, Vx::String& name) {
 
 }  // namespace
 
-int MakeUnnamedFile(int folder, bool isPrivate, int* descriptor, Vx::String& name) noexcept {
-  const mode_t mode = isPrivate ? PrivateMode : OrdinaryMode;
+int MakeUnnamedFile(int folder, unsigned int mode, int* descriptor, Vx::String& name) noexcept {
   const int error = MakeWithoutName(folder, mode, descriptor);
   if (!HasNoUnnamedFiles(error)) return error;
   return GuardMemory(ENOMEM, [&] { return MakeWithName(folder, mode, descriptor, name); });
@@ -134,6 +136,24 @@ int NameFileReplacing(int folder, int descriptor, const Vx::String& name,
   });
 }
 
+int PutReplacing(int folder, const Vx::String& target,
+                 const std::function<int(const Vx::String&)>& make) noexcept {
+  return GuardMemory(ENOMEM, [&] {
+    RemoveDeadFiles(folder);
+    // Nothing shows others that the name is alive: who removes dead ones can take it away.
+    int error = ENOENT;
+    for (unsigned int attempt = 0; error == ENOENT && attempt < MaxAttempts; ++attempt) {
+      const Vx::String temporary = MakeTemporaryName();
+      error = make(temporary);
+      if (error != 0) return error;
+      error = ReplaceName(folder, temporary, target);
+      // Nothing is moved where both are names of one file.
+      static_cast<void>(RemoveName(folder, temporary));
+    }
+    return error;
+  });
+}
+
 bool IsTemporaryName(Vx::String::View name) noexcept {
   return name.size() == Prefix.size() + DigitCount && name.starts_with(Prefix) &&
          name.find_first_not_of("0123456789abcdef", Prefix.size()) == name.npos;
@@ -154,7 +174,11 @@ void RemoveDeadFiles(int folder) noexcept {
     const int error = ListNames(folder, names);
     for (const Vx::UniString& name : names) {
       Vx::String bytes;
-      if (NameToBytes(name, bytes) == 0 && IsTemporaryName(bytes.GetView())) {
+      if (NameToBytes(name, bytes) != 0 || !IsTemporaryName(bytes.GetView())) continue;
+      if (IsSymbolicLink(folder, bytes)) {
+        // It can't be locked; who was still to rename it makes another.
+        static_cast<void>(RemoveName(folder, bytes));
+      } else {
         RemoveIfDead(folder, bytes);
       }
     }

@@ -6,7 +6,7 @@
 #include "foundation/IO/Attributes.h"
 #include "foundation/Vx/Types.h"
 
-namespace Tool {
+namespace Larkspan::Archive {
 
 /// The files that an extraction has written, so that they can be told from those that were there
 /// before. They are known by device and inode: no name in an archive can make another file look
@@ -30,4 +30,4 @@ class WrittenFiles final {
   std::vector<Device> devices;  // nearly always one
 };
 
-}  // namespace Tool
+}  // namespace Larkspan::Archive

@@ -1,46 +1,51 @@
-#include "tools/larkspan/TargetTree.h"
+#include "Larkspan/Archive/TargetTree.h"
+
+#include <optional>
+#include <utility>
 
 #include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "foundation/Vx/OutOfMemoryException.h"
-#include "tools/larkspan/Failure.h"
-#include "tools/larkspan/Text.h"
 
-namespace Tool {
+namespace Larkspan::Archive {
 namespace {
 
 using Missing = ::IO::FolderTree::Missing;
 
-// Makes the folder. Returns those in which a new one has its name.
-std::vector<::IO::Location> MakeTarget(const ::IO::Location& folder) {
-  std::vector<::IO::Location> changed;
+// Made before the tree opens it.
+const ::IO::Location& Prepare(const ::IO::Location& folder,
+                              std::vector<::IO::Location>& changedParents,
+                              const TargetTree::Fail& fail) {
   for (::IO::Location level = folder; !level.IsRoot();) {
     bool found = false;
     // Where nobody can look, making it will tell why.
     if (::IO::fileSystem.Contains(level, &found) != 0 || found) break;
     level = level.GetParent();
-    changed.push_back(level);
+    changedParents.push_back(level);
   }
   const int status = ::IO::fileSystem.CreateFolderTree(folder);
-  if (status != 0) throw SystemFailure(ToPrintable(folder), "can't be made", status);
-  return changed;
-}
-
-void Flush(::IO::Folder& folder, const ::IO::Location& location) {
-  const int status = folder.Flush();
-  if (status != 0) throw SystemFailure(ToPrintable(location), "can't be synced", status);
+  if (status != 0) fail(TargetTree::Step::Make, folder, status);
+  return folder;
 }
 
 }  // namespace
 
-TargetTree::TargetTree(const ::IO::Location& folder, Sync wanted)
-    : sync(wanted), changedParents(MakeTarget(folder)), tree(folder), current(folder) {}
+TargetTree::TargetTree(const ::IO::Location& folder, Sync wanted, Fail failure)
+    : sync(wanted),
+      fail(std::move(failure)),
+      tree(Prepare(folder, changedParents, fail)),
+      current(folder) {}
+
+void TargetTree::Flush(::IO::Folder& folder, const ::IO::Location& location) const {
+  const int status = folder.Flush();
+  if (status != 0) fail(Step::Sync, location, status);
+}
 
 ::IO::Folder* TargetTree::Find(const ::IO::Location& folder) {
   ::IO::Folder* found = nullptr;
   const int status = tree.Enter(folder, Missing::Fail, &found);
   if (status == ::IO::StatusNotFound) return nullptr;
-  if (status != 0) throw SystemFailure(ToPrintable(folder), "can't be entered", status);
+  if (status != 0) fail(Step::Enter, folder, status);
   return found;
 }
 
@@ -49,7 +54,7 @@ TargetTree::TargetTree(const ::IO::Location& folder, Sync wanted)
   current = folder;
   ::IO::Folder* entered = nullptr;
   const int status = tree.Enter(folder, Missing::Make, &entered);
-  if (status != 0) throw SystemFailure(ToPrintable(folder), "can't be made", status);
+  if (status != 0) fail(Step::Make, folder, status);
   return *entered;
 }
 
@@ -69,12 +74,13 @@ int TargetTree::SetAttributes(const ::IO::Location& folder, const ::IO::Attribut
   ::IO::Name name;
   if (folder.Split(parentLocation, name) != 0) Vx::ThrowOutOfMemory();
   // The mode may be one that lets nobody open the folder.
-  ::IO::Folder held(folder, ::IO::OnNotFound::Ignore);
+  std::optional<::IO::Folder> held;
+  if (sync == Sync::Yes) held.emplace(folder, ::IO::OnNotFound::Ignore);
   const ::IO::Folder* const parent = Find(parentLocation);
   if (parent == nullptr) return ::IO::StatusNotFound;
   int status = withOwner ? parent->SetOwner(name, attributes) : 0;
   if (status == 0) status = parent->SetFolderAttributes(name, attributes);
-  if (status == 0 && sync == Sync::Yes) Flush(held, folder);
+  if (status == 0 && held) Flush(*held, folder);
   return status;
 }
 
@@ -88,4 +94,4 @@ void TargetTree::Finish() {
   }
 }
 
-}  // namespace Tool
+}  // namespace Larkspan::Archive

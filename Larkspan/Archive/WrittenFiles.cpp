@@ -1,9 +1,9 @@
-#include "tools/larkspan/WrittenFiles.h"
+#include "Larkspan/Archive/WrittenFiles.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace Tool {
+namespace Larkspan::Archive {
 namespace {
 
 constexpr std::size_t FirstSlotCount = 1024;  // a power of two, as all that follow
@@ -45,4 +45,4 @@ bool WrittenFiles::Contains(const ::IO::Attributes& file) const {
          device->slots[FindSlot(*device, file.node)] == file.node;
 }
 
-}  // namespace Tool
+}  // namespace Larkspan::Archive
