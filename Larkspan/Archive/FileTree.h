@@ -102,6 +102,11 @@ class LARKSPAN_API FileTree final {
   /// Drops what was found twice, if there was more than one `Add`. Throws `NameConflict`.
   void CheckNames();
 
+  /// Drops the items that are not wanted.
+  void KeepIf(const std::function<bool(const Item&)>& wanted) {
+    std::erase_if(items, [&](const Item& item) { return !wanted(item); });
+  }
+
   [[nodiscard]] const std::vector<Item>& GetItems() const noexcept { return items; }
   [[nodiscard]] ::IO::Location GetLocation(const Item& item) const;
   /// Relative, with `/`, and such that an extraction takes it.

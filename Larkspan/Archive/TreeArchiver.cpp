@@ -16,12 +16,6 @@ namespace {
 using Common::IO::ArchiveEntry;
 using Common::IO::ArchiveHeaders;
 
-Vx::UniString FolderHeader(const Vx::UniString& name) {
-  Vx::UniString header(TreeFacts::FolderPrefix);
-  header.Append(name.GetView());
-  return header;
-}
-
 // Calls `meet` with each folder above the name, from the deepest on, that was not met before.
 template <class Meet>
 void MeetFoldersAbove(const Vx::UniString& name, std::unordered_set<Vx::UniString>& met,
@@ -128,10 +122,11 @@ void TreeArchiver::PutHeaders(ArchiveHeaders& headers) {
   for (const FileTree::Item& item : tree.GetItems()) {
     if (!item.IsFolder()) continue;
     const Vx::UniString name = tree.GetEntryName(item);
-    headers.Put(FolderHeader(name), DescribeFolder(item.attributes));
+    headers.Put(TreeFacts::FolderToHeader(name), DescribeFolder(item.attributes));
     MeetFoldersAbove(name, withEntries, [&](const Vx::UniString& folder) {
       const ::IO::Attributes* const attributes = tree.FindFolder(folder);
-      if (attributes != nullptr) headers.Put(FolderHeader(folder), DescribeFolder(*attributes));
+      if (attributes != nullptr)
+        headers.Put(TreeFacts::FolderToHeader(folder), DescribeFolder(*attributes));
     });
   }
 }
@@ -234,7 +229,8 @@ void TreeArchiver::PutOwners(const ::IO::Attributes& attributes) {
 void TreeArchiver::PutFolders(const Vx::UniString& name) {
   MeetFoldersAbove(name, toldFolders, [this](const Vx::UniString& folder) {
     const ::IO::Attributes* const attributes = tree.FindFolder(folder);
-    if (attributes != nullptr) entryHeaders.Put(FolderHeader(folder), DescribeFolder(*attributes));
+    if (attributes != nullptr)
+      entryHeaders.Put(TreeFacts::FolderToHeader(folder), DescribeFolder(*attributes));
   });
 }
 

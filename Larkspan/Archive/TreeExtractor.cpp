@@ -177,7 +177,7 @@ class TreeExtractor::Work final {
   struct KeptFolder {
     ::IO::Location location;
     bool existed;
-    Vx::UniString facts;
+    Vx::UniString name;
   };
   struct SymbolicLink {
     Vx::String target;
@@ -279,18 +279,20 @@ class TreeExtractor::Work final {
     for (const auto& [name, value] : source.GetArchive().EnumerateHeaders()) {
       if (!name.GetView().starts_with(TreeFacts::FolderPrefix)) continue;
       const Vx::UniString path = name.GetSubstring(TreeFacts::FolderPrefix.size());
-      if (IsWanted(path)) GoOnIfBad([&, &facts = value] { KeepFolder(path, facts); });
+      toldFolders.insert_or_assign(path, value);
+      if (IsWanted(path)) GoOnIfBad([&] { KeepFolder(path); });
     }
     const std::size_t count = folders.size();
     for (std::size_t i = 0; i < count; ++i) MakeFolder(folders[i]);
   }
 
-  void KeepFolder(const Vx::UniString& path, const Vx::UniString& facts) {
-    const Place place(LocationFromName(path));
-    folders.push_back(KeptFolder{place.location, ExistedBefore(place), facts});
+  void KeepFolder(const Vx::UniString& name) {
+    const Place place(LocationFromName(name));
+    folders.push_back(KeptFolder{place.location, ExistedBefore(place), name});
   }
 
-  // What an entry tells of folders, whether or not it is wanted itself: others below may be.
+  // What an entry tells of folders, whether or not it is wanted itself: others below may be. What
+  // is told last holds: entries that were added later know better.
   void NoteFolders(const ArchiveEntry& entry) {
     for (const auto& [name, value] : entry.EnumerateHeaders()) {
       if (!name.GetView().starts_with(TreeFacts::FolderPrefix)) continue;
@@ -312,7 +314,7 @@ class TreeExtractor::Work final {
     }
     for (; !unmet.empty(); unmet.pop_back()) {
       const auto told = toldFolders.find(unmet.back());
-      if (told != toldFolders.end() && IsLeft(told->first)) KeepFolder(told->first, told->second);
+      if (told != toldFolders.end() && IsLeft(told->first)) KeepFolder(told->first);
     }
   }
 
@@ -358,7 +360,7 @@ class TreeExtractor::Work final {
     for (const KeptFolder& row : folders) {
       TreeFacts::Folder facts;
       const bool mayChange = !row.existed || options.overwrite == Overwrite::Always;
-      if (!mayChange || !TreeFacts::FolderFromText(row.facts, facts)) continue;
+      if (!mayChange || !TreeFacts::FolderFromText(toldFolders[row.name], facts)) continue;
       ::IO::Attributes attributes = FindPresent(row.location);
       const bool withOwner = options.restoreOwners && facts.hasOwners;
       attributes.mode = facts.mode & (withOwner ? AllModeBits : RestoredFolderBits);

@@ -52,7 +52,12 @@ class LinksTest(ToolTest):
         stream, _ = self.run_tool("create", "--owner", "-", "t")
         self.assertEqual(stream, (self.folder / "t.lsa").read_bytes())
         self.run_tool("extract", "-j", "1", "-C", "by-stream", "-", data=stream)
-        for copy in ("by-file/t", "by-stream/t"):
+        # Added to an archive of their folder as it was when it was empty.
+        (self.folder / "old/t").mkdir(parents=True)
+        self.run_tool("create", "-C", "old", "added.lsa", "t")
+        self.run_tool("add", "--owner", "added.lsa", "t")
+        self.run_tool("extract", "-C", "by-addition", "added.lsa")
+        for copy in ("by-file/t", "by-stream/t", "by-addition/t"):
             self.assertEqual(facts_of(self.folder / copy), before)
             self.assertEqual(os.stat(self.folder / copy / "holes").st_blocks,
                              os.stat(self.folder / "t/holes").st_blocks)

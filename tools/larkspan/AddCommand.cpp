@@ -1,12 +1,12 @@
 #include "tools/larkspan/AddCommand.h"
 
+#include <algorithm>
 #include <tuple>
+#include <vector>
 
 #include "Larkspan/Archive/EntryName.h"
 #include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveEditor.h"
-#include "tools/larkspan/FileTreeWriter.h"
-#include "tools/larkspan/HeaderArguments.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/Text.h"
 
@@ -15,6 +15,8 @@ namespace {
 
 namespace TreeFacts = Larkspan::Archive::TreeFacts;
 namespace Archive = Larkspan::Archive;
+using Archive::FileTree;
+using Larkspan::Common::IO::ArchiveHeaders;
 using Larkspan::Common::IO::ArchiveOBinaryChannel;
 
 // The files of some paths on their way into an archive.
@@ -23,66 +25,71 @@ class Addition final {
   Addition(const AddOptions& given, ArchiveEditor& archive, Console& messages)
       : options(given),
         editor(archive),
-        console(messages),
         index(archive.GetChange().GetIndex()),
-        tree(messages) {}
+        sources(given, messages) {}
 
   void Run() {
     editor.CheckEnd();
+    FileTree& tree = sources.GetTree();
     tree.Exclude(editor.GetAttributes());
-    tree.AddAll(options.paths, options.folder, options.inputName);
-    for (const FileTree::Item& item : tree.GetItems()) Choose(item);
+    sources.Collect();
+    tree.KeepIf([this](const FileTree::Item& item) { return IsWanted(item); });
     DropReplaced();
+    PutFolders();
     if (options.dryRun) {
       Show();
     } else if (!added.empty()) {
-      editor.Commit(options.jobs, [this](ArchiveOBinaryChannel& archive) { Write(archive); });
-    } else if (foldersChanged) {
+      editor.Commit(options.jobs,
+                    [this](ArchiveOBinaryChannel& archive) { sources.Write(archive); });
+    } else if (!folders.empty()) {
       editor.Commit(options.jobs);
     }
   }
 
  private:
   struct Added {
-    const FileTree::Item* item;
+    Vx::UniString name;
     bool replaces;
   };
 
-  void Choose(const FileTree::Item& item) {
-    const Vx::UniString name = tree.GetEntryName(item);
-    if (item.IsFolder()) return PutFolder(item, name);
-    CheckTextLength(name);
-    Larkspan::Archive::ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
+  bool IsWanted(const FileTree::Item& item) {
+    const Vx::UniString name = sources.GetTree().GetEntryName(item);
+    if (item.IsFolder()) {
+      if (index.Find(name)) FailOnClash(name);
+      return true;
+    }
+    Archive::ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
       if (index.Find(folder)) FailOnClash(folder);
     });
     const auto present = index.Find(name);
-    if (present && !IsReplaced(*present, item.attributes)) return;
-    added.push_back({&item, present.has_value()});
+    if (present && !IsReplaced(*present, item.attributes)) return false;
+    added.push_back({name, present.has_value()});
     names.Put(name, present.has_value());
+    return true;
   }
 
   [[nodiscard]] bool IsReplaced(std::size_t number, const ::IO::Attributes& found) const {
     if (options.replace != "newer") return options.replace == "always";
     ::IO::Attributes stored;
+    const Vx::UniString time = index.GetEntry(number)->GetHeader(TreeFacts::TimeHeader);
     // What has no time may be as old as can be.
-    if (!TreeFacts::TimeFromText(
-            index.GetEntry(number)->GetHeader(Larkspan::Archive::TreeFacts::TimeHeader), stored)) {
-      return true;
-    }
+    if (!TreeFacts::TimeFromText(time, stored)) return true;
     return std::tie(found.modifiedSeconds, found.modifiedNanoseconds) >
            std::tie(stored.modifiedSeconds, stored.modifiedNanoseconds);
   }
 
-  void PutFolder(const FileTree::Item& item, const Vx::UniString& name) {
-    if (index.Find(name)) FailOnClash(name);
-    const Vx::UniString header = TreeFacts::FolderToHeader(name);
-    const Vx::UniString mode = TreeFacts::ModeToText(item.attributes.mode);
-    Vx::UniString present;
-    const bool known = editor.GetChange().GetHeaders().FindValue(header, present);
-    if (known && (options.replace == "never" || present == mode)) return;
-    editor.GetChange().PutHeader(header, mode);
-    folders.push_back({&item, known});
-    foldersChanged = true;
+  // What the archive's headers are to tell of empty folders.
+  void PutFolders() {
+    ArchiveHeaders found;
+    sources.PutHeaders(found);
+    for (const auto& [header, facts] : found.EnumeratePairs()) {
+      Vx::UniString present;
+      const bool known = editor.GetChange().GetHeaders().FindValue(header, present);
+      if (known && (options.replace == "never" || present == facts)) continue;
+      editor.GetChange().PutHeader(header, facts);
+      folders.push_back({header.GetSubstring(TreeFacts::FolderPrefix.size()), known});
+    }
+    std::ranges::sort(folders, {}, &Added::name);
   }
 
   // All of the name, of which those in front of the last don't count.
@@ -94,7 +101,7 @@ class Addition final {
         entries.Drop(number);
         continue;
       }
-      Larkspan::Archive::ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
+      Archive::ForEachFolderAbove(name, [&](const Vx::UniString& folder) {
         if (names.Find(folder) != nullptr) FailOnClash(folder);
       });
     }
@@ -109,29 +116,20 @@ class Addition final {
   void Show() const {
     StandardOutput output;
     const auto print = [&](const Added& one, const char* end) {
-      const std::string name = ToPrintable(tree.GetEntryName(*one.item).GetView());
-      output.Print((one.replaces ? "replace " : "add ") + name + end);
+      output.Print((one.replaces ? "replace " : "add ") + ToPrintable(one.name.GetView()) + end);
     };
     for (const Added& folder : folders) print(folder, "/\n");
     for (const Added& file : added) print(file, "\n");
     output.Flush();
   }
 
-  void Write(ArchiveOBinaryChannel& archive) const {
-    FileTreeWriter writer(tree, console, archive, options.method, options.jobs);
-    for (const Added& file : added) writer.Add(*file.item);
-    writer.Finish();
-  }
-
   const AddOptions& options;
   ArchiveEditor& editor;
-  Console& console;
   const Archive::ArchiveIndex& index;
-  FileTree tree;
+  TreeSources sources;
   std::vector<Added> added;
   std::vector<Added> folders;
   Vx::HashTable<Vx::UniString, bool> names;  // of those that are added
-  bool foldersChanged = false;
 };
 
 }  // namespace

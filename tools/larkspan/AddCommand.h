@@ -1,21 +1,15 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "foundation/IO/Processors.h"
 #include "tools/larkspan/Console.h"
+#include "tools/larkspan/TreeSources.h"
 
 namespace Tool {
 
-struct AddOptions {
+struct AddOptions : TreeOptions {
   std::string archive;
-  std::vector<std::string> paths;
-  std::string folder;  // what relative paths count from; empty for the current one
   std::string replace = "always";
-  std::string method = "deflated";
-  std::string inputName = "stdin";
-  unsigned int jobs = ::IO::GetProcessorCount();
   bool dryRun = false;
 };
 

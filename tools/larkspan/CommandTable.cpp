@@ -194,8 +194,9 @@ class Command final {
     facts.examples = words.examples;
   }
 
-  template <class Value>
-  Command& Add(const char* name, Value Options::*member, const std::string& text,
+  // `Base` is `Options` or what that is derived from.
+  template <class Value, class Base>
+  Command& Add(const char* name, Value Base::*member, const std::string& text,
                const char* value = "") {
     Parameter& parameter = AddParameter(name, text);
     parameter.value = value;
@@ -210,7 +211,8 @@ class Command final {
     };
     return *this;
   }
-  Command& AddFlag(const char* name, bool Options::*member, const char* text) {
+  template <class Base>
+  Command& AddFlag(const char* name, bool Base::*member, const char* text) {
     AddParameter(name, text).bind = [kept = options, member, name](CLI::App& app) {
       return app.add_flag(name, (*kept).*member)->disable_flag_override();
     };
@@ -278,13 +280,32 @@ constexpr const char* ArchiveText = "The archive; - is standard input";
 constexpr int MaxJobs = 256;
 constexpr const char* JobsText = "Threads at work; by default as many as there are processors";
 
+// What commands have that pack files.
+template <class Options>
+Command<Options>& AddPackingOptions(Command<Options>& command) {
+  return command
+      .Add("-C,--directory", &TreeOptions::folder, "What relative paths count from", "DIR")
+      .Add("--method", &TreeOptions::method, "deflated (the default) or stored", "METHOD")
+      .OneOf({"deflated", "stored"})
+      .Add("-j,--jobs", &TreeOptions::jobs, JobsText, "N")
+      .Between(1, MaxJobs)
+      .AddFlag("-L,--dereference", &TreeOptions::followLinks,
+               "Store the files that symbolic links lead to")
+      .AddFlag("--hard-dereference", &TreeOptions::copyHardLinks,
+               "Store all names of a file as files of their own")
+      .AddFlag("--owner", &TreeOptions::keepOwners, "Store owner and group")
+      .AddFlag("--one-file-system", &TreeOptions::oneFileSystem,
+               "Don't go down into other file systems")
+      .AddFlag("--exclude-caches", &TreeOptions::leaveOutCaches,
+               "Of folders with a CACHEDIR.TAG, store that file only")
+      .Add("--stdin-name", &TreeOptions::inputName, "Entry name of standard input", "NAME");
+}
+
 CommandFacts MakeCreate() {
   using Larkspan::Common::IO::DefaultReservedHeaderSize;
   using Larkspan::Common::IO::MinReservedHeaderSize;
-  return Command("create", "Make an archive of files and folders", CreateWords, RunCreate)
-      .Add("-C,--directory", &CreateOptions::folder, "What relative paths count from", "DIR")
-      .Add("--method", &CreateOptions::method, "deflated (the default) or stored", "METHOD")
-      .OneOf({"deflated", "stored"})
+  Command command("create", "Make an archive of files and folders", CreateWords, RunCreate);
+  return AddPackingOptions(command)
       .Add("--reserve", &CreateOptions::reserve,
            "Bytes reserved for headers, to change them in place: 0, or " +
                std::to_string(MinReservedHeaderSize) + " or more; " +
@@ -292,22 +313,10 @@ CommandFacts MakeCreate() {
            "BYTES")
       .Add("-H,--header", &CreateOptions::headers, "A header of the archive; any number of them",
            "NAME=VALUE")
-      .Add("-j,--jobs", &CreateOptions::jobs, JobsText, "N")
-      .Between(1, MaxJobs)
       .AddFlag("--force", &CreateOptions::force, "Replace an archive that exists")
-      .AddFlag("-L,--dereference", &CreateOptions::followLinks,
-               "Store the files that symbolic links lead to")
-      .AddFlag("--hard-dereference", &CreateOptions::copyHardLinks,
-               "Store all names of a file as files of their own")
-      .AddFlag("--owner", &CreateOptions::keepOwners, "Store owner and group")
-      .AddFlag("--one-file-system", &CreateOptions::oneFileSystem,
-               "Don't go down into other file systems")
-      .AddFlag("--exclude-caches", &CreateOptions::leaveOutCaches,
-               "Of folders with a CACHEDIR.TAG, store that file only")
-      .Add("--stdin-name", &CreateOptions::inputName, "Entry name of standard input", "NAME")
       .Add("ARCHIVE", &CreateOptions::archive, "The new archive; - is standard output")
       .Required()
-      .Add("PATH", &CreateOptions::paths, "Files and folders; - is standard input")
+      .Add("PATH", &TreeOptions::paths, "Files and folders; - is standard input")
       .Required();
 }
 
@@ -379,20 +388,15 @@ CommandFacts MakeDiff() {
 constexpr const char* DryRunText = "Print what would be done, and write nothing";
 
 CommandFacts MakeAdd() {
-  return Command("add", "Add files to an archive", AddWords, RunAdd)
-      .Add("-C,--directory", &AddOptions::folder, "What relative paths count from", "DIR")
+  Command command("add", "Add files to an archive", AddWords, RunAdd);
+  return AddPackingOptions(command)
       .Add("--replace", &AddOptions::replace,
            "When entries of the same names give way: always (the default), newer or never", "WHEN")
       .OneOf({"always", "newer", "never"})
-      .Add("--method", &AddOptions::method, "deflated (the default) or stored", "METHOD")
-      .OneOf({"deflated", "stored"})
-      .Add("-j,--jobs", &AddOptions::jobs, JobsText, "N")
-      .Between(1, MaxJobs)
       .AddFlag("-n,--dry-run", &AddOptions::dryRun, DryRunText)
-      .Add("--stdin-name", &AddOptions::inputName, "Entry name of standard input", "NAME")
       .Add("ARCHIVE", &AddOptions::archive, "The archive")
       .Required()
-      .Add("PATH", &AddOptions::paths, "Files and folders; - is standard input")
+      .Add("PATH", &TreeOptions::paths, "Files and folders; - is standard input")
       .Required();
 }
 
