@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Larkspan/Archive/ParallelReader.h"
+#include "Larkspan/Archive/TreeFacts.h"
 #include "Larkspan/Common/IO/ArchiveHeaderTable.h"
 #include "foundation/Vx/ConversionErrorException.h"
 #include "foundation/Vx/IllegalArgumentException.h"
@@ -14,9 +15,9 @@ using Common::IO::ArchiveEntry;
 using Common::IO::ArchiveHeaders;
 using Common::IO::ArchiveOBinaryChannel;
 
-constexpr std::u16string_view FolderPrefix = u"folder:";
-constexpr char16_t TypeHeader[] = u"type";
-constexpr std::u16string_view HardLinkType = u"hardlink";
+using TreeFacts::FolderPrefix;
+using TreeFacts::HardLinkType;
+using TreeFacts::TypeHeader;
 
 // No name of an entry has more bytes, in the encoding of names in archives.
 constexpr unsigned int MaxTargetSize = 0xFFFF;

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Larkspan/Archive/LocalAccounts.h"
 #include "Larkspan/Archive/SparseOutput.h"
 #include "Larkspan/Archive/TargetTree.h"
 #include "Larkspan/Archive/TreeFacts.h"
@@ -16,7 +17,6 @@
 #include "Larkspan/Archive/WrittenFiles.h"
 #include "Larkspan/Common/IO/ArchiveException.h"
 #include "Larkspan/Common/IO/EntryLocation.h"
-#include "foundation/IO/Accounts.h"
 #include "foundation/IO/FolderTree.h"
 #include "foundation/IO/NewFile.h"
 #include "foundation/IO/SystemError.h"
@@ -50,35 +50,6 @@ struct Place {
   ::IO::Location location;
   ::IO::Location parent;
   ::IO::Name name;
-};
-
-// The numbers that accounts of an archive have on this system, each looked up once: by its name,
-// else as it is.
-class LocalAccounts final {
- public:
-  [[nodiscard]] unsigned int FindUser(const TreeFacts::Account& account) {
-    return Find(users, account, ::IO::FindUser);
-  }
-  [[nodiscard]] unsigned int FindGroup(const TreeFacts::Account& account) {
-    return Find(groups, account, ::IO::FindGroup);
-  }
-
- private:
-  using Known = std::map<Vx::UniString, unsigned int>;
-
-  static unsigned int Find(Known& known, const TreeFacts::Account& account,
-                           int (*find)(const Vx::String&, unsigned int*)) {
-    if (account.name.IsEmpty()) return account.number;
-    const auto [place, isNew] = known.try_emplace(account.name, account.number);
-    if (isNew) {
-      unsigned int number = 0;
-      if (find(Vx::String(account.name.ToUTF8()), &number) == 0) place->second = number;
-    }
-    return place->second;
-  }
-
-  Known users;
-  Known groups;
 };
 
 // The name without its first `count` parts; empty if no more is left.
@@ -362,15 +333,11 @@ class TreeExtractor::Work final {
       const bool mayChange = !row.existed || options.overwrite == Overwrite::Always;
       if (!mayChange || !TreeFacts::FolderFromText(toldFolders[row.name], facts)) continue;
       ::IO::Attributes attributes = FindPresent(row.location);
-      const bool withOwner = options.restoreOwners && facts.hasOwners;
+      const bool withOwner = options.restoreOwners && accounts.Take(facts, attributes);
       attributes.mode = facts.mode & (withOwner ? AllModeBits : RestoredFolderBits);
       if (facts.hasTime) {
         attributes.modifiedSeconds = facts.modifiedSeconds;
         attributes.modifiedNanoseconds = facts.modifiedNanoseconds;
-      }
-      if (withOwner) {
-        attributes.owner = accounts.FindUser(facts.owner);
-        attributes.group = accounts.FindGroup(facts.group);
       }
       const int status = target.SetAttributes(row.location, attributes, withOwner);
       if (status != 0) watcher.OnAttributesLost(row.location, status);
@@ -477,16 +444,7 @@ class TreeExtractor::Work final {
 
   // Whether the entry's owner and group are to be given to its file.
   bool TakeOwner(const ArchiveEntry& entry, ::IO::Attributes& attributes) {
-    TreeFacts::Account owner;
-    TreeFacts::Account group;
-    if (!options.restoreOwners ||
-        !TreeFacts::AccountFromText(entry.GetHeader(TreeFacts::OwnerHeader), owner) ||
-        !TreeFacts::AccountFromText(entry.GetHeader(TreeFacts::GroupHeader), group)) {
-      return false;
-    }
-    attributes.owner = accounts.FindUser(owner);
-    attributes.group = accounts.FindGroup(group);
-    return true;
+    return options.restoreOwners && accounts.Take(entry, attributes);
   }
 
   void CheckSize(const ArchiveEntry& entry, std::size_t size) {

@@ -98,6 +98,15 @@ class ChangeTest(ToolTest):
         (self.folder / "tree/a").unlink()
         os.link(self.folder / "tree/z", self.folder / "tree/a")
         self.assertNotIn("tree/a", diff(archive="l.lsa"))
+        self.run_tool("create", "--owner", "--force", "l.lsa", "tree")
+        self.assertEqual(diff("--owner", archive="l.lsa", code=DONE), "")
+        (self.folder / "tree/sub/c").unlink()
+        (self.folder / "tree/sub/c").symlink_to("a")
+        self.assertIn("target tree/sub/c", diff(archive="l.lsa"))
+        self.write("l.lsa", header() + entry(
+            "tree/z", b"z", headers=(("owner", "77777"), ("group", "7"))))
+        self.assertNotIn("tree/z", diff(archive="l.lsa"))
+        self.assertIn("changed owner tree/z\n", diff("--owner", archive="l.lsa"))
         self.write("l.lsa", header() + entry("tree/z", b"z", crc=1))
         diff(archive="l.lsa", code=BAD)
 

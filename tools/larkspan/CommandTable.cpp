@@ -143,8 +143,8 @@ larkspan merge --force all.lsa all.lsa wednesday.lsa)"};
 
 constexpr Words DiffWords = {
     R"(Compares what the archive holds with the files below the current folder, or below DIR: a line
-each, "added", "removed", or "changed" with what changed: content, mode, time, type, or the
-target of a link. Data is compared byte by byte, and verified. Added files are looked for in
+each, "added", "removed", or "changed" with what changed: content, mode, time, type, owner, or
+the target of a link. Data is compared byte by byte, and verified. Added files are looked for in
 folders that were packed as a whole; with --all, in all that lead to something in the archive.
 Folders end with /. The exit code is 1 if there is any difference.)",
     R"(larkspan diff docs.lsa
@@ -379,6 +379,7 @@ CommandFacts MakeDiff() {
       .Add("-C,--directory", &DiffOptions::folder, "Where the files are", "DIR")
       .AddFlag("-a,--all", &DiffOptions::all,
                "Tell of all that is added beside what was packed, too")
+      .AddFlag("--owner", &DiffOptions::owner, "Compare owner and group, too, if they are stored")
       .Add("-j,--jobs", &DiffOptions::jobs, JobsText, "N")
       .Between(1, MaxJobs)
       .Add("ARCHIVE", &DiffOptions::archive, ArchiveText)

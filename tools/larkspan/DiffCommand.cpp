@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Larkspan/Archive/EntryName.h"
+#include "Larkspan/Archive/LocalAccounts.h"
 #include "Larkspan/Archive/TreeFacts.h"
 #include "Larkspan/Common/IO/EntryLocation.h"
 #include "foundation/IO/FileSystem.h"
@@ -39,11 +40,13 @@ constexpr unsigned int Target = 128;
 // Folders: the archive keeps facts of it, or has a file right in it.
 constexpr unsigned int HasFacts = 256;
 constexpr unsigned int HasFile = 512;
+constexpr unsigned int Owner = 1024;
 constexpr unsigned int AnyDifference = ~(IsFolder | HasFacts | HasFile);
 
 std::string DescribeChange(unsigned int facts) {
   constexpr std::pair<unsigned int, const char*> words[] = {
-      {Type, "type"}, {Content, "content"}, {Mode, "mode"}, {Time, "time"}, {Target, "target"}};
+      {Type, "type"}, {Content, "content"}, {Mode, "mode"},
+      {Time, "time"}, {Target, "target"},   {Owner, "owner"}};
   if ((facts & Added) != 0) return "added";
   if ((facts & Removed) != 0) return "removed";
   std::string text;
@@ -129,13 +132,22 @@ class Comparison final {
     known.Put(path, facts);
   }
 
-  static unsigned int CompareFolder(std::u16string_view text, const Attributes& found) {
+  unsigned int CompareFolder(std::u16string_view text, const Attributes& found) {
     TreeFacts::Folder stored;
     if (!TreeFacts::FolderFromText(text, stored)) return 0;
     const bool sameTime =
         !stored.hasTime || (stored.modifiedSeconds == found.modifiedSeconds &&
                             stored.modifiedNanoseconds == found.modifiedNanoseconds);
-    return (stored.mode != found.mode ? Mode : 0U) | (sameTime ? 0U : Time);
+    return (stored.mode != found.mode ? Mode : 0U) | (sameTime ? 0U : Time) |
+           CompareOwner(stored, found);
+  }
+
+  // `item` is an entry, or what is kept of a folder.
+  template <class Item>
+  unsigned int CompareOwner(const Item& item, const Attributes& found) {
+    Attributes stored = found;
+    if (!options.owner || !accounts.Take(item, stored)) return 0;
+    return stored.owner == found.owner && stored.group == found.group ? 0 : Owner;
   }
 
   static unsigned int CompareMode(std::u16string_view text, const Attributes& found) {
@@ -180,14 +192,15 @@ class Comparison final {
     }
     Attributes found;
     unsigned int facts = 0;
-    const std::u16string type(entry.GetHeader(u"type").GetView());
-    const EntryType expected = type == u"link" ? EntryType::SymbolicLink : EntryType::File;
+    const bool isLink = entry.GetHeader(TreeFacts::TypeHeader) == TreeFacts::SymbolicLinkType;
+    const EntryType expected = isLink ? EntryType::SymbolicLink : EntryType::File;
     if (!Look(location, found)) {
       facts = Removed;
     } else if (found.type != expected) {
       facts = Type;
     } else {
-      facts = CompareTime(entry.GetHeader(TreeFacts::TimeHeader), found);
+      facts =
+          CompareTime(entry.GetHeader(TreeFacts::TimeHeader), found) | CompareOwner(entry, found);
       if (expected == EntryType::File) {
         facts |= CompareMode(entry.GetHeader(TreeFacts::ModeHeader), found);
       }
@@ -198,15 +211,17 @@ class Comparison final {
 
   void CompareData(const ArchiveEntry& entry) {
     const ::IO::Location location = Locate(entry.GetName());
-    const std::u16string type(entry.GetHeader(u"type").GetView());
+    const Vx::UniString type = entry.GetHeader(TreeFacts::TypeHeader);
     bool same = true;
-    if (type.empty()) {
+    if (type.IsEmpty()) {
       same = HasSameContent(entry, location);
-    } else if (type == u"hardlink") {
+    } else if (type == TreeFacts::HardLinkType) {
       same = IsLinkedTo(location, ReadText());
+    } else if (type == TreeFacts::SymbolicLinkType) {
+      same = LeadsTo(location, ReadText());
     }
     unsigned int& facts = known.Find(GetPath(location))->value;
-    const unsigned int bit = type.empty() ? Content : Target;
+    const unsigned int bit = type.IsEmpty() ? Content : Target;
     facts = same ? facts & ~bit : facts | bit;
     reader.Leave();
   }
@@ -254,6 +269,13 @@ class Comparison final {
     } catch (const Vx::ConversionErrorException&) {
       return false;  // it is the name of no entry
     }
+  }
+
+  static bool LeadsTo(const ::IO::Location& location, const std::string& target) {
+    Vx::String found;
+    const int status = ::IO::fileSystem.ReadLink(location, found);
+    if (status != 0) throw SystemFailure(ToPrintable(location), "can't be read", status);
+    return found.GetView() == target;
   }
 
   // Whether all that is in the folder was meant to be in the archive: it keeps facts of that folder
@@ -317,6 +339,7 @@ class Comparison final {
   const DiffOptions& options;
   Console& console;
   const ::IO::Location root;
+  Larkspan::Archive::LocalAccounts accounts;
   Attributes archiveFile;      // which is not told, if it is in the tree
   Facts known;                 // by paths below the root
   Progress noProgress{false};  // the archive's counts

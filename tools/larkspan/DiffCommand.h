@@ -12,6 +12,7 @@ struct DiffOptions {
   std::string folder;  // where the files are; empty for the current one
   unsigned int jobs = ::IO::GetProcessorCount();
   bool all = false;
+  bool owner = false;  // compare owners and groups, too
 };
 
 /// Prints what is otherwise in the file tree than in the archive, of all that the archive holds.
