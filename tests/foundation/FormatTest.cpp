@@ -77,47 +77,4 @@ TEST(Printf, NumbersAndTextsLookAsInCAndNumbersAreReadBackUpToTheLimits) {
   ExpectAsInC<const char*>({"", "5", "-5", ".2", "5.2", "-5.2", ".0", ".9"}, "", "s", {"abc", ""});
 }
 
-TEST(Printf, StrangeDirectivesAndArgumentsAreShownSafely) {
-  const struct {
-    std::string shown;
-    const char* expected;
-  } rows[] = {
-      {Format("<%3s%T>", static_cast<const char*>(nullptr), UniString(u"%s%n")), "<   %s%n>"},
-      {Format("%s %d %x %f", 42, 2.5, "text", 7), "42 2.5 text 7"},
-      {Format("%lld %d %x", 7, 4000000000U, short{-1}), "7 4000000000 ffff"},
-      {Format("%c%c%c %d", 'a', 98, u'\u20AC', 'a'), "ab\xE2\x82\xAC 97"},
-      {Format("<%5.2T> %s", UniString(u"abc").ToPrintf(), "\xE9"), "<   ab> \xC3\xA9"},
-      {Format(nullptr), ""},
-      {Format("100%% %d %5.2s", 1), "100% 1 %5.2s"},
-      {Format("%n%d%*d%", 5), "%n5%*d%"},
-      {Format("%5", 1), "%5"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(row.shown, row.expected);
-  EXPECT_EQ(Format("%99999999999d", 1).size(), Format("%4096d", 1).size());
-}
-
-TEST(Scanf, FieldsAreReadAsFarAsTheTextMatches) {
-  const struct {
-    const char16_t* text;
-    const char* format;
-    unsigned int count;
-    int first;
-    UniString second;
-  } rows[] = {
-      {u"1,b c", "%d,%s", 2, 1, u"b"},       {u"1 ,2", "%d,%s", 1, 1, u"old"},
-      {u"1 \t, \n2", "%d , %s", 2, 1, u"2"}, {u"\t\n\v\f\r+7", "%d", 1, 7, u"old"},
-      {u"007", "%i", 1, 7, u"old"},          {u"fF g", "%x%s", 2, 255, u"g"},
-      {u"5%6", "%d%%%s", 2, 5, u"6"},        {u"- 7", "%d", 0, -9, u"old"},
-      {u"1 2 3", "%lld%d", 1, 1, u"old"},    {u"1 2", "%d%l", 1, 1, u"old"},
-      {u"1 ", "%d%s%d", 1, 1, u"old"},       {u"\u0661", "%d", 0, -9, u"old"},
-  };
-  for (const auto& row : rows) {
-    int first = -9;
-    UniString second(u"old");
-    EXPECT_EQ(UniString(row.text).Scanf(row.format, &first, &second), row.count) << row.format;
-    EXPECT_EQ(first, row.first) << row.format;
-    EXPECT_EQ(second, row.second) << row.format;
-  }
-}
-
 }  // namespace

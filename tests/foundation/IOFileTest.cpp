@@ -5,12 +5,10 @@
 #include <numeric>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "foundation/IO/File.h"
-#include "tests/support/AllocationFault.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/SeededRandom.h"
 #include "tests/support/SleepRecord.h"
@@ -101,64 +99,6 @@ TEST_F(IOFile, WritesAreCarriedOnAndStopAtAFullDisk) {
   EXPECT_EQ(folder.Read("f"), "12345678abc");
 }
 
-TEST_F(IOFile, FailuresOfTheSystemHaveTheirStatus) {
-  const struct {
-    unsigned int call;
-    int error;
-    int status;
-  } rows[] = {{CallWrite, EPIPE, IO::StatusPipeClosed},  {CallRead, EIO, IO::StatusReadError},
-              {CallWrite, EACCES, IO::StatusWriteError}, {CallSyncData, EINVAL, 0},
-              {CallClose, EDQUOT, IO::StatusOutputFull}, {CallClose, EINTR, 0}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    folder.Write("f", "abc");
-    File input(folder.At("f"), OnNotFound::Fail);
-    File output(folder.At("f"), OnNotFound::Fail);
-    ASSERT_EQ(input.Open(OpenMode::Read, Report), 0);
-    ASSERT_EQ(output.Open(OpenMode::Write, Report), 0);
-    const FileFault fault(row.call, row.error, 0, 1);
-    const auto expect = [&row](unsigned int call) { return row.call == call ? row.status : 0; };
-    std::string text;
-    EXPECT_EQ(ReadText(input, 1, text), expect(CallRead));
-    EXPECT_EQ(WriteText(output, "text"), expect(CallWrite));
-    EXPECT_EQ(output.Flush(), expect(CallSyncData));
-    EXPECT_EQ(output.Close(), expect(CallClose));
-  }
-}
-
-TEST_F(IOFile, ModesAndPlacesDecideWhatBecomesOfTheContent) {
-  constexpr int Missing = IO::StatusFileNotFound;
-  const IO::Location at = folder.At("f");
-  IO::Location halfway = folder.GetLocation();  // the place of `f`, if it were cut
-  ASSERT_EQ(halfway.AppendToLocal(IO::Name(u"f\xD800y")), 0);
-  const struct {
-    IO::Location location;
-    OnNotFound onNotFound;
-    OpenMode mode;
-    bool exists;
-    int opened;
-    const char* content;  // after "ab" was written over "12345"
-  } rows[] = {
-      {at, OnNotFound::Ignore, OpenMode::Read, false, Missing, "(missing)"},
-      {at, OnNotFound::Fail, OpenMode::Write, false, Missing, "(missing)"},
-      {at, OnNotFound::Ignore, OpenMode::Write, false, 0, "ab"},
-      {at, OnNotFound::Fail, OpenMode::Write, true, 0, "ab345"},
-      {at, OnNotFound::Ignore, OpenMode::WriteEmpty, true, 0, "ab"},
-      {halfway, OnNotFound::Ignore, OpenMode::WriteEmpty, true, IO::StatusInvalidLocation, "12345"},
-      {folder.At("f/below"), OnNotFound::Ignore, OpenMode::WriteEmpty, true, Missing, "12345"},
-      {folder.At(""), OnNotFound::Fail, OpenMode::Read, true, IO::StatusIsAFolder, "12345"},
-      {IO::Location(u"C:\\f"), OnNotFound::Fail, OpenMode::Read, true, Missing, "12345"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    std::filesystem::remove(folder.GetPath() / "f");
-    if (row.exists) folder.Write("f", "12345");
-    File file(row.location, row.onNotFound);
-    EXPECT_EQ(file.Open(row.mode, Report), row.opened);
-    EXPECT_EQ(WriteText(file, "ab") == 0, row.opened == 0 && row.mode != OpenMode::Read);
-    EXPECT_EQ(folder.Read("f"), row.content);
-  }
-}
-
 TEST_F(IOFile, LockIsHeldByOneOpenFileUntilThatIsClosed) {
   const SleepRecord record;
   folder.Write("f", "");
@@ -174,32 +114,6 @@ TEST_F(IOFile, LockIsHeldByOneOpenFileUntilThatIsClosed) {
   EXPECT_EQ(std::accumulate(record.sleeps.begin(), record.sleeps.end(), 0L), 1000);
   first.Close();
   EXPECT_EQ(second.Lock(0), 0);
-}
-
-TEST_F(IOFile, OwnerAndModeOfANewFileAreThoseAskedFor) {
-  File file(folder.At("f"), OnNotFound::Ignore);
-  ASSERT_EQ(file.Open(OpenMode::WriteNewPrivate, Report), 0);
-  IO::Attributes made;
-  ASSERT_EQ(file.GetAttributes(&made), 0);
-  EXPECT_EQ(made.mode, 0600U);
-  EXPECT_EQ(made.owner, ::geteuid());
-  IO::Attributes wanted = made;
-  ++wanted.owner;
-  ++wanted.group;
-  // Nobody but root can give a file away.
-  const bool mayGive = ::geteuid() == 0;
-  EXPECT_EQ(file.SetOwner(wanted), mayGive ? 0 : IO::StatusAccessDenied);
-  ASSERT_EQ(file.GetAttributes(&made), 0);
-  EXPECT_EQ(made.owner == wanted.owner, mayGive);
-  EXPECT_TRUE(made.group == wanted.group || !mayGive);
-}
-
-TEST_F(IOFile, ALengthBeyond32BitsIsRefusedAndNotCut) {
-  folder.Write("f", "");
-  unsigned int length = 0;
-  std::filesystem::resize_file(folder.GetPath() / "f", 0x100000000U);
-  const File file(folder.At("f"), OnNotFound::Fail);
-  EXPECT_EQ(file.GetDataLength(&length), IO::StatusTooLarge);
 }
 
 }  // namespace

@@ -61,21 +61,6 @@ TEST(IOFolderTree, NoLinkLeadsAnywhereAlsoWhereTheSystemWalksNoWholePath) {
   }
 }
 
-TEST(IOFolderTree, FolderAttributesAreNotSetThroughALink) {
-  const TemporaryFolder folder;
-  MakeSample(folder);
-  const Folder opened(folder.GetLocation(), IO::OnNotFound::Fail);
-  IO::Attributes attributes;
-  attributes.mode = 0700;
-  attributes.modifiedSeconds = 1000;
-  EXPECT_EQ(opened.SetFolderAttributes(Name(u"link"), attributes), IO::StatusNotAFolder);
-  EXPECT_EQ(opened.SetFolderAttributes(Name(u"a"), attributes), IO::StatusSuccess);
-  IO::Attributes present;
-  EXPECT_EQ(opened.GetAttributes(Name(u"a"), &present), IO::StatusSuccess);
-  EXPECT_EQ(present.mode, 0700U);
-  EXPECT_EQ(present.modifiedSeconds, 1000);
-}
-
 // On file systems that can make a file without a name, and on those that can't.
 class IONewFile : public testing::TestWithParam<int> {
  protected:

@@ -46,53 +46,6 @@ TEST(IOLocation, TextsAreBroughtToOneFormOrRefused) {
   }
 }
 
-TEST(IOLocation, ANameLeadsOneLevelDownAndNowhereElse) {
-  for (const View bad : {u"", u".", u"..", u"a\\b", u"/"}) {
-    Location location(u"\\base");
-    EXPECT_NE(location.AppendToLocal(Name(bad)), 0);
-    EXPECT_EQ(location, Location(u"\\base"));
-  }
-  Location location(u"C:\\");
-  for (const View good : {u"...", u"C:x"}) ASSERT_EQ(location.AppendToLocal(Name(good)), 0);
-  EXPECT_EQ(location.GetPath(), u"C:\\...\\C:x");
-  EXPECT_TRUE(location.IsBelow(Location(u"C:\\")));
-  EXPECT_FALSE(location.IsBelow(Location(u"\\")));
-  EXPECT_FALSE(Location(u"\\ab").IsBelow(Location(u"\\a")));
-}
-
-TEST(IOLocation, ALocationComesApartIntoFolderAndName) {
-  const struct {
-    View text;
-    View folder;
-    View name;
-    View sibling;
-  } rows[] = {{u"\\a.lsa", u"\\", u"a.lsa", u"\\a.lsa.bak"},
-              {u"C:\\Data\\x", u"C:\\Data", u"x", u"C:\\Data\\x.bak"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(Vx::UniString(row.text).ToUTF8());
-    Location location(row.text);
-    Name name;
-    EXPECT_EQ(location.GetSibling(u".bak").GetPath(), row.sibling);
-    ASSERT_EQ(location.Split(location, name), 0);
-    EXPECT_EQ(location.GetPath(), row.folder);
-    EXPECT_EQ(name.GetText().GetView(), row.name);
-  }
-  EXPECT_FALSE(Location(u"\\a").GetSibling(u"\\..\\b").IsValid());
-}
-
-TEST(IOLocation, WhatHasNoNameHasNoParentAndNoSibling) {
-  Location invalid(u"relative");
-  for (const Location& location : {Location(), Location(u"\\"), Location(u"C:\\"), invalid}) {
-    Location folder(u"\\old");
-    Name name(u"old");
-    EXPECT_NE(location.Split(folder, name), 0);
-    EXPECT_EQ(folder, Location(u"\\old"));
-    EXPECT_EQ(name.GetText().GetView(), u"old");
-    EXPECT_FALSE(location.GetParent().IsValid());
-    EXPECT_FALSE(location.GetSibling(u".bak").IsValid());
-  }
-}
-
 TEST(IOLocation, EveryNativePathComesBack) {
   const struct {
     std::string native;

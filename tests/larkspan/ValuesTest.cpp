@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -19,15 +18,13 @@
 #include "Larkspan/Common/IO/JavaDataWriter.h"
 #include "foundation/Vx/BufferedIBinaryChannel.h"
 #include "foundation/Vx/BufferedOBinaryChannel.h"
-#include "foundation/Vx/IOException.h"
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "foundation/Vx/MemoryOBinaryChannel.h"
-#include "tests/foundation/ToyProtocol.h"
-#include "tests/support/AllocationFault.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/Noise.h"
 #include "tests/support/PiecewiseInput.h"
 #include "tests/support/RecordingOutput.h"
+#include "tests/support/StringChannel.h"
 
 namespace {
 
@@ -111,15 +108,6 @@ TEST(Values, HaveTheirBytesBothWays) {
   CheckRows<long double>({{-2.5L, "\xC0\x04\0\0\0\0\0\0"s}});
 }
 
-TEST(Values, EveryNaNIsWrittenAsTheCanonicalOneAndReadAsItIs) {
-  EXPECT_EQ(Encode(std::bit_cast<float>(0xFFC12345U)), "\x7F\xC0\0\0"s);
-  const std::string canonical = "\x7F\xF8\0\0\0\0\0\0"s;
-  EXPECT_EQ(Encode(std::bit_cast<double>(0xFFF8000000000123U)), canonical);
-  EXPECT_EQ(std::bit_cast<std::uint32_t>(Decode<float>("\x7F\xC0\0\x01"s)), 0x7FC00001U);
-  EXPECT_EQ(std::bit_cast<std::uint64_t>(Decode<double>("\xFF\xF8\0\0\0\0\0\x07"s)),
-            0xFFF8000000000007U);
-}
-
 TEST(UTF, TextsHaveTheBytesOfJavasDataStreamsUpToTheLimit) {
   const std::string longest(65535, 'x');
   CheckRows<Vx::UniString>({
@@ -140,59 +128,6 @@ TEST(UTF, TextsHaveTheBytesOfJavasDataStreamsUpToTheLimit) {
     Tests::StringChannel channel;
     EXPECT_EQ(WriteUTF(channel, text), Vx::StatusWriteError);
     EXPECT_EQ(channel.content, "");
-  }
-}
-
-// Gives a status, or raises an exception, at the call with the number `at`.
-class FailingChannel final : public Vx::OChannel, public Vx::IChannel {
- public:
-  FailingChannel(int failingCall, bool raising)
-      : OChannel(output), IChannel(input), at(failingCall), raises(raising) {}
-  int WriteBin(const char*, unsigned int, unsigned int* written) override {
-    EXPECT_EQ(written, nullptr);
-    return Fail();
-  }
-  int ReadBin(char* target, unsigned int count, unsigned int* delivered) override {
-    std::fill_n(target, count, '\1');
-    *delivered = count;
-    return Fail();
-  }
-
-  int calls = 0;
-
- private:
-  int Fail() {
-    if (++calls != at) return 0;
-    return raises ? throw Vx::IOException("Broken.") : Vx::StatusOutputFull;
-  }
-  int at;
-  bool raises;
-};
-
-TEST(UTF, StatusOfTheChannelIsPassedOnAndItsExceptionBecomesOne) {
-  for (const int at : {1, 2}) {
-    for (const bool raises : {false, true}) {
-      FailingChannel sink(at, raises);
-      FailingChannel bytes(at, raises);
-      FailingChannel source(at, raises);
-      EXPECT_EQ(WriteUTF(sink, u"text"), raises ? Vx::StatusWriteError : Vx::StatusOutputFull);
-      EXPECT_EQ(output.Write(bytes, "text"), raises ? Vx::StatusWriteError : Vx::StatusOutputFull);
-      char text[] = "kept";
-      EXPECT_EQ(input.Read(source, text), raises ? Vx::StatusReadError : Vx::StatusOutputFull);
-      EXPECT_EQ(sink.calls, at);
-      EXPECT_EQ(source.calls, at);
-      EXPECT_STREQ(text, "kept");
-    }
-  }
-}
-
-TEST(UTF, FailuresBecomeStatusesAndLeaveTheTextAlone) {
-  for (const int failing : {0, 1}) {
-    Tests::StringChannel channel("\0\1\xFF"s);
-    Vx::UniString text(u"kept");
-    const Tests::AllocationFault fault(failing);
-    EXPECT_EQ(ReadUTF(channel, text), Vx::StatusReadError);
-    EXPECT_EQ(text, u"kept");
   }
 }
 
