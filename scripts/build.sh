@@ -25,6 +25,7 @@ check_packages() {
 clang++ clang
 clang-tidy clang-tidy
 clang-format clang-format
+abidiff abigail-tools
 LIST
 }
 
