@@ -11,14 +11,12 @@
 #include "Larkspan/Archive/EntryCopy.h"
 #include "Larkspan/Archive/ParallelReader.h"
 #include "Larkspan/Archive/ParallelWriter.h"
-#include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/ExpectFailures.h"
 #include "tests/support/Noise.h"
 #include "tests/support/RecordingOutput.h"
 #include "tests/support/SeededRandom.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -254,41 +252,6 @@ TEST(ParallelReader, WhatComesOutIsWhatStreamsGiveAlsoOfDamagedArchives) {
       EXPECT_TRUE(expected[number].ends_with(": " + data[number])) << number;
     }
   }
-}
-
-TEST(ParallelReader, WhatIsNotWantedIsPassedOver) {
-  std::vector<std::string> data;
-  const MemoryStore store(MakeArchive(data));
-  const ArchiveIndex index(store);
-  const std::vector<std::size_t> numbers = {41, 3, 40, 3, 0, 40};
-  for (const unsigned int jobs : {1U, 2U}) {
-    ParallelReader reader(index, jobs, numbers);
-    for (std::size_t turn = 0; turn < numbers.size(); ++turn) {
-      ASSERT_TRUE(reader.Next());
-      // Of every second one, the beginning; of the others, all.
-      std::string read(reader.ReadChunk());
-      while (turn % 2 == 0 && read.size() < data[numbers[turn]].size()) read += reader.ReadChunk();
-      EXPECT_TRUE(data[numbers[turn]].starts_with(read));
-    }
-    EXPECT_FALSE(reader.Next());
-  }
-}
-
-TEST(FileRandomInput, ReadsFilesAtAnyPlaceAndNothingElse) {
-  const TemporaryFolder folder;
-  folder.Write("file", "0123456789");
-  const FileRandomInput input(folder.At("file"));
-  EXPECT_EQ(input.GetSize(), 10U);
-  std::string text(5, '-');
-  EXPECT_EQ(input.ReadAt(3, text.data(), 5), 5U);
-  EXPECT_EQ(text, "34567");
-  EXPECT_EQ(input.ReadAt(8, text.data(), 5), 2U);
-  EXPECT_EQ(input.ReadAt(80, text.data(), 5), 0U);
-  ExpectFailures({
-      {[&] { FileRandomInput(folder.At("none")); },
-       "FileNotFoundException: Failed to open random input."},
-      {[&] { FileRandomInput(folder.At("")); }, "IOException: Failed to open random input."},
-  });
 }
 
 }  // namespace

@@ -1,11 +1,8 @@
 #include <functional>
 #include <string>
 #include <sys/stat.h>
-#include <tuple>
-#include <unistd.h>
 #include <vector>
 
-#include "Larkspan/Common/IO/ArchiveException.h"
 #include "tests/larkspan/ArchiveFolder.h"
 #include "tests/support/MallocWatch.h"
 #include "tests/support/SleepRecord.h"
@@ -50,42 +47,6 @@ class ArchiveUpdate : public ArchiveFolder {
     EXPECT_EQ(folder.GetNames(), std::vector<std::string>{"a.lsa"});
   }
 };
-
-TEST_F(ArchiveUpdate, RoomThatTheFileHasNowDecides) {
-  for (const unsigned int present : {0U, 512U, 1024U}) {
-    folder.Write("a.lsa", BytesOf(100, 256));
-    ArchiveFile file(location);
-    file.PutHeader(u"h", TextOf(200));
-    Write(MakeSample(present));
-    file.Update();
-    ExpectAlone(BytesOf(200, present));
-    EXPECT_EQ(file.GetReservedHeaderSize(), present);
-  }
-}
-
-TEST_F(ArchiveUpdate, FailureLeavesTheArchiveAsItWas) {
-  const std::string trial =
-      "ArchiveException: Failed to update archive file: failed to write archive header.";
-  const std::string invalid = "IllegalArgumentException: Invalid ";
-  const std::string tooSmall = invalid + "header size: header size is too small.";
-  const std::string noName = invalid + "archive header name: name is empty.";
-  const std::string tooLong = "DataIntegrityException: String length exceeds limit.";
-  const std::string wrong = "ArchiveException: Failed to read archive entry: ";
-  WriteDamaged();
-  const std::tuple<std::string, std::size_t, std::string, std::string> rows[] = {
-      {ToBytes({255, {}, {}}), 40, trial, tooSmall},
-      {ToBytes({256, {{"", "v"}}, {}}), 40, trial, noName},
-      {ToBytes({256, {}, {}}), 65536 + 36, trial, tooLong},
-      {folder.Read("a.lsa"), 1000, wrong + "entry crc check failed.", ""}};
-  for (const auto& [archive, headerSize, failure, cause] : rows) {
-    folder.Write("a.lsa", archive);
-    ArchiveFile file(location);
-    file.PutHeader(u"h", TextOf(headerSize));
-    EXPECT_EQ(FailureOf([&] { file.Update(); }), failure);
-    EXPECT_EQ(CauseOf([&] { file.Update(); }), cause);
-    ExpectAlone(archive);
-  }
-}
 
 TEST_F(ArchiveUpdate, WhatHasTheNameOfTheCopyIsRemovedAndNeverOpened) {
   const TemporaryFolder other;
@@ -175,18 +136,6 @@ TEST_F(ArchiveUpdate, SealIsRenewedWhateverBecomesOfItsHeader) {
   }
 }
 
-TEST_F(ArchiveUpdate, SealThatIsMissingOrWrongEndsTheRewrite) {
-  const std::string bytes = ToSealedBytes(MakeSample(256));
-  std::string flipped = bytes;
-  flipped[flipped.size() - 20] ^= 1;
-  for (const std::string& damaged : {flipped, bytes.substr(0, bytes.size() - 42), bytes + '\0'}) {
-    folder.Write("a.lsa", damaged);
-    EXPECT_EQ(FailureOf([&] { Update(1000); }),
-              "ArchiveException: Failed to update archive file: its seal is missing or wrong.");
-    ExpectAlone(damaged);
-  }
-}
-
 TEST_F(ArchiveUpdate, LockOutlivesUpdatesAndEndsWithTheObject) {
   const SleepRecord noWaiting;
   Write(MakeSample(256));
@@ -217,38 +166,6 @@ TEST_F(ArchiveUpdate, RoomThatAFileClaimsTakesNoMemory) {
   Update(100);
   EXPECT_LE(MallocWatch::largest, 0x300000U);
   ExpectAlone(ToBytes(archive));
-}
-
-TEST_F(ArchiveUpdate, OwnerAndPermissionsAreKeptOrItIsSaid) {
-  if (::geteuid() != 0) GTEST_SKIP() << "Only root can give files away.";
-  std::filesystem::permissions(folder.GetPath(), std::filesystem::perms::all);
-  const struct {
-    unsigned int user;
-    unsigned int mode;
-    bool kept;
-  } rows[] = {{0, 0664, true}, {1234, 0664, true}, {65534, 0644, false}};
-  for (const auto& row : rows) {
-    Write(MakeSample(0));
-    ASSERT_EQ(::chown(GetPath("a.lsa").c_str(), 1234, 2345), 0);
-    ASSERT_EQ(::chmod(GetPath("a.lsa").c_str(), 0664), 0);
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const bool became = row.user == 0 || (::setgid(row.user == 1234 ? 2345 : row.user) == 0 &&
-                                            ::setuid(row.user) == 0);
-      ArchiveFile file(location);
-      file.PutHeader(u"h", u"v");
-      const std::string failure = FailureOf([&] { file.Update(); });
-      ::_exit(became && failure.empty() && file.HasKeptOwner() == row.kept ? 0 : 1);
-    }
-    int result = -1;
-    EXPECT_EQ(::waitpid(child, &result, 0), child);
-    EXPECT_EQ(result, 0) << row.user;
-    struct stat facts {};
-    ASSERT_EQ(::stat(GetPath("a.lsa").c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_uid, row.kept ? 1234U : row.user);
-    EXPECT_EQ(facts.st_gid, row.kept ? 2345U : row.user);
-    EXPECT_EQ(facts.st_mode & 07777U, row.mode) << row.user;
-  }
 }
 
 struct Change {

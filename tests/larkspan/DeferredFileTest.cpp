@@ -6,7 +6,7 @@
 
 #include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
 #include "tests/support/AllocationFault.h"
-#include "tests/support/ExpectFailures.h"
+#include "tests/support/FailureOf.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/RecordingOutput.h"
 #include "tests/support/SeededRandom.h"
@@ -67,99 +67,30 @@ TEST(PagedBuffer, BehavesAsAStringWhicheverAllocationFails) {
   }
 }
 
-TEST(PagedBuffer, RefusesWhatItCannotHoldAndChangesNothing) {
-  SmallPages buffer(0);
-  buffer.Write("1234", 4);
-  const std::string invalid = "IllegalArgumentException: Invalid buffer";
-  const std::string tooLarge =
-      "IOException: Failed to grow paged buffer: maximum supported size is exceeded.";
-  ExpectFailures({
-      {[&] { buffer.SetCapacity(3); },
-       invalid + " capacity: the requested capacity must be higher the current size."},
-      {[&] { buffer.Write("", 0); }, invalid + " size: buffer size is 0."},
-      {[&] { buffer.Write(nullptr, 1); }, invalid + ": buffer is null."},
-      {[&] { buffer.Write("", SmallPages::MaxSize - 3); }, tooLarge},
-      {[&] { buffer.EnsureCapacity(SmallPages::MaxSize + 1); }, tooLarge},
-  });
-  EXPECT_EQ(buffer.GetCapacity(), 16U);
-}
-
 constexpr unsigned int Threshold = 100;
 const std::string incomplete =
     "IOException: Deferred file binary output channel is incomplete: an earlier write failed.";
 
 class DeferredFile : public testing::Test {
  protected:
-  // Writes in pieces of 20 bytes. A piece that fails is tried once more.
-  void WriteInPieces(const std::string& bytes) {
-    for (std::size_t start = 0; start < bytes.size(); start += 20) {
-      const auto write = [&] { channel.Write(bytes.data() + start, 20); };
-      if (!FailureOf(write).empty()) FailureOf(write);
-    }
-  }
-  void ExpectDeliveredTwice(const std::string& bytes) {
-    channel.Close();
-    RecordingOutput sink;
-    channel.WriteTo(sink);
-    channel.WriteTo(sink);
-    EXPECT_EQ(sink.content, bytes + bytes);
-  }
   const TemporaryFolder folder;
   DeferredFileOBinaryChannel channel{folder.At("f"), Threshold};
   const std::string small = std::string(Threshold, 's');
-  const std::string large = std::string(50000, 'l');
 };
 
-TEST_F(DeferredFile, RefusesWhatHasNoSoundOutcome) {
-  RecordingOutput sink;
-  DeferredFileOBinaryChannel closed(folder.At("g"), 3);
-  closed.Close();
-  DeferredFileOBinaryChannel failed(folder.At("no folder/f"), 3);
-  DeferredFileOBinaryChannel late(folder.At("g"), 3);
-  late.Write("1234", 4);
-  const std::string invalid = "IllegalArgumentException: Invalid ";
-  const std::string thresholding = "IOException: Thresholding binary output channel is closed.";
-  ExpectFailures({
-      {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0); },
-       invalid + "threshold: threshold is 0."},
-      {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0x100000000); },
-       invalid + "threshold: threshold is larger than maximum supported size."},
-      {[&] { DeferredFileOBinaryChannel(IO::Location(), 1); },
-       invalid + "location: location is empty."},
-      {[&] { DeferredFileOBinaryChannel(folder.At("f"), 0xFFFFFFFF).Close(); }, ""},
-      {[&] { channel.WriteTo(sink); },
-       "IOException: Deferred file binary output channel hasn't been closed yet."},
-      {[&] { channel.Write("", 0); }, invalid + "buffer size: size is 0."},
-      {[&] { closed.Write("x", 1); }, thresholding},
-      {[&] { closed.Flush(); }, thresholding},
-      {[&] { failed.Write("1234", 4); },
-       "IOException: Failed to create file binary output channel: failed to open file."},
-      {[&] { failed.Write("1", 1); }, incomplete},
-      {[&] {
-         const FileFault fault(CallClose, EIO);
-         late.Close();
-       },
-       "IOException: Failed to close file binary output channel."},
-      {[&] { late.Close(); }, ""},
-      {[&] { late.WriteTo(sink); }, incomplete},
-  });
-  EXPECT_EQ(channel.GetThreshold(), Threshold);
-}
-
 TEST_F(DeferredFile, IsMadeByTheWriteThatLeadsPastTheThreshold) {
-  WriteInPieces(small);
+  channel.Write(small.data(), Threshold);
+  EXPECT_EQ(channel.GetThreshold(), Threshold);
   EXPECT_FALSE(channel.IsThresholdExceeded());
   EXPECT_EQ(folder.Read("f"), "(missing)");
   channel.Write("+", 1);
   EXPECT_TRUE(channel.IsThresholdExceeded());
   EXPECT_EQ(folder.Read("f"), small + "+");
-  ExpectDeliveredTwice(small + "+");
-}
-
-TEST_F(DeferredFile, IsNotMadeForWhatStaysWithinTheThreshold) {
-  WriteInPieces(small);
-  ExpectDeliveredTwice(small);
-  EXPECT_EQ(folder.GetNames(), std::vector<std::string>());
+  channel.Close();
+  RecordingOutput sink;
+  channel.WriteTo(sink);
+  channel.WriteTo(sink);
+  EXPECT_EQ(sink.content, small + "+" + small + "+");
 }
 
 TEST_F(DeferredFile, WriteThatFailsKeepsWhatTheMemoryHoldsAndElseLeavesTheOutputIncomplete) {
@@ -198,29 +129,6 @@ TEST_F(DeferredFile, IsMadeAsTheHostAsks) {
     EXPECT_TRUE(given == fs::perms::none || mode == IO::OpenMode::WriteNew);
     fs::remove(folder.GetPath() / "made");
   }
-}
-
-TEST_F(DeferredFile, RefusedWriteThatMadeTheFileDoesHarmUnlessAnotherLeadsPastTheThreshold) {
-  for (const bool passes : {true, false}) {
-    DeferredFileOBinaryChannel refusing(folder.At("f"), Threshold);
-    refusing.Write(small.data(), 80);
-    EXPECT_EQ(FailureOf([&] { refusing.Write(nullptr, Threshold + 1); }),
-              "IllegalArgumentException: Invalid source buffer: buffer is null.");
-    refusing.Write(small.data(), passes ? 40 : 20);
-    refusing.Close();
-    RecordingOutput sink;
-    EXPECT_EQ(FailureOf([&] { refusing.WriteTo(sink); }), passes ? "" : incomplete);
-    EXPECT_EQ(sink.content, passes ? std::string(120, 's') : "");
-  }
-}
-
-TEST_F(DeferredFile, FileThatSomebodyHasCutIsReported) {
-  WriteInPieces(large);
-  channel.Close();
-  folder.Write("f", small);
-  RecordingOutput sink;
-  EXPECT_EQ(FailureOf([&] { channel.WriteTo(sink); }),
-            "IOException: Failed to read deferred file: file is shorter than what was written.");
 }
 
 }  // namespace

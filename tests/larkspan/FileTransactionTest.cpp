@@ -1,19 +1,20 @@
 #include <cerrno>
-#include <functional>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "Larkspan/Common/IO/CreateFileTransaction.h"
+#include "Larkspan/Common/IO/FileTransactionException.h"
 #include "Larkspan/Common/IO/IOUtilities.h"
+#include "Larkspan/Common/IO/ReplaceFileTransaction.h"
 #include "Larkspan/Common/IO/UpdateFileTransaction.h"
-#include "foundation/IO/Status.h"
-#include "foundation/Vx/DebugOutput.h"
-#include "tests/support/ExpectFailures.h"
+#include "foundation/Vx/IOException.h"
+#include "tests/support/FailureOf.h"
 #include "tests/support/FileFault.h"
-#include "tests/support/SleepRecord.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Tests {
@@ -22,6 +23,8 @@ namespace {
 using namespace Larkspan::Common::IO;
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
+
+const std::string failed = "FileTransactionException: Failed to ";
 
 void Finish(FileTransaction& transaction, bool commit) {
   if (commit) {
@@ -33,14 +36,6 @@ void Finish(FileTransaction& transaction, bool commit) {
 
 class Files : public testing::Test {
  protected:
-  // What an operation on the item `name` fails with; `reason` begins with a colon.
-  [[nodiscard]] std::string Failed(const std::string& operation, const char* name, int status,
-                                   const std::string& reason = "") const {
-    Vx::UniString path;
-    EXPECT_EQ(folder.At(name).ToPath(path), 0);
-    return "IOException: Failed to " + operation + ": " + path.ToUTF8() + reason +
-           ". (Error code: " + std::to_string(status) + ")";
-  }
   void ExpectAlone(const std::string& content) const {
     EXPECT_EQ(folder.GetNames(), content == "(missing)" ? Names{} : Names{"model.dat"});
     EXPECT_EQ(folder.Read("model.dat"), content);
@@ -50,75 +45,12 @@ class Files : public testing::Test {
   const IO::Location file = folder.At("model.dat");
 };
 
-TEST_F(Files, QuestionsAndCommandsSayWhatIsWrong) {
-  folder.Write("file", "");
-  const std::string type = "IOException: Failed to determine the type of location.";
-  const std::string invalid = "IllegalArgumentException: Invalid location: location is ";
-  const auto from = [](auto function) {
-    return [function](const IO::Location& at) { static_cast<void>(function(at)); };
-  };
-  const struct {
-    std::function<void(const IO::Location&)> work;
-    const char* name;
-    std::string failure;
-  } rows[] = {
-      {from(Exists), "missing", ""},
-      {from(IsFile), "missing", type},
-      {from(IsFolder), "missing", type},
-      {from(GetFileSize), "missing", Failed("get size of file", "missing", IO::StatusFileNotFound)},
-      {from(CreateFolder), "file/a", Failed("create folder", "file/a", IO::StatusNotAFolder)},
-      {from(CreateParentFolder), "file/a/b",
-       Failed("create parent folder of location", "file/a/b", IO::StatusNotAFolder)},
-      {[](const IO::Location& at) { Delete(at); }, "missing",
-       Failed("delete file", "missing", IO::StatusNotFound)},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    EXPECT_EQ(FailureOf([&] { row.work(IO::Location()); }), invalid + "empty.");
-    EXPECT_EQ(FailureOf([&] { row.work(IO::Location(u"a")); }), invalid + "not valid.");
-    EXPECT_EQ(FailureOf([&] { row.work(folder.At(row.name)); }), row.failure);
-  }
-}
-
-TEST_F(Files, QuestionsAreAnsweredAndFoldersMade) {
-  const IO::Location made = folder.At("a/b");
-  const IO::Location inside = folder.At("a/b/file");
-  CreateParentFolder(IO::Location(u"\\"));
-  CreateParentFolder(inside);
-  CreateFolder(made);
-  folder.Write("a/b/file", "12345");
-  CreateFolder(inside);
-  EXPECT_TRUE(IsFolder(made));
-  EXPECT_FALSE(IsFile(made));
-  EXPECT_TRUE(IsFile(inside));
-  EXPECT_FALSE(IsFolder(inside));
-  EXPECT_EQ(GetFileSize(inside), 5U);
-  EXPECT_FALSE(Exists(folder.At("a/b/file/below")));
-}
-
-TEST_F(Files, DeniedDeletionIsTriedAgainSoManyTimes) {
-  const std::string denied =
-      Failed("delete file", "model.dat", IO::StatusAccessDenied, ": access denied");
-  const struct {
-    std::function<void()> work;
-    unsigned int denials;
-    std::string failure;
-    std::vector<long> sleeps;
-  } rows[] = {
-      {[&] { Delete(file, 0, 1250); }, 1, denied, {}},
-      {[&] { Delete(file, 2, 1250); }, 2, "", {1250, 1250}},
-      {[&] { Delete(file, 2, 1250); }, 3, denied, {1250, 1250}},
-      {[&] { Delete(file); }, 5, "", {250, 250, 250, 250, 250}},
-      {[&] { Delete(file); }, 6, denied, {250, 250, 250, 250, 250}},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    folder.Write("model.dat", "");
-    const FileFault fault(CallRemove, EACCES, 0, row.denials);
-    const SleepRecord record;
-    EXPECT_EQ(FailureOf(row.work), row.failure);
-    EXPECT_EQ(record.sleeps, row.sleeps);
-  }
+TEST_F(Files, FoldersAreMadeForThem) {
+  CreateParentFolder(folder.At("a/b/file"));
+  CreateFolder(folder.At("a/c"));
+  EXPECT_TRUE(IsFolder(folder.At("a/b")));
+  EXPECT_TRUE(IsFolder(folder.At("a/c")));
+  EXPECT_FALSE(Exists(folder.At("a/b/file")));
 }
 
 TEST_F(Files, TransactionIsFinishedOnceAndLeavesTheOldOrTheNewFile) {
@@ -161,7 +93,6 @@ TEST_F(Files, TransactionIsFinishedOnceAndLeavesTheOldOrTheNewFile) {
     const std::string already = " file transaction: " + kind +
                                 " file transaction has already been " +
                                 (row.commit ? "committed." : "aborted.");
-    const std::string failed = "FileTransactionException: Failed to ";
     EXPECT_EQ(FailureOf([&] { transaction->Commit(); }), failed + "commit " + kind + already);
     EXPECT_EQ(FailureOf([&] { transaction->Abort(); }), failed + "abort " + kind + already);
     transaction.reset();
@@ -170,46 +101,124 @@ TEST_F(Files, TransactionIsFinishedOnceAndLeavesTheOldOrTheNewFile) {
   }
 }
 
-TEST_F(Files, WhatCannotBeDoneIsReportedWithItsCause) {
-  static std::string told;
-  const IO::Location stale = folder.At("stale");
-  folder.Write("fresh", "");
-  folder.Write("stale", "new");
-  folder.Write("stale.bak", "old");
-  fs::create_directories(folder.GetPath() / "full/below");
-  CreateFileTransaction open(folder.At("full"));
-  const std::string invalid = "IllegalArgumentException: Invalid file location: location is ";
-  const std::string failed = "FileTransactionException: Failed to ";
-  const std::string full = Failed("delete file", "full", IO::StatusFolderNotEmpty);
-  ExpectFailures({
-      {[] { CreateFileTransaction{IO::Location()}; }, invalid + "empty.", ""},
-      {[] { UpdateFileTransaction{IO::Location()}; }, invalid + "empty.", ""},
-      {[] { UpdateFileTransaction{IO::Location(u"a")}; }, invalid + "not valid.", ""},
-      {[] { UpdateFileTransaction::Recover(IO::Location()); }, invalid + "empty.", ""},
-      {[&] { UpdateFileTransaction{stale}; },
-       failed + "start update file transaction: failed to create backup file.", ""},
-      {[&] {
-         const FileFault fault(CallSync, EIO);
-         UpdateFileTransaction{folder.At("fresh")};
-       },
-       failed + "start update file transaction: failed to create backup file.", ""},
-      {[&] { UpdateFileTransaction{folder.At(std::string(300, 'n'))}; },
-       failed + "start update file transaction.",
-       "IOException: Failed to determine the existence of location."},
-      {[&] { open.Abort(); }, failed + "abort create file transaction.", full},
-      {[&] { open.Abort(); },
-       failed + "abort create file transaction: create file transaction has already been aborted.",
-       ""},
-  });
-  EXPECT_EQ(folder.Read("stale"), "new");
-  EXPECT_TRUE(UpdateFileTransaction::Recover(stale));
-  EXPECT_EQ(folder.Read("stale"), "old");
-  EXPECT_EQ(folder.Read("stale.bak"), "(missing)");
-  EXPECT_FALSE(UpdateFileTransaction::Recover(folder.At(std::string(254, 'n'))));
-  Vx::SetDebugSink([](const char* text, std::size_t size) { told.append(text, size); });
-  EXPECT_EQ(FailureOf([&] { CreateFileTransaction{folder.At("full")}; }), "");
-  Vx::SetDebugSink(nullptr);
-  EXPECT_NE(told.find("Failed to abort create file transaction."), told.npos);
+// What happens to a backup besides the transaction that made it.
+class Backup : public testing::Test {
+ protected:
+  [[nodiscard]] std::string FailureOfRecover() const {
+    return FailureOf([this] { UpdateFileTransaction::Recover(file); });
+  }
+
+  const TemporaryFolder folder;
+  const IO::Location file = folder.At("f");
+};
+
+TEST_F(Backup, HasToBeRestoredBeforeAnotherUpdateBegins) {
+  folder.Write("f.bak", "old");
+  EXPECT_EQ(FailureOf([this] { UpdateFileTransaction{file}; }),
+            failed +
+                "start update file transaction: backup file of an unfinished update has to be "
+                "restored by Recover first.");
+  EXPECT_EQ(folder.GetNames(), Names{"f.bak"});
+  EXPECT_TRUE(UpdateFileTransaction::Recover(file));
+  UpdateFileTransaction transaction(file);
+  folder.Write("f", "new");
+  transaction.Commit();
+  EXPECT_FALSE(UpdateFileTransaction::Recover(file));
+  EXPECT_EQ(folder.Read("f"), "new");
+}
+
+TEST_F(Backup, IsNotRestoredWhileItsTransactionIsOpen) {
+  for (const std::string old : {"file", "link"}) {
+    SCOPED_TRACE(old);
+    folder.Write("f", "old");
+    if (old == "link") {
+      fs::rename(folder.GetPath() / "f", folder.GetPath() / "target");
+      fs::create_symlink("target", folder.GetPath() / "f");
+    }
+    UpdateFileTransaction transaction(file);
+    folder.Write("f", "new");
+    EXPECT_EQ(FailureOfRecover(),
+              failed + "recover update file transaction: update file transaction is still open.");
+    transaction.Commit();
+    EXPECT_EQ(folder.Read("f"), "new");
+  }
+}
+
+TEST_F(Backup, OutlivesACommitThatFailed) {
+  const std::string commit = failed + "commit update file transaction: ";
+  const std::string failedToSync = commit + "failed to put file on disk.";
+  const std::string again = commit + "an earlier attempt failed to put file on disk.";
+  const std::tuple<unsigned int, std::string, std::string, const char*> rows[] = {
+      // A sync is never tried again: the system counts what it could not write as written.
+      {CallSyncData, failedToSync, again, "old"},
+      {CallSync, failedToSync, again, "old"},
+      {CallOpen, failedToSync, "", "new"},
+      {CallRemove, commit + "failed to delete backup file.", "", "new"}};
+  for (const auto& [call, first, second, content] : rows) {
+    SCOPED_TRACE(first);
+    folder.Write("f", "old");
+    {
+      UpdateFileTransaction transaction(file);
+      folder.Write("f", "new");
+      {
+        const FileFault fault(call, EIO, 0, 1);
+        EXPECT_EQ(FailureOf([&] { transaction.Commit(); }), first);
+      }
+      EXPECT_FALSE(transaction.IsCommitted());
+      EXPECT_EQ(folder.Read("f.bak"), "old");
+      EXPECT_EQ(FailureOf([&] { transaction.Commit(); }), second);
+    }
+    EXPECT_EQ(folder.Read("f"), content);
+    EXPECT_EQ(folder.GetNames(), Names{"f"});
+  }
+}
+
+class ReplaceFile : public testing::Test {
+ protected:
+  void Replace(const char* name) {
+    ReplaceFileTransaction transaction(folder.At(name));
+    transaction.GetChannel().Write("new");
+    EXPECT_TRUE(transaction.HasKeptOwner());
+    transaction.Commit();
+  }
+
+  const TemporaryFolder folder;
+};
+
+TEST_F(ReplaceFile, TheOldFileStandsUntilTheCommitAndAfterAnAbort) {
+  for (const bool commit : {false, true}) {
+    folder.Write("f", "old");
+    ReplaceFileTransaction transaction(folder.At("f"));
+    transaction.GetChannel().Write("new");
+    EXPECT_EQ(folder.Read("f"), "old");
+    commit ? transaction.Commit() : transaction.Abort();
+    EXPECT_THROW(transaction.GetChannel().Write("more"), Vx::IOException);
+    EXPECT_EQ(folder.Read("f"), commit ? "new" : "old");
+    EXPECT_THROW(transaction.Commit(), FileTransactionException);
+    EXPECT_THROW(transaction.Abort(), FileTransactionException);
+    EXPECT_EQ(folder.GetNames().size(), 1U);
+  }
+}
+
+TEST_F(ReplaceFile, ModeStaysAndLinksAreFollowed) {
+  folder.Write("f", "old");
+  fs::permissions(folder.GetPath() / "f", fs::perms(0640));
+  fs::create_symlink("f", folder.GetPath() / "link");
+  Replace("link");
+  EXPECT_EQ(folder.Read("f"), "new");
+  EXPECT_TRUE(fs::is_symlink(folder.GetPath() / "link"));
+  EXPECT_EQ(fs::status(folder.GetPath() / "f").permissions(), fs::perms(0640));
+  Replace("made");
+  EXPECT_EQ(folder.Read("made"), "new");
+}
+
+TEST_F(ReplaceFile, WhatIsNoFileIsRefused) {
+  fs::create_symlink("nowhere", folder.GetPath() / "dangling");
+  fs::create_directory(folder.GetPath() / "folder");
+  for (const char* name : {"dangling", "folder", "missing/f"}) {
+    EXPECT_THROW(ReplaceFileTransaction(folder.At(name)), FileTransactionException) << name;
+  }
+  EXPECT_EQ(folder.GetNames().size(), 2U);
 }
 
 }  // namespace

@@ -79,16 +79,6 @@ TEST(ParallelWriter, BytesDependOnTheEntriesAloneAndAnyReaderReadsThem) {
   EXPECT_GE(IO::GetProcessorCount(), 1U);
 }
 
-TEST(ParallelWriter, StoredEntriesAreThoseOfThePlainChannel) {
-  std::vector<SampleEntry> entries = MakeEntries();
-  std::erase_if(entries, [](const SampleEntry& e) { return e.method != ArchiveEntry::Stored; });
-  RecordingOutput sink;
-  ArchiveOBinaryChannel archive(sink, 0);
-  for (const SampleEntry& entry : entries) WriteEntry(archive, entry);
-  archive.CloseEntry();
-  EXPECT_TRUE(WriteArchive(entries, 2, std::string::npos) == sink.content);
-}
-
 TEST(ParallelWriter, FailuresComeUpInTheCallsThatSaySo) {
   const Vx::UniString name(u"a");
   const ArchiveHeaders none(0, 0);
@@ -135,35 +125,6 @@ TEST(ParallelWriter, FailuresOfTheTargetPassThrough) {
     }
     EXPECT_EQ(failure, "IOException: No room.");
   }
-}
-
-TEST(ArchiveOBinaryChannel, EncodedEntriesAreTakenAsTheyAre) {
-  RecordingOutput sink;
-  ArchiveOBinaryChannel archive(sink, 0);
-  const Vx::UniString name(u"a");
-  const ArchiveHeaders none(0, 0);
-  const auto closed = "ArchiveException: No encoded archive entry is open.";
-  const auto open = "ArchiveException: An encoded archive entry is open.";
-  const auto incomplete = "ArchiveException: A frame of the encoded archive entry is incomplete.";
-  ExpectFailures({
-      {[&] { archive.PutFrame(3); }, closed},
-      {[&] { archive.CloseEncodedEntry(0, 0); }, closed},
-      {[&] { archive.PutEncodedEntry(name, none, ArchiveEntry::Default); },
-       "IllegalArgumentException: Invalid archive entry compression method."},
-      {[&] { archive.PutEncodedEntry(name, none, ArchiveEntry::Stored); }, ""},
-      {[&] { archive.Write("a", 1); },
-       "ArchiveException: A frame of the encoded archive entry has no room for the data."},
-      {[&] { archive.PutFrame(0); }, "IllegalArgumentException: Invalid frame size: size is 0."},
-      {[&] { archive.PutFrame(3); }, ""},
-      {[&] { archive.Write("ab", 2); }, ""},
-      {[&] { archive.PutFrame(1); }, incomplete},
-      {[&] { archive.CloseEncodedEntry(3, 0x352441C2U); }, incomplete},
-      {[&] { archive.Write("c", 1); }, ""},
-      {[&] { archive.CloseEntry(); }, open},
-      {[&] { archive.PutNextEntry(name); }, open},
-      {[&] { archive.CloseEncodedEntry(3, 0x352441C2U); }, ""},
-  });
-  EXPECT_EQ(sink.content, std::string(WithEntryABC(HeaderBytes())));
 }
 
 }  // namespace
