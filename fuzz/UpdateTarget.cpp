@@ -4,9 +4,8 @@
 #include <vector>
 
 #include "Larkspan/Common/IO/ArchiveFile.h"
-#include "Larkspan/Common/IO/ArchiveOBinaryChannel.h"
-#include "Larkspan/Common/IO/FileOBinaryChannel.h"
 #include "fuzz/Target.h"
+#include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/FailureOf.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/SleepRecord.h"
@@ -18,41 +17,15 @@ using namespace Larkspan::Common::IO;
 using Tests::FileFault;
 using Headers = std::map<std::string, std::string>;
 
-// What an archive file has to be: headers that change, and entries that don't.
-struct Model {
-  Headers headers;
-  std::vector<std::string> entries;
-
-  friend bool operator==(const Model&, const Model&) = default;
-};
-
-void WriteArchive(const ::IO::Location& location, bool isSealed, unsigned int reserved) {
-  FileOBinaryChannel file(location, false, FileShare::NoShare);
-  ArchiveOBinaryChannel archive(file, reserved);
-  if (isSealed) archive.PromiseSeal();
-  for (const char* const name : {"first", "second", "third"}) {
-    archive.PutNextEntry(Vx::UniString::FromUTF8(name));
-    const std::string data(300, name[0]);
-    archive.Write(data.data(), static_cast<unsigned int>(data.size()));
-  }
-  archive.CloseEntry();
-  if (isSealed) archive.WriteSeal();
-  file.Close();
-}
-
-// Reads and verifies all of it.
-Model ReadArchive(const ::IO::Location& location) {
-  Model model;
-  ArchiveFile file(location);
-  for (const auto& [name, value] : file.EnumerateHeaders()) {
-    if (name != ArchiveSeal::HeaderName) model.headers[name.ToUTF8()] = value.ToUTF8();
-  }
-  for (const auto& entry : file.EnumerateEntries()) {
-    model.entries.push_back(entry->GetName().ToUTF8() + " " + std::to_string(entry->GetCRC()));
-  }
-  Fuzz::Require(!file.GetEnd().IsDamaged(), "an archive is never damaged");
-  file.Close();
-  return model;
+// The headers of the archive, which has to be whole and to hold the entries of the sample.
+Headers ReadHeaders(const Tests::TemporaryFolder& folder) {
+  const Tests::ReadResult read = Tests::ReadArchive(folder.Read("a.lsa"));
+  const bool isWhole = read.failure.empty() && !read.end.IsDamaged();
+  Fuzz::Require(isWhole, "an archive is never damaged");
+  Fuzz::Require(read.archive.entries == Tests::MakeSample(0).entries, "entries never change");
+  Headers headers(read.archive.headers.begin(), read.archive.headers.end());
+  headers.erase("seal");
+  return headers;
 }
 
 // A failure of one system call, or of that and all behind it; of none where the input has it so.
@@ -95,21 +68,22 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Tests::TemporaryFolder folder;
   const ::IO::Location location = folder.At("a.lsa");
   const unsigned int kind = Fuzz::TakeByte(input);
-  WriteArchive(location, kind % 2 == 0, kind % 4 < 2 ? 0 : 256);
-  Model model = ReadArchive(location);
+  const Tests::SampleArchive sample = Tests::MakeSample(kind % 4 < 2 ? 0 : 256);
+  folder.Write("a.lsa", kind % 2 == 0 ? Tests::ToSealedBytes(sample) : Tests::ToBytes(sample));
+  Headers headers = ReadHeaders(folder);
   for (int change = 0; change < 16 && !input.empty(); ++change) {
     const std::string name(1, static_cast<char>('a' + Fuzz::TakeByte(input) % 4));
     const std::string value(Fuzz::TakeByte(input) * 2, 'v');
-    Model wanted = model;
+    Headers wanted = headers;
     if (value.empty()) {
-      wanted.headers.erase(name);
+      wanted.erase(name);
     } else {
-      wanted.headers[name] = value;
+      wanted[name] = value;
     }
     const bool isDone = Change(location, name, value, input);
-    const Model found = ReadArchive(location);
-    Fuzz::Require(found == wanted || (!isDone && found == model), "an update is all or nothing");
-    model = found;
+    const Headers found = ReadHeaders(folder);
+    Fuzz::Require(found == wanted || (!isDone && found == headers), "an update is all or nothing");
+    headers = found;
   }
   Fuzz::Require(Change(location, "end", "of it", input = {}), "a change without a fault succeeds");
   Fuzz::Require(folder.GetNames() == std::vector<std::string>{"a.lsa"}, "nothing else is left");

@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -94,27 +93,6 @@ TEST_P(IONewFile, TakesItsNameOnlyWhereThatIsFreeUnlessItReplaces) {
   EXPECT_EQ(folder.Read("link"), "4");
   EXPECT_EQ(folder.Read("victim"), "untouched");
   EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{"link", "new", "victim"}));
-}
-
-TEST_P(IONewFile, LeavesNothingBehindUnlessItIsComplete) {
-  {
-    const NewFile file(opened, NewFile::Access::Ordinary);
-    EXPECT_EQ(file.GetStatus(), IO::StatusSuccess);
-    EXPECT_EQ(folder.GetNames().size(), GetParam() == 0 ? 0U : 1U);
-    for (const std::string& name : folder.GetNames()) {
-      EXPECT_TRUE(NewFile::IsTemporary(Name(Vx::UniString::FromUTF8(name)))) << name;
-    }
-  }
-  EXPECT_TRUE(folder.GetNames().empty());
-  const auto canBeMade = [this] {
-    return NewFile(opened, NewFile::Access::Private).GetStatus() == IO::StatusSuccess;
-  };
-  const std::pair<unsigned int, int> rows[] = {{CallLock, EWOULDBLOCK}, {CallLock, ENOLCK}};
-  for (const auto& [calls, failure] : rows) {
-    const FileFault fault(calls, failure);
-    EXPECT_EQ(canBeMade(), GetParam() == 0);
-    EXPECT_TRUE(folder.GetNames().empty());
-  }
 }
 
 TEST_P(IONewFile, RemovesWhatDeadProcessesLeftAndNothingElse) {

@@ -1,5 +1,3 @@
-#include <string>
-
 #include <gtest/gtest.h>
 
 #include "foundation/IO/FileSystem.h"
@@ -43,26 +41,6 @@ TEST(IOLocation, TextsAreBroughtToOneFormOrRefused) {
     EXPECT_EQ(base.AppendToLocal(relative) == 0, relative.IsValid());
     EXPECT_EQ(base.GetLocalLength(), 1 + relative.GetLength());
     EXPECT_EQ(base.IsBelow(Location(u"\\base")), relative.GetLength() > 0);
-  }
-}
-
-TEST(IOLocation, EveryNativePathComesBack) {
-  const struct {
-    std::string native;
-    View path;
-  } rows[] = {{"/", u"\\"},
-              {"/a b/\xC3\xA9\xF0\x9F\x98\x80", u"\\a b\\\xE9\xD83D\xDE00"},
-              {"/\xC3(\xFF\x80\xC3", u"\\\xDCC3(\xDCFF\xDC80\xDCC3"},
-              {"/\xED\xA0\x80", u"\\\xDCED\xDCA0\xDC80"},  // a surrogate is no valid UTF-8
-              {"/\xC0\xAF", u"\\\xDCC0\xDCAF"},            // nor is a separator in two bytes
-              {"/a\\", u"\\a\xDC5C"}};
-  for (const auto& row : rows) {
-    Location location;
-    ASSERT_EQ(IO::fileSystem.FromNativePath(row.native, location), 0) << row.native;
-    EXPECT_EQ(location.GetPath(), row.path) << row.native;
-    Vx::String native;
-    ASSERT_EQ(IO::fileSystem.ToNativePath(location, native), 0);
-    EXPECT_EQ(native.GetView(), row.native);
   }
 }
 

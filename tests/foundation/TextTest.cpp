@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/Vx/ConversionErrorException.h"
-#include "foundation/Vx/IllegalArgumentException.h"
 #include "foundation/Vx/SipHash.h"
 #include "foundation/Vx/UniString.h"
 #include "tests/support/SeededRandom.h"
@@ -13,11 +11,6 @@ namespace {
 
 using Vx::UniString;
 using namespace std::string_view_literals;
-
-std::string Encode(const UniString& text, VxCharCode code,
-                   OnConversionError onError = OnConversionErrorFail) {
-  return std::string(text.ToBytes(0, Vx::ToEnd, code, onError).GetView());
-}
 
 // By characters, the surrogate pair of the alphabet would stand behind U+FFFF.
 std::u16string RandomText(Tests::SeededRandom& random, unsigned int limit) {
@@ -68,38 +61,6 @@ TEST(UniString, BehavesAsAStandardStringUnderRandomOperations) {
     ASSERT_EQ(text <=> UniString(other), model <=> other);
     ASSERT_EQ(text.GenerateHashValue(), UniString(model).GenerateHashValue());
   }
-}
-
-TEST(Encoding, PublishedTextsHaveTheirPublishedBytes) {
-  const struct {
-    VxCharCode code;
-    std::u16string_view text;
-    std::string_view bytes;
-  } rows[] = {
-      {VxCharCodePlain, u"caf\u00E9\u0080\u00FF\0"sv, "caf\xE9\x80\xFF\0"sv},
-      // RFC 3629, sections 7 and 3: the ends of the ranges.
-      {VxCharCodeDebug, u"A\u2262\u0391.", "A\xE2\x89\xA2\xCE\x91."},
-      {VxCharCodeDebug, u"\uFEFF\U000233B4", "\xEF\xBB\xBF\xF0\xA3\x8E\xB4"},
-      {VxCharCodeDebug, u"\u007F\u0080\u07FF\u0800", "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80"},
-      {VxCharCodeDebug, u"\0\U00010000\U0010FFFF"sv, "\0\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"sv},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(Encode(UniString(row.text), row.code), row.bytes);
-    UniString decoded(u"old");
-    decoded.Assign(row.bytes, row.code);
-    EXPECT_EQ(decoded.GetView(), row.text);
-  }
-  for (const char* bytes : {"\xF4\x90\x80\x80", "\xE0\x80\xAF", "\xC3(", "\xE2\x89"}) {
-    UniString text(u"old");
-    EXPECT_THROW(text.Append(bytes, VxCharCodeDebug), Vx::ConversionErrorException) << bytes;
-    EXPECT_THROW(text.Assign(bytes, VxCharCodeUTF), Vx::ConversionErrorException) << bytes;
-    EXPECT_EQ(text, u"old");
-  }
-  EXPECT_EQ(UniString("\xF4\x8F\xBF\xBF", VxCharCodeUTF), u"\U0010FFFF");
-  EXPECT_EQ(UniString(u"\xD800z\xDC00").ToUTF8(), "\xEF\xBF\xBDz\xEF\xBF\xBD");
-  EXPECT_THROW(Encode(u"a\u0100", VxCharCodePlain), Vx::ConversionErrorException);
-  EXPECT_EQ(Encode(u"a\u0100\u20ACz", VxCharCodePlain, OnConversionErrorReplace), "a??z");
-  EXPECT_THROW(Encode(u"a", static_cast<VxCharCode>(12)), Vx::IllegalArgumentException);
 }
 
 TEST(Hash, SipHashGivesItsKnownValues) {

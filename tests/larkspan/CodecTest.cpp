@@ -81,23 +81,6 @@ TEST(Codec, BlocksOfAnyEngineJoinIntoOneStreamThatZlibReads) {
   }
 }
 
-TEST(Inflater, SeenFromBothSidesItIsThePlainForm) {
-  const std::string noise = Noise(100000);
-  std::string mixed;
-  for (unsigned int word = 0; mixed.size() < 100000; ++word) {
-    mixed += noise.substr(word % 500, word % 7) + std::string(word % 300, 'w');
-  }
-  for (const unsigned int length : {0U, 1U, 64U, 1023U, 1024U, 1025U, 65536U, 100000U}) {
-    for (const std::string& data : {noise, mixed, std::string(100000, '\0')}) {
-      const std::string compressed = Compress(data.substr(0, length)) + "behind";
-      for (const std::size_t piece : {0U, 7U, 1000U, 100000U}) {
-        EXPECT_EQ(CompareWithPlainForm(compressed, piece, 64, length), "");
-        EXPECT_EQ(CompareWithPlainForm(compressed, piece, 1024, length), "");
-      }
-    }
-  }
-}
-
 TEST(Inflater, CutBrokenOrFlippedAnywhereItFailsAsThePlainForm) {
   const std::string compressed = Compress(Noise(300) + std::string(20000, 'r'));
   for (unsigned int at = 0; at < compressed.size(); ++at) {

@@ -1,4 +1,3 @@
-#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -91,23 +90,6 @@ TEST_F(DeferredFile, IsMadeByTheWriteThatLeadsPastTheThreshold) {
   channel.WriteTo(sink);
   channel.WriteTo(sink);
   EXPECT_EQ(sink.content, small + "+" + small + "+");
-}
-
-TEST_F(DeferredFile, WriteThatFailsKeepsWhatTheMemoryHoldsAndElseLeavesTheOutputIncomplete) {
-  for (unsigned int passing = 0; passing < 3; ++passing) {  // the first write moves the memory
-    SCOPED_TRACE(passing);
-    DeferredFileOBinaryChannel failing(folder.At("f"), Threshold);
-    const FileFault full(CallWrite, ENOSPC, passing, 1);
-    for (int piece = 0; piece < 10; ++piece) {
-      FailureOf([&] { failing.Write(small.data(), 50); });
-    }
-    EXPECT_TRUE(full.HasStruck());
-    EXPECT_EQ(FailureOf([&] { failing.Write("x", 1); }), incomplete);
-    failing.Close();
-    RecordingOutput sink;
-    EXPECT_EQ(FailureOf([&] { failing.WriteTo(sink); }), passing == 0 ? "" : incomplete);
-    EXPECT_EQ(sink.content, passing == 0 ? small : "");
-  }
 }
 
 TEST_F(DeferredFile, IsMadeAsTheHostAsks) {

@@ -1,13 +1,11 @@
 #include <cerrno>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "Larkspan/Common/IO/CreateFileTransaction.h"
 #include "Larkspan/Common/IO/FileTransactionException.h"
 #include "Larkspan/Common/IO/IOUtilities.h"
 #include "Larkspan/Common/IO/ReplaceFileTransaction.h"
@@ -26,79 +24,13 @@ using Names = std::vector<std::string>;
 
 const std::string failed = "FileTransactionException: Failed to ";
 
-void Finish(FileTransaction& transaction, bool commit) {
-  if (commit) {
-    transaction.Commit();
-  } else {
-    transaction.Abort();
-  }
-}
-
-class Files : public testing::Test {
- protected:
-  void ExpectAlone(const std::string& content) const {
-    EXPECT_EQ(folder.GetNames(), content == "(missing)" ? Names{} : Names{"model.dat"});
-    EXPECT_EQ(folder.Read("model.dat"), content);
-  }
-
+TEST(Folders, AreMadeForFiles) {
   const TemporaryFolder folder;
-  const IO::Location file = folder.At("model.dat");
-};
-
-TEST_F(Files, FoldersAreMadeForThem) {
   CreateParentFolder(folder.At("a/b/file"));
   CreateFolder(folder.At("a/c"));
   EXPECT_TRUE(IsFolder(folder.At("a/b")));
   EXPECT_TRUE(IsFolder(folder.At("a/c")));
   EXPECT_FALSE(Exists(folder.At("a/b/file")));
-}
-
-TEST_F(Files, TransactionIsFinishedOnceAndLeavesTheOldOrTheNewFile) {
-  struct {
-    const char* kind;
-    const char* old;      // content before, null for no file
-    const char* written;  // content meanwhile, null for none
-    bool backupGoes;      // somebody removes the backup meanwhile
-    bool commit;
-    std::string expected;
-  } const rows[] = {{"update", "old", "new", false, true, "new"},
-                    {"update", "old", "new", false, false, "old"},
-                    {"update", "old", nullptr, false, true, "(missing)"},
-                    {"update", "old", nullptr, false, false, "old"},
-                    {"update", "old", "new", true, true, "new"},
-                    {"update", "old", "new", true, false, "(missing)"},
-                    {"update", nullptr, "new", false, true, "new"},
-                    {"update", nullptr, "new", false, false, "(missing)"},
-                    {"update", nullptr, nullptr, false, true, "(missing)"},
-                    {"create", nullptr, "new", false, true, "new"},
-                    {"create", "old", "new", false, false, "(missing)"},
-                    {"create", nullptr, nullptr, false, false, "(missing)"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    const std::string kind = row.kind;
-    fs::remove(folder.GetPath() / "model.dat");
-    if (row.old != nullptr) folder.Write("model.dat", row.old);
-    std::unique_ptr<FileTransaction> transaction;
-    if (kind == "create") {
-      transaction = std::make_unique<CreateFileTransaction>(file);
-    } else {
-      transaction = std::make_unique<UpdateFileTransaction>(file);
-      EXPECT_EQ(folder.GetNames(), row.old != nullptr ? Names{"model.dat.bak"} : Names{});
-    }
-    if (row.written != nullptr) folder.Write("model.dat", row.written);
-    if (row.backupGoes) Delete(folder.At("model.dat.bak"));
-    Finish(*transaction, row.commit);
-    EXPECT_EQ(transaction->IsCommitted(), row.commit);
-    EXPECT_EQ(transaction->IsAborted(), !row.commit);
-    const std::string already = " file transaction: " + kind +
-                                " file transaction has already been " +
-                                (row.commit ? "committed." : "aborted.");
-    EXPECT_EQ(FailureOf([&] { transaction->Commit(); }), failed + "commit " + kind + already);
-    EXPECT_EQ(FailureOf([&] { transaction->Abort(); }), failed + "abort " + kind + already);
-    transaction.reset();
-    ExpectAlone(row.expected);
-    EXPECT_FALSE(UpdateFileTransaction::Recover(file));
-  }
 }
 
 // What happens to a backup besides the transaction that made it.

@@ -110,21 +110,4 @@ TEST(ParallelWriter, FailuresComeUpInTheCallsThatSaySo) {
   }
 }
 
-TEST(ParallelWriter, FailuresOfTheTargetPassThrough) {
-  for (const unsigned int jobs : {1U, 2U, 8U}) {
-    RecordingOutput sink(5000000);
-    ArchiveOBinaryChannel archive(sink, 0);
-    ParallelWriter writer(archive, jobs);
-    const std::string data = Noise(1000000);
-    std::string failure;
-    for (int count = 0; count < 100 && failure.empty(); ++count) {
-      PiecewiseInput source(data);
-      failure = FailureOf([&] {
-        writer.Add(Vx::UniString(u"a"), ArchiveHeaders(0, 0), ArchiveEntry::Deflated, source);
-      });
-    }
-    EXPECT_EQ(failure, "IOException: No room.");
-  }
-}
-
 }  // namespace

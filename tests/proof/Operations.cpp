@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <stdexcept>
 
 #include "Larkspan/Archive/ArchiveChange.h"
@@ -12,8 +11,6 @@
 #include "Larkspan/Archive/ParallelWriter.h"
 #include "Larkspan/Archive/RandomInput.h"
 #include "Larkspan/Archive/TreeExtractor.h"
-#include "Larkspan/Common/Base64.h"
-#include "Larkspan/Common/Containers/Properties.h"
 #include "Larkspan/Common/IO/ArchiveFile.h"
 #include "Larkspan/Common/IO/CreateFileTransaction.h"
 #include "Larkspan/Common/IO/DeferredFileOBinaryChannel.h"
@@ -436,30 +433,6 @@ void FillTable(const Stage&) {
   }
 }
 
-void CopyProperties(const Stage&) {
-  Larkspan::Common::Containers::Properties properties;
-  for (char16_t key = u'a'; key < u'z'; ++key) {
-    properties.SetProperty(Vx::UniString(std::u16string(30, key)), u"a value");
-  }
-  auto copy = properties;
-  copy.RemoveProperty(Vx::UniString(std::u16string(30, u'b')));
-  copy = properties;
-  Expect(copy == properties, "another copy");
-}
-
-void EncodeAndDecode(const Stage&) {
-  char* encoded = nullptr;
-  char* decoded = nullptr;
-  unsigned int encodedSize = 0;
-  unsigned int size = 0;
-  using Larkspan::Common::Base64;
-  Base64::Encode(NewText.data(), static_cast<unsigned int>(NewText.size()), &encoded, &encodedSize);
-  const std::unique_ptr<char[]> owner(encoded);
-  Base64::Decode(encoded, encodedSize, &decoded, &size);
-  const std::unique_ptr<char[]> other(decoded);
-  Expect(NewText == std::string_view(decoded, size), "other bytes");
-}
-
 void WriteAndReadValues(const Stage& stage) {
   const Vx::UniString text(u"a text that is too long to be kept in the object");
   {
@@ -570,8 +543,6 @@ const std::vector<Operation>& AllOperations() {
        .durable = true},
       {.name = "folders", .prepare = archiveThere, .run = MakeDeepFolders},
       {.name = "table", .prepare = nothing, .run = FillTable},
-      {.name = "properties", .prepare = nothing, .run = CopyProperties},
-      {.name = "Base64", .prepare = nothing, .run = EncodeAndDecode},
       {.name = "values",
        .prepare = nothing,
        .run = WriteAndReadValues,

@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -115,22 +114,6 @@ TEST_F(ToolExtraction, PowerCutLeavesNoIncompleteFileWhereItCouldReplaceOneOrSyn
       });
     }
   }
-}
-
-// The file, its folder, and those above it as far as they are new.
-TEST_F(ToolExtraction, SyncThatFailsIsAFailureOfTheWork) {
-  MakeArchive({"folder:void"}, {"a/b/f"});
-  ExtractOptions options;
-  options.sync = true;
-  unsigned int syncs = 0;
-  for (bool struck = true; struck; ++syncs) {
-    std::filesystem::remove_all(GetPath("out"));
-    const FileFault fault(CallSync | CallSyncData, EIO, syncs, 1);
-    const std::string failure = Extract(options);
-    struck = fault.HasStruck();
-    EXPECT_EQ(failure.ends_with("can't be synced: Input/output error"), struck) << failure;
-  }
-  EXPECT_EQ(syncs - 1, 6U);
 }
 
 }  // namespace

@@ -110,17 +110,6 @@ class ChangeTest(ToolTest):
         self.write("l.lsa", header() + entry("tree/z", b"z", crc=1))
         diff(archive="l.lsa", code=BAD)
 
-    def test_hard_links_follow_the_data(self):
-        # The second name holds a byte that is no UTF-8.
-        first = b"1\xed\xb3\xbf"
-        self.write("l.lsa", header() + entry("f", b"data") +
-                   entry("1\udcff", b"f", **LINK) + entry("2", b"f", **LINK))
-        self.run_tool("remove", "l.lsa", "f")
-        self.assertEqual((self.content(b"1\xff", "l.lsa"), self.content("2", "l.lsa")),
-                         (b"data", first))
-        self.run_tool("remove", "l.lsa", b"1\xff")
-        self.assertEqual((self.names("l.lsa"), self.content("2", "l.lsa")), (["2"], b"data"))
-
     def test_merged_archives_hold_all_and_the_last_of_each_name(self):
         self.write("other/a", b"other")
         self.write("other/new", b"new")

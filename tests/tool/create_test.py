@@ -124,23 +124,6 @@ class CreateTest(ToolTest):
             self.assertEqual(self.run_tool("create", "-", *arguments, data=b"in")[0], stream)
             self.assertEqual(self.run_tool("list", "-", data=stream)[0].decode(), names)
 
-    def test_every_archive_is_sealed(self):
-        self.write("f", b"data")
-        # One byte more than the promise of the seal takes must be free.
-        for arguments, reserve in ((("--reserve", "0"), 0), ((), 4096),
-                                   (("--reserve", "256", "-H", "x=" + "y" * 201), 256),
-                                   (("--reserve", "256", "-H", "x=" + "y" * 202), 512)):
-            self.run_tool("create", "--force", *arguments, "a.lsa", "f")
-            bytes_of_file = (self.folder / "a.lsa").read_bytes()
-            for jobs in ("1", "3"):
-                again, _ = self.run_tool("create", "-j", jobs, *arguments, "-", "f")
-                self.assertEqual(again, bytes_of_file)
-            self.assertEqual(int.from_bytes(bytes_of_file[23:27], "big"), reserve)
-            told = subprocess.check_output([sys.executable, READER, "verify", "a.lsa"],
-                                           cwd=self.folder)
-            self.assertEqual(told, b"Verified 1 entry, sealed.\n")
-        self.run_tool("create", "-H", "seal=1 00000000", "b.lsa", "f", code=USAGE)
-
     def test_what_force_replaces(self):
         self.write("f", b"x")
         self.write("old", b"old", mode=0o600)

@@ -65,44 +65,6 @@ class ToolTest(unittest.TestCase):
         return False
 
 
-class HeadersTest(ToolTest):
-    def setUp(self):
-        super().setUp()
-        self.before = header(("a", "1"), ("b", "x=y"), ("folder:void", "0755"), reserved=4096)
-        self.before += entry("f", b"data " * 1000)
-        self.place = self.write("a.lsa", self.before)
-
-    def test_changes_in_place_touch_nothing_behind_the_reserve(self):
-        for change, left in (((b"set", b"a.lsa", b"a=\xff", b"c="), b"b=x=y a=\\xff c="),
-                             ((b"clear", b"a.lsa", b"c"), b"b=x=y a=\\xff"),
-                             ((b"clear", b"a.lsa", b"--all"), b"")):
-            node = self.place.stat().st_ino
-            self.run_tool("headers", *change)
-            after = self.place.read_bytes()
-            self.assertEqual((self.place.stat().st_ino, len(after), after[4096:]),
-                             (node, len(self.before), self.before[4096:]))
-            self.assertEqual(set(self.run_tool("headers", "get", "a.lsa")[0].split()),
-                             {*left.split(), b"folder:void=0755"})
-
-    def test_headers_that_do_not_fit_rewrite_the_archive(self):
-        link = self.folder / "links/to.lsa"
-        link.parent.mkdir()
-        link.symlink_to("../a.lsa")
-        self.place.chmod(0o640)
-        for name, size, reserve in (("a.lsa", 5000, 8192), ("links/to.lsa", 9000, 16384)):
-            self.run_tool("headers", "set", name, "l=" + "x" * size)
-            after = self.place.read_bytes()
-            self.assertEqual(after[reserve:], self.before[4096:])
-            self.assertEqual(self.run_tool("headers", "get", "a.lsa", "l")[0], b"x" * size + b"\n")
-        self.place.write_bytes(after[:-1] + b"?")
-        self.run_tool("headers", "set", "links/to.lsa", "m=" + "x" * 9000, code=BAD)
-        self.assertEqual(self.place.read_bytes(), after[:-1] + b"?")
-        self.assertEqual(stat.S_IMODE(self.place.stat().st_mode), 0o640)
-        self.assertEqual(os.readlink(link), "../a.lsa")
-        self.assertEqual(sorted(os.listdir(self.folder)) + os.listdir(link.parent),
-                         ["a.lsa", "links", "to.lsa"])
-
-
 class ProgramTest(ToolTest):
     def test_exit_codes(self):
         self.write("f", b"data")

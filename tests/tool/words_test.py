@@ -1,22 +1,15 @@
-"""What the tool says to people: wrong usage, help, manual, completions, and progress. Environment
-as in tool_test.py, and LARKSPAN_DOCUMENTS, the folder of manual and completions."""
+"""What the tool says to people: wrong usage, help, manual, and completions. Environment as in
+tool_test.py, and LARKSPAN_DOCUMENTS, the folder of manual and completions."""
 
-import gzip
-import io
-import itertools
 import os
 import pathlib
-import pty
 import re
 import shutil
 import subprocess
-import tarfile
-import time
 import unittest
-import zipfile
 
 from archive_builder import entry, header
-from tool_test import BAD, SYSTEM, TOOL, USAGE, ToolTest
+from tool_test import TOOL, USAGE, ToolTest
 
 DOCUMENTS = pathlib.Path(os.environ["LARKSPAN_DOCUMENTS"])
 COMMANDS = re.findall(r"^  (\w+) +[A-Z]", subprocess.run(
@@ -83,30 +76,6 @@ class WordsTest(ToolTest):
                             ("list -- -b --c", "not expected: --c;")):
             self.assertIn(meant, self.run_tool(*line.split(), code=USAGE)[1].decode())
 
-    def test_other_files_are_called_what_they_are(self):
-        made = io.BytesIO()
-        with zipfile.ZipFile(made, "w") as archive:
-            archive.writestr("f", "data")
-        taped = io.BytesIO()
-        with tarfile.open(fileobj=taped, mode="w") as archive:
-            archive.addfile(tarfile.TarInfo("f"))
-        for data, name in ((b"", "empty"), (gzip.compress(b"x"), "a gzip file"),
-                           (made.getvalue(), "a zip archive"), (taped.getvalue(), "a tar archive")):
-            place = self.write("a.lsa", data)
-            for command in (["list"], ["verify"], ["headers", "get"], ["extract"]):
-                for argument in (place.name, "-"):
-                    told = self.run_tool(*command, argument, data=data, code=BAD)[1].decode()
-                    self.assertIn(f": is {name}, not a Larkspan archive\n", told)
-
-    def test_relative_paths_stay_relative(self):
-        self.write("sub/a.lsa", header() + entry("f") + entry("g"))
-        self.write("sub/g")
-        for line, path in (("list ./none", "./none"), ("extract sub/a.lsa -C sub", "sub/g"),
-                           ("create a.lsa none", "none"), ("create a.lsa -C sub none", "sub/none")):
-            with self.subTest(line):
-                told = self.run_tool(*line.split(), code=SYSTEM)[1].decode()
-                self.assertTrue(told.startswith(f"larkspan: {path}: "), told)
-
     def test_loudness_and_colour(self):
         self.write("a.lsa", header() + entry("f"))
         red = b"\x1b[1;31mlarkspan:\x1b[0m "
@@ -121,46 +90,8 @@ class WordsTest(ToolTest):
             self.assertTrue(ended.stdout.startswith(output) and bool(output) == bool(ended.stdout))
             self.assertRegex(ended.stderr, rb"\A" + told + rb"\Z")
 
-    def test_progress_at_a_terminal_only(self):
-        archive = self.run_tool("create", "-", "--method", "stored", "-", data=bytes(4 << 20))[0]
-        for terminal, shown in (("xterm", True), ("dumb", False)):
-            ours, theirs = pty.openpty()
-            with subprocess.Popen([TOOL, "verify", "-"], stdin=subprocess.PIPE, stderr=theirs,
-                                  stdout=subprocess.DEVNULL,
-                                  env={**os.environ, "TERM": terminal}) as process:
-                os.close(theirs)
-                for start in range(0, len(archive), len(archive) // 20):
-                    process.stdin.write(archive[start:start + len(archive) // 20])
-                    time.sleep(0.1)
-            told = b""
-            while part := self.read(ours):
-                told += part
-            facts = re.search(rb"1 done, \d\.\d MiB, (?!0\.0)\d\.\d MiB/s: stdin", told)
-            self.assertEqual(facts is not None, shown, told)
-            self.assertEqual(told.endswith(b"\r\x1b[K"), shown, told)
-
-    def read(self, terminal):
-        try:
-            return os.read(terminal, 4096)
-        except OSError:  # its last writer has gone
-            os.close(terminal)
-            return b""
-
 
 class DocumentsTest(ToolTest):
-    def test_manual_and_completions_know_every_option(self):
-        scripts = {name: (DOCUMENTS / name).read_text() for name in (
-            "bash-completion/completions/larkspan", "zsh/site-functions/_larkspan",
-            "fish/vendor_completions.d/larkspan.fish")}
-        for command in LEAVES:
-            page = (DOCUMENTS / f"man/man1/larkspan-{command[0]}.1").read_text().replace("\\-", "-")
-            for short, name, _ in options_of(help_of(*command)):
-                for option in filter(None, (short, name)):
-                    with self.subTest((command, option)):
-                        self.assertIn(f"fB{option}\\fR", page)
-                        for script, text in scripts.items():
-                            wanted = f" -{'sl'[option[1] == '-']} {option.strip('-')} "
-                            self.assertIn(wanted if script.endswith("fish") else option, text)
 
     def test_pages_and_scripts_are_clean(self):
         bash = DOCUMENTS / "bash-completion/completions/larkspan"
