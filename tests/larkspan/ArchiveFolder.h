@@ -17,12 +17,6 @@ namespace Tests {
 class ArchiveFolder : public testing::Test {
  protected:
   void Write(const SampleArchive& archive) const { folder.Write("a.lsa", ToBytes(archive)); }
-  // Writes the sample with its last CRC wrong.
-  void WriteDamaged() const {
-    std::string bytes = ToBytes(sample);
-    bytes.back() = static_cast<char>(bytes.back() ^ 1);
-    folder.Write("a.lsa", bytes);
-  }
   [[nodiscard]] std::filesystem::path GetPath(const char* name) const {
     return folder.GetPath() / name;
   }

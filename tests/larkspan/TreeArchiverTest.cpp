@@ -72,20 +72,5 @@ TEST(TreeArchiver, FiltersAndTellsOfChanges) {
               entry->ConstainsHeader(u"folder:t/kept/sub"));
 }
 
-TEST(TreeArchiver, AWatcherThatThrowsCancels) {
-  const TemporaryFolder folder;
-  folder.Write("f", std::string(100, 'x'));
-  Watcher watcher;
-  watcher.onRead = [] { throw 1; };
-  FileTree tree({}, watcher);
-  tree.Add(folder.GetLocation(), u"");
-  TreeArchiver archiver(tree, {}, watcher);
-  std::string bytes;
-  Larkspan::Interop::StringOBinaryChannel target(bytes);
-  Larkspan::Common::IO::ArchiveOBinaryChannel output(target, 0);
-  ParallelWriter writer(output, 2);
-  EXPECT_THROW(archiver.Write(writer), int);
-}
-
 }  // namespace
 }  // namespace Tests

@@ -1,3 +1,5 @@
+#include <cerrno>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -8,6 +10,8 @@
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/FileFault.h"
+#include "tests/support/PowerCut.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Tests {
@@ -43,7 +47,7 @@ class ArchiveTreeExtractor : public testing::Test {
   }
 
   const TemporaryFolder folder;
-  const std::string bytes = ToBytes({0, {}, {{"a", 2, {}, "first"}, {"b", 2, {}, "second"}}});
+  std::string bytes = ToBytes({0, {}, {{"a", 2, {}, "first"}, {"b", 2, {}, "second"}}});
   Watcher watcher;
 };
 
@@ -95,6 +99,69 @@ TEST_F(ArchiveTreeExtractor, LinkInTheWayIsReplacedOrStaysAsAFileWould) {
   }
   EXPECT_EQ(folder.Read("victim"), "untouched");
   EXPECT_EQ(watcher.reasons, std::vector{TreeExtractor::Reason::Exists});
+}
+
+// Another process swaps a folder of the target for a link, before each system call in turn.
+TEST_F(ArchiveTreeExtractor, LinkThatIsPutOnTheWayMeanwhileLeadsNothingOut) {
+  bytes = ToBytes({0,
+                   {{"folder:d/void", "0755"}},
+                   {{"d/1", 2, {}, "1"}, {"e/2", 2, {}, "2"}, {"d/3", 2, {}, "3"}}});
+  const std::filesystem::path out = folder.GetPath() / "out";
+  std::filesystem::create_directory(folder.GetPath() / "outside");
+  const auto swapForLink = [&out] {
+    if (!std::filesystem::is_directory(out / "d")) return;
+    std::filesystem::rename(out / "d", out / "real");
+    std::filesystem::create_symlink("../outside", out / "d");
+  };
+  unsigned int refusals = 0;
+  bool struck = true;
+  for (unsigned int skip = 0; struck; ++skip) {
+    std::filesystem::remove_all(out);
+    const CallHook hook(skip, swapForLink);
+    const std::string failure = FailureOf([&] { Extract({}); });
+    struck = hook.HasStruck();
+    EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath() / "outside")) << skip;
+    if (!failure.empty()) ++refusals;
+  }
+  EXPECT_GT(refusals, 0U);
+}
+
+TEST_F(ArchiveTreeExtractor, PowerCutLeavesNoIncompleteFileWhereItCouldReplaceOneOrSyncIsAskedFor) {
+  bytes = ToBytes({0, {}, {{"f", 2, {}, "new"}, {"f", 2, {}, "new"}}});
+  const struct {
+    bool sync;
+    bool unnamed;
+    std::string before;
+  } rows[] = {{false, true, "old"},
+              {true, true, "old"},
+              {true, true, "(missing)"},
+              {false, false, "old"},
+              {true, false, "(missing)"}};
+  const std::filesystem::path out = folder.GetPath() / "out";
+  for (const auto& row : rows) {
+    for (const PowerCut::Order order : {PowerCut::Order::Kept, PowerCut::Order::None}) {
+      std::filesystem::remove_all(out);
+      std::filesystem::create_directory(out);
+      if (row.before == "old") {
+        folder.Write("out/f", row.before);
+        // The model tells files by their inodes, so this one must not be used again.
+        std::filesystem::remove(folder.GetPath() / "kept");
+        std::filesystem::create_hard_link(out / "f", folder.GetPath() / "kept");
+      }
+      PowerCut cut(out);
+      TreeExtractor::Options options;
+      options.overwrite = Overwrite::Always;
+      options.sync = row.sync;
+      const FileFault noUnnamed(CallOpenUnnamed, EOPNOTSUPP, 0,
+                                row.unnamed ? 0 : FileFault::Always);
+      Extract(options);
+      cut.ForEachState(order, [&row](const PowerCut::Files& disk) {
+        const auto file = disk.find("f");
+        const std::string found = file == disk.end() ? "(missing)" : file->second;
+        EXPECT_TRUE(found == row.before || found == "new") << row.sync << found;
+      });
+    }
+  }
 }
 
 }  // namespace

@@ -19,7 +19,6 @@ enum SystemCall : unsigned int {
   CallRename = 1U << 6U,
   CallLink = 1U << 7U,
   CallRemove = 1U << 8U,
-  CallAny = (1U << 9U) - 1,
   CallOpen = 1U << 9U,
   CallMake = 1U << 10U,         // a folder
   CallOpenUnnamed = 1U << 11U,  // a file without a name

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <functional>
 #include <map>
 #include <utility>
 #include <vector>
@@ -8,25 +7,9 @@
 
 #include "foundation/Vx/HashCapacity.h"
 #include "foundation/Vx/HashTable.h"
-#include "foundation/Vx/OutOfMemoryException.h"
-#include "foundation/Vx/PagedArray.h"
-#include "foundation/Vx/UniString.h"
-#include "tests/support/AllocationFault.h"
-#include "tests/support/FailureOf.h"
 #include "tests/support/SeededRandom.h"
 
 namespace {
-
-// A value whose copies need memory.
-struct Heavy {
-  Heavy(int start = 0) : number(start) {}
-  Heavy(const Heavy&) = default;
-  Heavy& operator=(const Heavy&) = default;
-  operator int() const { return number; }
-
-  Vx::UniString text{u"a text that is too long to be kept in the object itself"};
-  int number;
-};
 
 // A key that falls into one of `spread` hash values.
 struct Key {
@@ -60,41 +43,6 @@ void ExpectTable(const Table& table, const Pairs& pairs) {
     ASSERT_EQ(entry->value, value) << key;
   }
   ASSERT_EQ(table.GetSearchCost(), SearchCostOf(pairs, table.GetBucketCount()));
-}
-
-// Runs `action` with the `n`-th allocation failing, which must come out as an exception. Gives
-// whether there was one.
-bool FailAt(int n, const std::function<void()>& action) {
-  const Tests::AllocationFault fault(n);
-  const bool hasFailed = Tests::FailureOf(action).starts_with("OutOfMemoryException");
-  EXPECT_EQ(hasFailed, fault.HasStruck());
-  return hasFailed;
-}
-
-TEST(PagedArrayTest, FollowsVectorAndItsCapacityRulesAndSurvivesWantOfMemory) {
-  const auto room = [](unsigned int blocks) { return 4 * blocks * (blocks + 1); };
-  Tests::SeededRandom random;
-  Vx::PagedArray<Heavy> array;
-  for (int n = 1; FailAt(n, [&] { array.Reserve(300); }); ++n) ASSERT_EQ(array.GetCapacity(), 0U);
-  array.Clear();
-  std::vector<int> model;
-  unsigned int blocks = 0;
-  for (int step = 0; step < 4000; ++step) {
-    if (random.Below(100) < (step / 200 % 2 == 0 ? 80U : 20U) || model.empty()) {
-      for (int n = 1; FailAt(n, [&] { array.Push(step); });) ++n;
-      if (model.size() == room(blocks)) ++blocks;
-      model.push_back(step);
-    } else {
-      const auto index = random.Below(model.size());
-      array.Delete(index);
-      model.erase(model.begin() + index);
-      const bool isSparse = model.size() <= room(std::max(blocks, 2U) - 2);
-      while (isSparse && blocks > 0 && room(blocks - 1) >= model.size()) --blocks;
-    }
-    ASSERT_EQ(array.GetCapacity(), room(blocks));
-    ASSERT_EQ(array.GetSize(), model.size());
-    for (unsigned int i = 0; i < model.size(); ++i) ASSERT_EQ(array[i], model[i]);
-  }
 }
 
 TEST(HashTableTest, FollowsModelWhateverHashesAndLimits) {
