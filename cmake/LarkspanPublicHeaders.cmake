@@ -10,6 +10,7 @@ set(LARKSPAN_PUBLIC_HEADERS
     Larkspan/Archive/EntrySelection.h
     Larkspan/Archive/FileTree.h
     Larkspan/Archive/LocalAccounts.h
+    Larkspan/Archive/NamePatterns.h
     Larkspan/Archive/ParallelReader.h
     Larkspan/Archive/ParallelWriter.h
     Larkspan/Archive/RandomInput.h

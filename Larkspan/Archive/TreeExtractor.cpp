@@ -196,8 +196,8 @@ class TreeExtractor::Work final {
     }
   }
 
-  bool IsWanted(const Vx::UniString& name) const {
-    const bool isSelected = !options.filter || options.filter(name);
+  bool IsWanted(const Vx::UniString& name, bool isFolder = false) const {
+    const bool isSelected = !options.filter || options.filter(name, isFolder);
     return isSelected && IsLeft(name);
   }
 
@@ -251,7 +251,7 @@ class TreeExtractor::Work final {
       if (!name.GetView().starts_with(TreeFacts::FolderPrefix)) continue;
       const Vx::UniString path = name.GetSubstring(TreeFacts::FolderPrefix.size());
       toldFolders.insert_or_assign(path, value);
-      if (IsWanted(path)) GoOnIfBad([&] { KeepFolder(path); });
+      if (IsWanted(path, true)) GoOnIfBad([&] { KeepFolder(path); });
     }
     const std::size_t count = folders.size();
     for (std::size_t i = 0; i < count; ++i) MakeFolder(folders[i]);

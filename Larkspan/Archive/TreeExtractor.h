@@ -43,8 +43,9 @@ class LARKSPAN_API TreeExtractor final {
     unsigned int stripParts = 0;
     /// Bytes that all files together may have: a little archive can hold a lot of them.
     Vx::UInt64 maxSize = std::numeric_limits<Vx::UInt64>::max();
-    /// Whether an entry is wanted, or the facts of an empty folder; all are if this is empty.
-    std::function<bool(const Vx::UniString& name)> filter;
+    /// Whether an entry is wanted, or an empty folder; all are if this is empty. May be asked more
+    /// than once.
+    std::function<bool(const Vx::UniString& name, bool isFolder)> filter;
   };
 
   /// What the system can refuse.

@@ -53,7 +53,7 @@ class ArchiveTreeExtractor : public testing::Test {
 
 TEST_F(ArchiveTreeExtractor, TakesFromAStreamWhatTheFilterWants) {
   TreeExtractor::Options options;
-  options.filter = [](const Vx::UniString& name) { return name == u"b"; };
+  options.filter = [](const Vx::UniString& name, bool) { return name == u"b"; };
   Extract(options);
   EXPECT_EQ(folder.Read("out/a"), "(missing)");
   EXPECT_EQ(folder.Read("out/b"), "second");

@@ -64,6 +64,8 @@ class ChangeTest(ToolTest):
         self.assertEqual(self.unchanged("remove", "-n", "a.lsa", "tree/void", "tree/sub/"),
                          ["remove tree/void/", "remove tree/sub/b", "remove tree/sub/c"])
         self.unchanged("remove", "a.lsa", "tree/nothing", code=INCOMPLETE)
+        self.assertEqual(self.unchanged("remove", "-n", "a.lsa", "tree/*/b", "--exclude", "c"),
+                         ["remove tree/sub/b"])
         told = self.run_tool("remove", "-j", "1", "a.lsa", "tree/void", "gone", "tree/sub/",
                              code=INCOMPLETE)[1]
         self.assertIn(b"no entry named gone", told)

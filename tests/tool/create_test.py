@@ -124,6 +124,19 @@ class CreateTest(ToolTest):
             self.assertEqual(self.run_tool("create", "-", *arguments, data=b"in")[0], stream)
             self.assertEqual(self.run_tool("list", "-", data=stream)[0].decode(), names)
 
+    def test_paths_come_from_files_and_patterns_leave_out(self):
+        for name in ("t/keep.c", "t/drop.o", "t/sub/deep/drop.o", "t/sub/keep.o", "t/tmp/f", "u/tmp"):
+            self.write(name)
+        self.write("paths", b"t\nu\n")
+        self.write("patterns", b"*.o\r\n!sub/keep.o\n!/t/sub/keep.o\n")
+        arguments = ("-T", "paths", "--exclude-from", "patterns", "--exclude", "tmp/")
+        expected = ["t/sub/deep/", "t/keep.c", "t/sub/keep.o", "u/tmp"]
+        self.run_tool("create", "a.lsa", *arguments)
+        self.assertEqual(self.run_tool("list", "a.lsa")[0].decode().split(), expected)
+        added = self.run_tool("add", "-n", "-0", "a.lsa", "--exclude", "*.o", "-T", "-",
+                              data=b"t/sub\0t/tmp\0")[0]
+        self.assertEqual(added, b"add t/sub/\0add t/tmp/f\0")
+
     def test_what_force_replaces(self):
         self.write("f", b"x")
         self.write("old", b"old", mode=0o600)

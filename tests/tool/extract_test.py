@@ -4,7 +4,7 @@ import os
 import unittest
 
 from archive_builder import DEFLATED, entry, header
-from tool_test import BAD, DONE, SYSTEM, ToolTest, snapshot
+from tool_test import BAD, DONE, SYSTEM, USAGE, ToolTest, snapshot
 
 
 class ExtractTest(ToolTest):
@@ -37,6 +37,23 @@ class ExtractTest(ToolTest):
                                                    ("x\udcff", {"x\udcff"}), ("d\\e", {"d/e"}))):
             self.run_tool("extract", "-C", str(number), "-", name, data=archive)
             self.assertEqual(set(snapshot(self.folder / str(number))), expected)
+        self.write("a.lsa", archive + entry("q[1]") + entry("q1"))
+        self.write("names", b"a/b\0x\xff\0")
+        self.write("patterns", b"# of folders\na/\n!/ab\n")
+        for number, (arguments, expected) in enumerate((
+                (("a/b*",), {"a/b", "a/bc"}), (("*b",), {"ab"}), (("**/b", "a?"), {"a/b", "ab"}),
+                (("[a]",), in_a), (("q[1]",), {"q[1]"}), (("q[1-2]",), {"q1"}),
+                (("-T", "names", "-0"), {"a/b", "x\udcff"}), (("--exclude", "b*", "a"), {"a/void"}),
+                (("--exclude-from", "patterns", "--exclude", "q*", "--exclude", "?\udcff"),
+                 {"ab", "d/e"}))):
+            target = "out" + str(number)
+            self.run_tool("extract", "-C", target, "a.lsa", *arguments)
+            self.assertEqual(set(snapshot(self.folder / target)), expected, arguments)
+            listed = self.run_tool("list", "-0", "a.lsa", *arguments)[0].decode(
+                errors="surrogateescape").replace("\\", "/").split("\0")[:-1]
+            self.assertEqual({name.rstrip("/") for name in listed}, expected, arguments)
+        self.assertEqual(self.run_tool("cat", "a.lsa", "q*")[0], b"abcabc")
+        self.run_tool("extract", "-T", "-", "-", code=USAGE)
 
     def test_damage_leaves_no_file(self):
         self.write("f", b"old data, and some more data " * 5)

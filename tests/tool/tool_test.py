@@ -137,12 +137,19 @@ class ProgramTest(ToolTest):
     def test_terminals_get_no_archive_and_no_commands(self):
         names = "\x1b[2J", "a\nb", "\x7f", "\x9b1m", "\u202ecod.exe", "\udcff", "\ud800", "\\x1b"
         self.write("a.lsa", header(("h", "\x1b[2J")) + b"".join(map(entry, names)))
-        self.assertEqual(self.run_tool("list", "a.lsa")[0].decode().splitlines(), [
-            r"\x1b[2J", r"a\x0ab", r"\x7f", r"\xc2\x9b1m", r"\xe2\x80\xaecod.exe", r"\xff",
-            r"\ud800", r"\\x1b"])
         ours, theirs = os.openpty()
         self.addCleanup(os.close, ours)
         self.addCleanup(os.close, theirs)
+        self.run_tool("list", "a.lsa", stdout=theirs)
+        self.assertEqual(os.read(ours, 999).decode().split("\r\n")[:-1], [
+            r"\x1b[2J", r"a\x0ab", r"\x7f", r"\xc2\x9b1m", r"\xe2\x80\xaecod.exe", r"\xff",
+            r"\ud800", r"\\x1b"])
+        # A program gets the names themselves.
+        raw = [name.encode(errors="surrogateescape") for name in names if name != "\ud800"]
+        raw.insert(-1, b"\xef\xbf\xbd")
+        for option, end in ((), b"\n"), (("-0",), b"\0"):
+            self.assertEqual(self.run_tool("list", *option, "a.lsa")[0],
+                             b"".join(name + end for name in raw))
         self.run_tool("create", "-", "a.lsa", stdout=theirs, code=USAGE)
         self.run_tool("headers", "get", "a.lsa", "h", stdout=theirs)
         self.assertEqual(os.read(ours, 999), b"\\x1b[2J\r\n")

@@ -72,8 +72,8 @@ class WordsTest(ToolTest):
                             ("list --lo=1 a", "no option --lo; did you mean --long?"),
                             ("extract --overwrite=alway a", "always; did you mean always?"),
                             ("headers gte a", "no command gte; did you mean get?"),
-                            ("list c b a", "not expected: b a;"),
-                            ("list -- -b --c", "not expected: --c;")):
+                            ("info c b a", "not expected: b a;"),
+                            ("info -- -b --c", "not expected: --c;")):
             self.assertIn(meant, self.run_tool(*line.split(), code=USAGE)[1].decode())
 
     def test_loudness_and_colour(self):

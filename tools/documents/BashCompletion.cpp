@@ -137,7 +137,7 @@ std::string MakeValues(const CommandFacts& command, const std::string& name) {
     std::string words;
     for (const std::string& choice : parameter.choices) words += choice + " ";
     rows += "    " + pattern + ") " +
-            (words.empty() ? std::string("kind=") + KindOf(parameter.completion)
+            (words.empty() ? std::string("kind='") + KindOf(parameter.completion) + "'"
                            : "kind=words words='" + words + "'") +
             " ;;\n";
   }

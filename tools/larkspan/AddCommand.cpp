@@ -114,12 +114,12 @@ class Addition final {
   }
 
   void Show() const {
-    StandardOutput output;
+    StandardOutput output(options.null);
     const auto print = [&](const Added& one, const char* end) {
-      output.Print((one.replaces ? "replace " : "add ") + ToPrintable(one.name.GetView()) + end);
+      output.PrintName(one.replaces ? "replace " : "add ", one.name.GetView(), end);
     };
-    for (const Added& folder : folders) print(folder, "/\n");
-    for (const Added& file : added) print(file, "\n");
+    for (const Added& folder : folders) print(folder, "/");
+    for (const Added& file : added) print(file, "");
     output.Flush();
   }
 

@@ -22,6 +22,7 @@ ArchiveSource::ArchiveSource(const std::string& argument)
       file(MakeFile(argument)),
       isNamed(argument != "-") {
   EndWhereBlocked();  // a file's name may be a pipe's
+  if (!isNamed) ClaimStandardInput();
   if (argument == "-" && ::IO::IsTerminal(::IO::StandardStream::Input)) {
     throw Failure(ExitCode::WrongUsage, subject, "no archive comes from a terminal");
   }

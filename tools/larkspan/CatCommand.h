@@ -1,15 +1,14 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "tools/larkspan/Console.h"
+#include "tools/larkspan/NameSelection.h"
 
 namespace Tool {
 
-struct CatOptions {
+struct CatOptions : NameOptions {
   std::string archive;
-  std::vector<std::string> entries;
 };
 
 /// Sends the data of entries to the standard output, in the order of the archive.

@@ -45,6 +45,12 @@ file as links to the first one; times and modes of files and folders are kept, a
 has holes. What is neither file, folder nor link, or can't be read, is left out, and so is the
 archive itself. With --dereference, links to folders and links that lead nowhere are left out.
 
+--exclude leaves out what matches a pattern as in gitignore(5), compared with entry names: * and ?
+match no /, ** as a part matches any parts, a pattern with a / that isn't its last character
+counts from the root, any other matches at any depth, a / at its end asks for a folder, and !
+in front takes back. The last pattern that matches decides; those of files come first. A folder
+that is left out is not entered.
+
 A file that changes while it is read is told, since its entry may be a mixture. The archive
 appears under its name when it is complete and synced; with --force it has owner, group and
 permissions of the file that it replaces. Headers that don't fit the reserved size double it. A
@@ -52,17 +58,26 @@ seal at the end tells whether all entries are there; the header "seal", which pr
 the archive's own.)",
     R"(larkspan create docs.lsa docs README.md
 larkspan create -C /srv -H owner=ada --force /backup/srv.lsa www mail
+larkspan create --exclude '*.o' --exclude /src/tmp/ src.lsa src
+find docs -newer last.lsa -type f -print0 | larkspan create -0 -T - new.lsa
 date | larkspan create --stdin-name now.txt now.lsa -)"};
 
 constexpr Words ListWords = {
-    R"(Control characters and bytes that are not UTF-8 are shown as \xHH. Empty folders end with /.
+    R"(NAME is an entry, a folder with all below it, or a pattern: * and ? match no /, ** as a part
+matches any parts, [a-z] one character. A name that stands in the archive as it was typed is not
+taken for a pattern, as far as the archive is a file. Empty folders end with /. At a terminal,
+control characters and bytes that are not UTF-8 are shown as \xHH; elsewhere names come as they
+are, and with --null a zero byte ends each.
+
 -l shows mode, size, archived size, method, CRC-32, time of change in UTC, and name. The data is
 not read: sizes and CRC-32 are what the archive says of them, which "larkspan verify" proves.)",
     R"(larkspan list docs.lsa
+larkspan list -l docs.lsa '**/*.png'
 larkspan create - docs | larkspan list -l -)"};
 
 constexpr Words ExtractWords = {
-    R"(NAME is an entry, or a folder with all below it. A file gets its name when it is complete
+    R"(NAME is an entry, a folder with all below it, or a pattern as "larkspan list" takes it; a
+pattern for --exclude is one as "larkspan create" takes it. A file gets its name when it is complete
 and verified. Times and modes come back, but for the set-user-ID and set-group-ID bits, which
 need the owners; those come back for root, or with --same-owner, if the archive has them: by
 name, else by number. Folders that were there before keep theirs, unless --overwrite always is
@@ -94,7 +109,8 @@ between two entries looks complete: compare the number of entries.)",
     R"(larkspan verify /backup/*.lsa)"};
 
 constexpr Words CatWords = {
-    R"(Entries come in the order of the archive; of entries with the same name, the first. What
+    R"(Entries come in the order of the archive; of entries with the same name, the first. ENTRY can be
+a pattern as "larkspan list" takes it. What
 comes out is proved only when the command ends with exit code 0.)",
     R"(larkspan cat docs.lsa docs/README.md)"};
 
@@ -126,7 +142,8 @@ ten seconds. An archive that is cut or has something behind its end is not chang
 larkspan add -C /srv --replace newer /backup/srv.lsa www mail)"};
 
 constexpr Words RemoveWords = {
-    R"(NAME is an entry, or a folder with all below it. A NAME that is not there is told, the others
+    R"(NAME is an entry, a folder with all below it, or a pattern as "larkspan list" takes it, which
+quotes keep from the shell. A NAME that is not there is told, the others
 are removed, and the exit code is 1. What stays is copied as it is, verified, and not compressed
 anew; it may not be damaged. A hard link to a file that is removed gets its data, and a folder
 that gets empty stays as an empty one. The archive is changed as "larkspan add" does it.)",
@@ -222,6 +239,22 @@ class Command final {
     facts.parameters.back().required = true;
     return Also([](CLI::Option* option) { option->required(); });
   }
+  // At least one, of these or in one of `files`.
+  template <class Base, class OtherBase>
+  Command& RequiredOrIn(std::vector<std::string> OtherBase::*files,
+                        std::vector<std::string> Base::*given) {
+    facts.parameters.back().required = true;
+    const std::string fault = facts.parameters.back().names + " is required; larkspan help " +
+                              facts.name + " tells what there is";
+    facts.run = [run = std::move(facts.run), kept = options, files, given,
+                 fault](Console& console) {
+      if (((*kept).*given).empty() && ((*kept).*files).empty()) {
+        throw Failure(ExitCode::WrongUsage, "command line", fault);
+      }
+      run(console);
+    };
+    return *this;
+  }
   Command& OneOf(std::vector<std::string> values) {
     facts.parameters.back().choices = values;
     return Also([values = std::move(values)](CLI::Option* option) {
@@ -280,6 +313,10 @@ constexpr const char* ArchiveText = "The archive; - is standard input";
 constexpr int MaxJobs = 256;
 constexpr const char* JobsText = "Threads at work; by default as many as there are processors";
 
+constexpr const char* ExcludeText = "Leave out what matches; any number of patterns";
+constexpr const char* ExcludeFromText = "Patterns in a file, one a line";
+constexpr const char* NullText = "Names that are read or printed end with a zero byte, not a line";
+
 // What commands have that pack files.
 template <class Options>
 Command<Options>& AddPackingOptions(Command<Options>& command) {
@@ -298,7 +335,22 @@ Command<Options>& AddPackingOptions(Command<Options>& command) {
                "Don't go down into other file systems")
       .AddFlag("--exclude-caches", &TreeOptions::leaveOutCaches,
                "Of folders with a CACHEDIR.TAG, store that file only")
+      .Add("--exclude", &TreeOptions::exclude, ExcludeText, "PATTERN")
+      .Add("--exclude-from", &TreeOptions::excludeFrom, ExcludeFromText, "FILE")
+      .Add("-T,--files-from", &TreeOptions::pathFiles,
+           "Take paths from a file, one a line, too; - is standard input", "FILE")
+      .AddFlag("-0,--null", &TreeOptions::null, NullText)
       .Add("--stdin-name", &TreeOptions::inputName, "Entry name of standard input", "NAME");
+}
+
+// What commands have that take names of entries.
+template <class Options>
+Command<Options>& AddNameOptions(Command<Options>& command) {
+  return command.Add("--exclude", &NameOptions::exclude, ExcludeText, "PATTERN")
+      .Add("--exclude-from", &NameOptions::excludeFrom, ExcludeFromText, "FILE")
+      .Add("-T,--files-from", &NameOptions::nameFiles,
+           "Take names from a file, one a line, too; - is standard input", "FILE")
+      .AddFlag("-0,--null", &NameOptions::null, NullText);
 }
 
 CommandFacts MakeCreate() {
@@ -317,14 +369,17 @@ CommandFacts MakeCreate() {
       .Add("ARCHIVE", &CreateOptions::archive, "The new archive; - is standard output")
       .Required()
       .Add("PATH", &TreeOptions::paths, "Files and folders; - is standard input")
-      .Required();
+      .RequiredOrIn(&TreeOptions::pathFiles, &TreeOptions::paths);
 }
 
 CommandFacts MakeList() {
-  return Command("list", "Print the names of entries", ListWords, RunList)
-      .AddFlag("-l,--long", &ListOptions::longForm, "All there is to know of each")
+  Command command("list", "Print the names of entries", ListWords, RunList);
+  command.AddFlag("-l,--long", &ListOptions::longForm, "All there is to know of each");
+  return AddNameOptions(command)
       .Add("ARCHIVE", &ListOptions::archive, ArchiveText)
-      .Required();
+      .Required()
+      .Add("NAME", &NameOptions::names, "Entries, folders and patterns; all if not given")
+      .Completes(Completion::Entry);
 }
 
 CommandFacts MakeVerify() {
@@ -336,11 +391,12 @@ CommandFacts MakeVerify() {
 }
 
 CommandFacts MakeCat() {
-  return Command("cat", "Send entries to standard output", CatWords, RunCat)
+  Command command("cat", "Send entries to standard output", CatWords, RunCat);
+  return AddNameOptions(command)
       .Add("ARCHIVE", &CatOptions::archive, ArchiveText)
       .Required()
-      .Add("ENTRY", &CatOptions::entries, "Names of entries")
-      .Required();
+      .Add("ENTRY", &NameOptions::names, "Entries and patterns")
+      .RequiredOrIn(&NameOptions::nameFiles, &NameOptions::names);
 }
 
 CommandFacts MakeInfo() {
@@ -350,7 +406,8 @@ CommandFacts MakeInfo() {
 }
 
 CommandFacts MakeExtract() {
-  return Command("extract", "Write entries as files", ExtractWords, RunExtract)
+  Command command("extract", "Write entries as files", ExtractWords, RunExtract);
+  return AddNameOptions(command)
       .Add("-j,--jobs", &ExtractOptions::jobs, JobsText, "N")
       .Between(1, MaxJobs)
       .Add("-C,--directory", &ExtractOptions::folder, "The target folder, made if missing", "DIR")
@@ -370,7 +427,7 @@ CommandFacts MakeExtract() {
                "Make symbolic links that may lead out of the target folder, too")
       .Add("ARCHIVE", &ExtractOptions::archive, ArchiveText)
       .Required()
-      .Add("NAME", &ExtractOptions::names, "Entries and folders; all if not given")
+      .Add("NAME", &NameOptions::names, "Entries, folders and patterns; all if not given")
       .Completes(Completion::Entry);
 }
 
@@ -379,6 +436,7 @@ CommandFacts MakeDiff() {
       .Add("-C,--directory", &DiffOptions::folder, "Where the files are", "DIR")
       .AddFlag("-a,--all", &DiffOptions::all,
                "Tell of all that is added beside what was packed, too")
+      .AddFlag("-0,--null", &DiffOptions::null, NullText)
       .AddFlag("--owner", &DiffOptions::owner, "Compare owner and group, too, if they are stored")
       .Add("-j,--jobs", &DiffOptions::jobs, JobsText, "N")
       .Between(1, MaxJobs)
@@ -398,18 +456,19 @@ CommandFacts MakeAdd() {
       .Add("ARCHIVE", &AddOptions::archive, "The archive")
       .Required()
       .Add("PATH", &TreeOptions::paths, "Files and folders; - is standard input")
-      .Required();
+      .RequiredOrIn(&TreeOptions::pathFiles, &TreeOptions::paths);
 }
 
 CommandFacts MakeRemove() {
-  return Command("remove", "Remove entries from an archive", RemoveWords, RunRemove)
+  Command command("remove", "Remove entries from an archive", RemoveWords, RunRemove);
+  return AddNameOptions(command)
       .Add("-j,--jobs", &RemoveOptions::jobs, JobsText, "N")
       .Between(1, MaxJobs)
       .AddFlag("-n,--dry-run", &RemoveOptions::dryRun, DryRunText)
       .Add("ARCHIVE", &RemoveOptions::archive, "The archive")
       .Required()
-      .Add("NAME", &RemoveOptions::names, "Entries and folders")
-      .Required()
+      .Add("NAME", &NameOptions::names, "Entries, folders and patterns")
+      .RequiredOrIn(&NameOptions::nameFiles, &NameOptions::names)
       .Completes(Completion::Entry);
 }
 

@@ -324,11 +324,11 @@ class Comparison final {
       if ((facts & AnyDifference) != 0) names.push_back(path);
     }
     std::ranges::sort(names);
-    StandardOutput output;
+    StandardOutput output(options.null);
     for (const Vx::UniString& name : names) {
       const unsigned int facts = known.GetValue(name);
-      output.Print(DescribeChange(facts) + " " + ToPrintable(name.GetView()) +
-                   ((facts & IsFolder) != 0 ? "/\n" : "\n"));
+      output.PrintName(DescribeChange(facts) + " ", name.GetView(),
+                       (facts & IsFolder) != 0 ? "/" : "");
     }
     output.Flush();
     if (!names.empty()) console.MarkIncomplete();

@@ -12,6 +12,7 @@ struct DiffOptions {
   std::string folder;  // where the files are; empty for the current one
   unsigned int jobs = ::IO::GetProcessorCount();
   bool all = false;
+  bool null = false;   // lines end with zero bytes
   bool owner = false;  // compare owners and groups, too
 };
 

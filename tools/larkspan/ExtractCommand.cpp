@@ -123,8 +123,11 @@ class Reporter final : public TreeExtractor::Watcher {
 }  // namespace
 
 void RunExtract(const ExtractOptions& options, Console& console) {
+  NameSelection selection(options);
   ArchiveReader reader(options.archive, console, options.jobs);
-  NameSelection selection(options.names);
+  if (selection.HasPatterns()) {
+    reader.LookAhead([&](const Vx::UniString& name) { selection.Note(name); });
+  }
   Reporter reporter(options, reader.GetSubject(), console);
   TreeExtractor::Options wanted;
   wanted.overwrite = GetOverwrite(options.overwrite);
@@ -134,7 +137,9 @@ void RunExtract(const ExtractOptions& options, Console& console) {
   wanted.stripParts = options.stripComponents;
   wanted.maxSize = options.maxSize;
   if (!selection.IsEmpty()) {
-    wanted.filter = [&](const Vx::UniString& name) { return selection.TakeTree(name); };
+    wanted.filter = [&](const Vx::UniString& name, bool isFolder) {
+      return selection.TakeTree(name, isFolder);
+    };
   }
   const ::IO::Location folder = LocationFromArgument(options.folder.empty() ? "." : options.folder);
   TreeExtractor(reader, folder, wanted, reporter).Extract();

@@ -2,18 +2,17 @@
 
 #include <limits>
 #include <string>
-#include <vector>
 
 #include "foundation/IO/Accounts.h"
 #include "foundation/IO/Processors.h"
 #include "foundation/Vx/Types.h"
 #include "tools/larkspan/Console.h"
+#include "tools/larkspan/NameSelection.h"
 
 namespace Tool {
 
-struct ExtractOptions {
+struct ExtractOptions : NameOptions {
   std::string archive;
-  std::vector<std::string> names;  // empty for all
   std::string folder;              // the target; empty for the current one
   std::string overwrite = "fail";  // or "skip", "always"
   unsigned __int64 maxSize = std::numeric_limits<unsigned __int64>::max();  // of all files together

@@ -41,12 +41,13 @@ std::string FormatFolderFacts(const Vx::UniString& mode) {
   return text;
 }
 
-void ListFolders(const ArchiveReader& reader, bool longForm, StandardOutput& output) {
+void ListFolders(const ArchiveReader& reader, bool longForm, NameSelection& selection,
+                 StandardOutput& output) {
   for (const auto& [name, value] : reader.GetArchive().EnumerateHeaders()) {
     if (!name.GetView().starts_with(TreeFacts::FolderPrefix)) continue;
-    const std::string facts = longForm ? FormatFolderFacts(value) : std::string();
-    output.Print(facts + ToPrintable(name.GetView().substr(TreeFacts::FolderPrefix.size())) +
-                 "/\n");
+    const Vx::UniString path = name.GetSubstring(TreeFacts::FolderPrefix.size());
+    if (!selection.TakeTree(path, true)) continue;
+    output.PrintName(longForm ? FormatFolderFacts(value) : std::string(), path.GetView(), "/");
   }
 }
 
@@ -54,15 +55,21 @@ void ListFolders(const ArchiveReader& reader, bool longForm, StandardOutput& out
 
 void RunList(const ListOptions& options, Console& console) {
   if (::IO::IsTerminal(::IO::StandardStream::Output)) console.GetProgress().Disable();
-  StandardOutput output;
+  StandardOutput output(options.null);
+  NameSelection selection(options);
   try {
     ArchiveReader reader(options.archive, console);
-    ListFolders(reader, options.longForm, output);
+    if (selection.HasPatterns()) {
+      reader.LookAhead([&](const Vx::UniString& name) { selection.Note(name); });
+    }
+    ListFolders(reader, options.longForm, selection, output);
     for (auto entry = reader.Next(); entry; entry = reader.Next()) {
       reader.Leave();
-      const std::string facts = options.longForm ? FormatFacts(*entry) : std::string();
-      output.Print(facts + ToPrintable(entry->GetName().GetView()) + "\n");
+      if (!selection.TakeTree(entry->GetName())) continue;
+      output.PrintName(options.longForm ? FormatFacts(*entry) : std::string(),
+                       entry->GetName().GetView());
     }
+    selection.ReportMissing(reader.GetSubject(), console);
   } catch (const Failure&) {
     output.Flush();  // what was good until then
     throw;

@@ -3,10 +3,11 @@
 #include <string>
 
 #include "tools/larkspan/Console.h"
+#include "tools/larkspan/NameSelection.h"
 
 namespace Tool {
 
-struct ListOptions {
+struct ListOptions : NameOptions {
   std::string archive;
   bool longForm = false;
 };

@@ -95,7 +95,7 @@ class Merger final {
     StandardOutput output;
     for (std::size_t number = 0; number < entries.GetCount(); ++number) {
       const char* const action = entries.IsDropped(number) ? "drop " : "add ";
-      output.Print(action + ToPrintable(entries.GetName(number).GetView()) + "\n");
+      output.PrintName(action, entries.GetName(number).GetView());
     }
     output.Flush();
   }

@@ -5,6 +5,7 @@
 #include "foundation/IO/Status.h"
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/Text.h"
 
 namespace Tool {
 
@@ -21,17 +22,27 @@ void OutputChannel::Write(const char* data, unsigned int size) {
   if (status != ::IO::StatusSuccess) throw SystemFailure(subject, "can't be written", status);
 }
 
-StandardOutput::StandardOutput()
+StandardOutput::StandardOutput(bool null)
     : file(::IO::StandardStream::Output),
       sink(file, "standard output"),
       channel(sink, OutputChannel::BufferSize),
-      terminal(::IO::IsTerminal(::IO::StandardStream::Output)) {
+      terminal(::IO::IsTerminal(::IO::StandardStream::Output)),
+      zeroEnds(null) {
   EndWhereBlocked();
 }
 
 void StandardOutput::Print(std::string_view text) {
   channel.Write(text.data(), static_cast<unsigned int>(text.size()));
   if (terminal) channel.Flush();
+}
+
+void StandardOutput::PrintName(std::string_view before, Vx::UniString::View name,
+                               std::string_view after) {
+  std::string line(before);
+  line += terminal && !zeroEnds ? ToPrintable(name) : ToBytes(name);
+  line += after;
+  line += zeroEnds ? '\0' : '\n';
+  Print(line);
 }
 
 }  // namespace Tool

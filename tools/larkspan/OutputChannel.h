@@ -5,6 +5,7 @@
 
 #include "foundation/IO/File.h"
 #include "foundation/Vx/BufferedOBinaryChannel.h"
+#include "foundation/Vx/UniString.h"
 
 namespace Tool {
 
@@ -31,11 +32,15 @@ class OutputChannel final : public Vx::OBinaryChannel {
 /// The standard output. `Flush` before the end: destruction writes nothing.
 class StandardOutput final {
  public:
-  StandardOutput();
+  /// With `null`, names are printed as they are, with zero bytes behind them in place of line ends.
+  explicit StandardOutput(bool null = false);
 
   [[nodiscard]] Vx::OBinaryChannel& GetChannel() noexcept { return channel; }
   /// At a terminal the text appears at once.
   void Print(std::string_view text);
+  /// A line with a name: at a terminal on one line and without what that would obey, elsewhere as
+  /// it is.
+  void PrintName(std::string_view before, Vx::UniString::View name, std::string_view after = {});
   void Flush() { channel.Flush(); }
 
  private:
@@ -43,6 +48,7 @@ class StandardOutput final {
   OutputChannel sink;
   Vx::BufferedOBinaryChannel channel;
   const bool terminal;
+  const bool zeroEnds;
 };
 
 }  // namespace Tool

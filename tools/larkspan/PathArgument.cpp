@@ -1,5 +1,7 @@
 #include "tools/larkspan/PathArgument.h"
 
+#include <utility>
+
 #include "foundation/IO/FileSystem.h"
 #include "tools/larkspan/Failure.h"
 #include "tools/larkspan/Text.h"
@@ -18,6 +20,13 @@ namespace Tool {
   }
   if (!argument.starts_with('/')) NameAs(location, argument);
   return location;
+}
+
+void ClaimStandardInput() {
+  static bool isClaimed = false;
+  if (std::exchange(isClaimed, true)) {
+    throw Failure(ExitCode::WrongUsage, "standard input", "can be read only once");
+  }
 }
 
 }  // namespace Tool

@@ -10,4 +10,7 @@ namespace Tool {
 /// Throws `Failure` for one that can't be a path.
 [[nodiscard]] ::IO::Location LocationFromArgument(const std::string& argument);
 
+/// For whoever reads the standard input, which only one can do: throws `Failure` the second time.
+void ClaimStandardInput();
+
 }  // namespace Tool

@@ -21,10 +21,14 @@ Vx::UniString PathOf(const Vx::UniString& header) {
 class Removal final {
  public:
   Removal(const RemoveOptions& given, ArchiveEditor& archive, Console& messages)
-      : options(given), editor(archive), console(messages), selection(given.names) {}
+      : options(given), editor(archive), console(messages), selection(given), output(given.null) {}
 
   void Run() {
     editor.CheckEnd();
+    const EntrySelection& entries = editor.GetChange().GetEntries();
+    for (std::size_t number = 0; selection.HasPatterns() && number < entries.GetCount(); ++number) {
+      selection.Note(entries.GetName(number));
+    }
     RemoveFolders();
     RemoveEntries();
     selection.ReportMissing(editor.GetSubject(), console);
@@ -43,7 +47,7 @@ class Removal final {
       entries.Drop(number);
       for (const auto& [header, value] : entry->EnumerateHeaders()) {
         const Vx::UniString path = PathOf(header);
-        if (!path.IsEmpty() && selection.TakeTree(path)) entries.DropFolder(path);
+        if (!path.IsEmpty() && selection.TakeTree(path, true)) entries.DropFolder(path);
       }
     }
   }
@@ -52,7 +56,7 @@ class Removal final {
     const auto headers = editor.GetChange().GetHeaders();
     for (const auto& [header, value] : headers.EnumeratePairs()) {
       const Vx::UniString path = PathOf(header);
-      if (path.IsEmpty() || !selection.TakeTree(path)) continue;
+      if (path.IsEmpty() || !selection.TakeTree(path, true)) continue;
       Tell(path, "/");
       editor.GetChange().ClearHeader(header);
     }
@@ -61,7 +65,7 @@ class Removal final {
   void Tell(const Vx::UniString& name, const char* end = "") {
     changed = true;
     if (options.dryRun) {
-      output.Print("remove " + ToPrintable(name.GetView()) + end + "\n");
+      output.PrintName("remove ", name.GetView(), end);
     } else {
       console.ShowItem(name.GetView());
     }

@@ -1,16 +1,15 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "foundation/IO/Processors.h"
 #include "tools/larkspan/Console.h"
+#include "tools/larkspan/NameSelection.h"
 
 namespace Tool {
 
-struct RemoveOptions {
+struct RemoveOptions : NameOptions {
   std::string archive;
-  std::vector<std::string> names;
   unsigned int jobs = ::IO::GetProcessorCount();
   bool dryRun = false;
 };

@@ -9,6 +9,7 @@
 #include "foundation/IO/NewFile.h"
 #include "tools/larkspan/HeaderArguments.h"
 #include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/NameFile.h"
 #include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/Text.h"
 
@@ -111,11 +112,24 @@ TreeSources::TreeSources(const TreeOptions& treeOptions, Console& messages)
     : options(treeOptions),
       console(messages),
       watcher(messages),
-      tree({options.followLinks, options.oneFileSystem, options.leaveOutCaches, nullptr}, watcher),
+      excluded(MakePatterns(options)),
+      tree(MakeTreeOptions(), watcher),
       archiver(tree, MakeArchiverOptions(options), watcher) {}
 
+FileTree::Options TreeSources::MakeTreeOptions() const {
+  FileTree::Options treeOptions{options.followLinks, options.oneFileSystem, options.leaveOutCaches,
+                                nullptr};
+  if (excluded.IsEmpty()) return treeOptions;
+  treeOptions.filter = [this](const Vx::UniString& name, const ::IO::Attributes& attributes) {
+    return !excluded.Excludes(name, attributes.type == ::IO::EntryType::Folder);
+  };
+  return treeOptions;
+}
+
 void TreeSources::Collect() {
-  for (const std::string& path : options.paths) {
+  std::vector<std::string> paths = options.paths;
+  AppendNames(options.pathFiles, options.null, paths);
+  for (const std::string& path : paths) {
     if (path == "-") {
       AddStandardInput();
     } else {
@@ -164,6 +178,7 @@ void TreeSources::AddStandardInput() {
   if (input) {
     throw Failure(ExitCode::WrongUsage, "-", "the standard input can be stored only once");
   }
+  ClaimStandardInput();
   const Vx::UniString name = NameFromPath(options.inputName);
   const std::size_t last = name.GetView().rfind(u'/') + 1;  // 0 where there is no slash
   const ::IO::Name lastName(Vx::UniString(name.GetView().substr(last)));

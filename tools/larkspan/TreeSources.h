@@ -9,13 +9,16 @@
 #include "foundation/IO/Processors.h"
 #include "tools/larkspan/Console.h"
 #include "tools/larkspan/InputFile.h"
+#include "tools/larkspan/NameSelection.h"
 
 namespace Tool {
 
 /// What is packed into an archive, and how.
-struct TreeOptions {
+struct TreeOptions : ExcludeOptions {
   std::vector<std::string> paths;  // `-` is the standard input
-  std::string folder;              // what relative paths count from; empty for the current one
+  std::vector<std::string> pathFiles;
+  bool null = false;   // paths in files, and names that are printed, end with zero bytes
+  std::string folder;  // what relative paths count from; empty for the current one
   std::string inputName = "stdin";
   std::string method = "deflated";
   unsigned int jobs = ::IO::GetProcessorCount();
@@ -70,9 +73,12 @@ class TreeSources final {
   void CheckNameLengths() const;
   [[nodiscard]] unsigned __int64 GetTotalSize() const;
 
+  [[nodiscard]] Larkspan::Archive::FileTree::Options MakeTreeOptions() const;
+
   const TreeOptions& options;
   Console& console;
   TreeMessages watcher;
+  const Larkspan::Archive::NamePatterns excluded;
   Larkspan::Archive::FileTree tree;
   Larkspan::Archive::TreeArchiver archiver;
   std::optional<InputFile> input;
