@@ -213,11 +213,10 @@ void NamePatterns::Add(View line) {
 
 bool NamePatterns::Excludes(View path, bool isFolder) const {
   const View last = path.substr(path.rfind(u'/') + 1);
-  for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
-    if (row->foldersOnly && !isFolder) continue;
-    if (row->pattern.Matches(row->anyDepth ? last : path)) return !row->takesBack;
-  }
-  return false;
+  const auto decides = std::find_if(rows.rbegin(), rows.rend(), [&](const Row& row) {
+    return (isFolder || !row.foldersOnly) && row.pattern.Matches(row.anyDepth ? last : path);
+  });
+  return decides != rows.rend() && !decides->takesBack;
 }
 
 bool NamePatterns::ExcludesFile(View path) const {
