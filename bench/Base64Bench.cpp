@@ -7,19 +7,14 @@
 #include "Larkspan/Common/Base64.h"
 #include "Larkspan/Common/Base64Codec.h"
 #include "foundation/Vx/Memory.h"
+#include "tests/support/Noise.h"
 
 namespace {
 
 using namespace Larkspan::Common;
 
 std::string MakeData(std::int64_t size) {
-  std::string data(static_cast<std::size_t>(size), '\0');
-  unsigned int state = 1;
-  for (char& byte : data) {
-    state = state * 1664525U + 1013904223U;
-    byte = static_cast<char>(state >> 24U);
-  }
-  return data;
+  return Tests::Noise(static_cast<std::size_t>(size));
 }
 
 std::string MakeText(std::int64_t size) {

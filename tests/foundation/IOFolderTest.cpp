@@ -1,12 +1,10 @@
 #include <cerrno>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "foundation/IO/File.h"
-#include "foundation/IO/FileSystem.h"
 #include "foundation/IO/Folder.h"
 #include "tests/support/FileFault.h"
 #include "tests/support/TemporaryFolder.h"
@@ -24,11 +22,7 @@ int Exchange(const TemporaryFolder& folder) {
   return opened.Exchange(Name(u"first"), Name(u"second"), Report);
 }
 
-int Rename(const TemporaryFolder& folder, const Name& name = Name(u"second")) {
-  return IO::fileSystem.Rename(folder.At("first"), name, Report);
-}
-
-// Each test runs on the road of one step, and on the one for file systems that have no such step.
+// Runs on the road of one step, and on the one for file systems that have no such step.
 class IOFolderChange : public testing::TestWithParam<int> {
  protected:
   TemporaryFolder folder;
@@ -54,28 +48,6 @@ TEST_P(IOFolderChange, SpareNamesOfDeadExchangesGoAndThatOfALiveOneStays) {
   folder.Write(".exchange-01", "");  // the one that was used
   Folder(folder.GetLocation(), IO::OnNotFound::Fail).RemoveLeftovers(own);
   EXPECT_EQ(folder.GetNames(), (std::vector<std::string>{".exchange-00", "first", "second"}));
-}
-
-TEST_P(IOFolderChange, WhatMayNotBeDoneIsNotBegun) {
-  folder.Write("first", "old");
-  folder.Write("second", "new");
-  EXPECT_EQ(Rename(folder), IO::StatusAlreadyExists);
-  Folder opened(folder.GetLocation(), IO::OnNotFound::Fail);
-  for (const char16_t* bad : {u"first", u"..", u"", u"sub\\second", u"/etc/passwd"}) {
-    EXPECT_NE(opened.Exchange(Name(u"first"), Name(bad), Report), 0);
-    EXPECT_NE(opened.Exchange(Name(bad), Name(u"first"), Report), 0);
-    EXPECT_NE(Rename(folder, Name(bad)), 0);
-  }
-  std::filesystem::create_symlink("nowhere", folder.GetPath() / "taken");
-  EXPECT_NE(Rename(folder, Name(u"taken")), 0);
-  // Nor may names change before the content is on the disk.
-  for (unsigned int file = 0; file < 2; ++file) {
-    const FileFault noSync(CallSync, EIO, file);
-    const FileFault noChange(CallRename | CallRename2 | CallLink, ENOSPC);
-    EXPECT_EQ(Exchange(folder), IO::StatusFailed);
-    EXPECT_FALSE(noChange.HasStruck());
-  }
-  EXPECT_EQ(folder.Read("first") + folder.Read("second"), "oldnew");
 }
 
 INSTANTIATE_TEST_SUITE_P(Roads, IOFolderChange, testing::Values(0, EINVAL, ENOSYS, EOPNOTSUPP));

@@ -1,5 +1,3 @@
-#include <functional>
-
 #include "Larkspan/Archive/ArchiveChange.h"
 #include "tests/larkspan/ArchiveFolder.h"
 

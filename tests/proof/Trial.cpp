@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <iostream>
 #include <iterator>
-#include <stdexcept>
 
 #include "foundation/IO/Status.h"
 #include "foundation/Vx/DebugOutput.h"

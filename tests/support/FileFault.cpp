@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>

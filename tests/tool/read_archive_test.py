@@ -74,29 +74,6 @@ class Good(unittest.TestCase):
                           b"Verified 1 entry, sealed.\n"])
 
 
-class Damaged(unittest.TestCase):
-    PARTS = [
-        header(("n", "v"), reserved=48),
-        entry("first", b"stored data", headers=[("k", "v")], chunk=4),
-        entry("second", b"deflated " * 20, DEFLATED, chunk=7),
-        entry("first", b"", DEFLATED),
-    ]
-    ARCHIVE = b"".join(PARTS)
-
-    def test_a_cut_is_reported_but_where_the_archive_looks_complete(self):
-        whole = dump(self.ARCHIVE)[1]
-        looks_complete = set(range(37, 48))  # inside the fill
-        end = 0
-        for part, name in zip(self.PARTS, ("first", "second", "first", "")):
-            end += len(part)
-            looks_complete.update(range(end, end + 2 + len(name)))
-        for cut in range(len(self.ARCHIVE)):
-            with self.subTest(cut=cut):
-                status, lines, _ = dump(self.ARCHIVE[:cut])
-                self.assertEqual(status, 0 if cut in looks_complete else 4)
-                self.assertEqual(lines, whole[:len(lines)])
-
-
 class Sealed(unittest.TestCase):
     ENTRIES = [
         {"name": "first", "data": b"stored data", "headers": [("k", "v")], "chunk": 4},
