@@ -9,6 +9,7 @@ ninja ninja-build
 /usr/include/zlib.h zlib1g-dev
 /usr/include/libdeflate.h libdeflate-dev
 /usr/include/CLI/CLI.hpp libcli11-dev
+/usr/include/nlohmann/json.hpp nlohmann-json3-dev
 LIST
 }
 

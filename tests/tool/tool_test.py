@@ -44,7 +44,7 @@ class ToolTest(unittest.TestCase):
                                timeout=300, **{"stdout": subprocess.PIPE,
                                                "stderr": subprocess.PIPE, **options})
         self.assertEqual(ended.returncode, code, (arguments, ended.stderr))
-        self.assertRegex(ended.stderr, rb"\A(larkspan: .*\n)*\Z")
+        self.assertRegex(ended.stderr, rb"\A((larkspan: .*|{.*})\n)*\Z")
         return ended.stdout, ended.stderr
 
     def write(self, name, data=b"", mode=0o644, time_ns=1_600_000_000_123_456_789):

@@ -53,8 +53,8 @@ class WordsTest(ToolTest):
                         yield [*command, *words, short]
                 else:
                     yield [*command, name + "=x", *words]
-                if value in ("METHOD", "HOW", "WHEN", "N", "BYTES"):
-                    for bad in ("bogus", "", "-1", "1x", "99999999999999999999"):
+                if value in ("METHOD", "HOW", "WHEN", "N", "SIZE", "ORDER", "LEVEL"):
+                    for bad in ("bogus", "", "-1", "1x", "17179869184T"):
                         yield [*command, f"{name}={bad}", *words]
 
     def test_wrong_usage_is_one_line_and_does_nothing(self):
@@ -69,6 +69,9 @@ class WordsTest(ToolTest):
         for line, meant in (("lst a", "no command lst; did you mean list?"),
                             ("--lnog lsit a", "no command lsit; did you mean list?"),
                             ("create --forse --xy a b", "no option --forse; did you mean --force?"),
+                            ("verify -j 0 a", "--jobs: 0 is no number from 1 to 256"),
+                            ("verify a -j", "--jobs needs a value, N"),
+                            ("create --reserve 4G a b", "--reserve: 4G is no size, or too large"),
                             ("list --lo=1 a", "no option --lo; did you mean --long?"),
                             ("extract --overwrite=alway a", "always; did you mean always?"),
                             ("headers gte a", "no command gte; did you mean get?"),

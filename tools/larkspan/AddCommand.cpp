@@ -7,7 +7,7 @@
 #include "Larkspan/Archive/EntryName.h"
 #include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveEditor.h"
-#include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/DryRun.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
@@ -25,6 +25,7 @@ class Addition final {
   Addition(const AddOptions& given, ArchiveEditor& archive, Console& messages)
       : options(given),
         editor(archive),
+        console(messages),
         index(archive.GetChange().GetIndex()),
         sources(given, messages) {}
 
@@ -115,16 +116,17 @@ class Addition final {
 
   void Show() const {
     StandardOutput output(options.null);
-    const auto print = [&](const Added& one, const char* end) {
-      output.PrintName(one.replaces ? "replace " : "add ", one.name.GetView(), end);
+    const auto print = [&](const Added& one, bool isFolder) {
+      PrintStep(one.replaces ? "replace" : "add", one.name, isFolder, console, output);
     };
-    for (const Added& folder : folders) print(folder, "/");
-    for (const Added& file : added) print(file, "");
+    for (const Added& folder : folders) print(folder, true);
+    for (const Added& file : added) print(file, false);
     output.Flush();
   }
 
   const AddOptions& options;
   ArchiveEditor& editor;
+  const Console& console;
   const Archive::ArchiveIndex& index;
   TreeSources sources;
   std::vector<Added> added;

@@ -61,6 +61,11 @@ const char* DescribeSeal(const ArchiveEnd& end) noexcept {
   return FindRow(end).seal;
 }
 
+void PutEnd(const ArchiveEnd& end, JsonObject& object) {
+  object.Put("seal", DescribeSeal(end))
+      .Put("headerAsWritten", end.headerCheck != ArchiveEnd::HeaderCheck::Wrong);
+}
+
 bool IsWhole(const ArchiveEnd& end) noexcept {
   return end.headerCheck != ArchiveEnd::HeaderCheck::Wrong &&
          (end.state == ArchiveEnd::State::EndsAtFooter ||

@@ -4,6 +4,7 @@
 
 #include "Larkspan/Common/IO/ArchiveEnd.h"
 #include "tools/larkspan/Console.h"
+#include "tools/larkspan/JsonOutput.h"
 
 namespace Tool {
 
@@ -18,6 +19,9 @@ void ReportEnd(const std::string& subject, const Larkspan::Common::IO::ArchiveEn
 
 /// What the seal says of an archive that was read to its end, in a word or two.
 [[nodiscard]] const char* DescribeSeal(const Larkspan::Common::IO::ArchiveEnd& end) noexcept;
+
+/// The same for programs, and whether the header is the one that was written.
+void PutEnd(const Larkspan::Common::IO::ArchiveEnd& end, JsonObject& object);
 
 /// Whether there is nothing to tell of header and end.
 [[nodiscard]] bool IsWhole(const Larkspan::Common::IO::ArchiveEnd& end) noexcept;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -115,7 +116,12 @@ Words FindUnknown(const CLI::App& app, const Words& typed) {
 std::string DescribeFault(const CLI::ParseError& error) {
   std::string text = error.what();
   const std::size_t end = text.find(" was given a disallowed flag override");
-  return end == text.npos ? text : "--" + text.substr(0, end) + " takes no value";
+  if (end != text.npos) return "--" + text.substr(0, end) + " takes no value";
+  const std::string_view needed = ": 1 required ";
+  const std::size_t value = text.find(needed);
+  if (value == text.npos || !text.ends_with(" missing")) return text;
+  const std::size_t start = value + needed.size();
+  return text.substr(0, value) + " needs a value, " + text.substr(start, text.rfind(' ') - start);
 }
 
 std::string Describe(const CLI::ParseError& error, const CLI::App& app, const Words& typed,
@@ -142,12 +148,21 @@ std::function<void(Console&)> PrintCommand(const std::string& text) {
 
 // Whoever types no command wants to know what there is; a script has forgotten something.
 void RunNothing(Console& console) {
-  RunHelp({}, console);
+  if (!console.IsJson()) RunHelp({}, console);
   throw Failure(ExitCode::WrongUsage, "command line",
                 "a command is required; larkspan help tells what there is");
 }
 
 }  // namespace
+
+bool AsksForJson(int count, const char* const* arguments) {
+  for (int index = 1; index < count; ++index) {
+    const std::string_view argument = arguments[index];
+    if (argument == "--") return false;
+    if (argument == "--json") return true;
+  }
+  return false;
+}
 
 Request ParseCommandLine(int count, const char* const* arguments) {
   Request request;

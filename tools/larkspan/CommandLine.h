@@ -12,6 +12,9 @@ struct Request {
   std::function<void(Console&)> command;
 };
 
+/// Whether a `--json` stands among the arguments, however little sense the others make.
+[[nodiscard]] bool AsksForJson(int count, const char* const* arguments);
+
 /// Throws `Failure` for arguments that make no sense. Help is a command that prints it.
 [[nodiscard]] Request ParseCommandLine(int count, const char* const* arguments);
 

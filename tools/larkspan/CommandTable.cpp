@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -33,7 +35,11 @@ struct Words {
 };
 
 constexpr Words GeneralWords = {
-    R"(An archive is a file, or a stream: - in its place is the standard input or output.)",
+    R"(An archive is a file, or a stream: - in its place is the standard input or output.
+
+With --json, list, info, verify, diff, headers get and dry runs print objects with a key "object"
+that says what each one is; messages, on the standard error, are objects, too. Sizes are numbers,
+and a name that is no Unicode also stands in Base64 under "nameBase64".)",
     R"(larkspan create docs.lsa docs
 larkspan extract -C /tmp/copy docs.lsa
 larkspan create - docs | larkspan extract -C /tmp/copy -)"};
@@ -73,6 +79,8 @@ are, and with --null a zero byte ends each.
 not read: sizes and CRC-32 are what the archive says of them, which "larkspan verify" proves.)",
     R"(larkspan list docs.lsa
 larkspan list -l docs.lsa '**/*.png'
+larkspan list --tree docs.lsa docs/images
+larkspan list --json docs.lsa
 larkspan create - docs | larkspan list -l -)"};
 
 constexpr Words ExtractWords = {
@@ -184,14 +192,46 @@ std::string Unshield(std::string value) {
   return value;
 }
 
-// The parser takes a negative number for a huge one, and one that is too large for the largest.
+std::string Quote(const std::string& text) {
+  return text.empty() ? "\"\"" : text;
+}
+
+// The parser would take a negative number for a huge one, and one that is too large for the
+// largest.
+template <class Number>
+bool ReadNumber(std::string_view text, Number& number) {
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end;
+}
+
 template <class Number>
 std::string CheckNumber(const std::string& text) {
   Number number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error == std::errc() && stop == end) return "";
-  return (text.empty() ? "\"\"" : text) + " is no number, or too large";
+  return ReadNumber(text, number) ? "" : Quote(text) + " is no number, or too large";
+}
+
+// Makes bytes of a size with a unit; returns a complaint about what is none, or needs more than
+// `Number` has.
+template <class Number>
+std::string ExpandSize(std::string& text) {
+  constexpr std::string_view units = "KMGT";
+  std::string_view digits = text;
+  unsigned int shift = 0;
+  if (!digits.empty()) {
+    const std::size_t unit = units.find(digits.back());
+    if (unit != units.npos) {
+      shift = 10 * (static_cast<unsigned int>(unit) + 1);
+      digits.remove_suffix(1);
+    }
+  }
+  constexpr unsigned __int64 largest = std::numeric_limits<Number>::max();
+  unsigned __int64 count = 0;
+  if (!ReadNumber(digits, count) || count > largest >> shift) {
+    return Quote(text) + " is no size, or too large";
+  }
+  text = std::to_string(count << shift);
+  return "";
 }
 
 // Options are kept by the command that reads them, beyond the life of the parser.
@@ -264,10 +304,22 @@ class Command final {
       });
     });
   }
-  Command& Between(int least, int most) {
+  Command& Between(unsigned int least, unsigned int most) {
     return Also([least, most](CLI::Option* option) {
-      option->check(CLI::Range(least, most).description(""));
+      option->check([least, most](const std::string& text) {
+        unsigned int number = 0;
+        if (ReadNumber(text, number) && least <= number && number <= most) return std::string();
+        return Quote(text) + " is no number from " + std::to_string(least) + " to " +
+               std::to_string(most);
+      });
     });
+  }
+  // A number of bytes, which can have a unit.
+  template <class Value, class Base>
+  Command& AddSize(const char* name, Value Base::*member, const std::string& text) {
+    Add(name, member, text + "; K, M, G, T behind it: powers of 1024", "SIZE");
+    return Also(
+        [](CLI::Option* option) { option->transform(CLI::Validator(ExpandSize<Value>, "")); });
   }
   Command& AtMost(int count) {
     facts.parameters.back().repeated = count > 1;
@@ -310,7 +362,7 @@ class Command final {
 };
 
 constexpr const char* ArchiveText = "The archive; - is standard input";
-constexpr int MaxJobs = 256;
+constexpr unsigned int MaxJobs = 256;
 constexpr const char* JobsText = "Threads at work; by default as many as there are processors";
 
 constexpr const char* ExcludeText = "Leave out what matches; any number of patterns";
@@ -358,11 +410,10 @@ CommandFacts MakeCreate() {
   using Larkspan::Common::IO::MinReservedHeaderSize;
   Command command("create", "Make an archive of files and folders", CreateWords, RunCreate);
   return AddPackingOptions(command)
-      .Add("--reserve", &CreateOptions::reserve,
-           "Bytes reserved for headers, to change them in place: 0, or " +
-               std::to_string(MinReservedHeaderSize) + " or more; " +
-               std::to_string(DefaultReservedHeaderSize) + " if not given",
-           "BYTES")
+      .AddSize("--reserve", &CreateOptions::reserve,
+               "Bytes reserved for headers, to change them in place: 0, or " +
+                   std::to_string(MinReservedHeaderSize) + " or more; " +
+                   std::to_string(DefaultReservedHeaderSize) + " if not given")
       .Add("-H,--header", &CreateOptions::headers, "A header of the archive; any number of them",
            "NAME=VALUE")
       .AddFlag("--force", &CreateOptions::force, "Replace an archive that exists")
@@ -374,7 +425,14 @@ CommandFacts MakeCreate() {
 
 CommandFacts MakeList() {
   Command command("list", "Print the names of entries", ListWords, RunList);
-  command.AddFlag("-l,--long", &ListOptions::longForm, "All there is to know of each");
+  command.AddFlag("-l,--long", &ListOptions::longForm, "All there is to know of each")
+      .Add("--sort", &ListOptions::sort,
+           "name, size (the largest first), time (the newest first), or none (the default), which "
+           "is the archive's order",
+           "ORDER")
+      .OneOf({"name", "size", "time", "none"})
+      .AddFlag("--human", &ListOptions::human, "With -l, sizes with units: powers of 1024")
+      .AddFlag("--tree", &ListOptions::tree, "Draw the folders, and what is in them");
   return AddNameOptions(command)
       .Add("ARCHIVE", &ListOptions::archive, ArchiveText)
       .Required()
@@ -415,8 +473,7 @@ CommandFacts MakeExtract() {
            "What becomes of files that exist: fail (the default), skip or always", "HOW")
       .OneOf({"fail", "skip", "always"})
       .AddFlag("--keep-going", &ExtractOptions::keepGoing, "List bad entries, and write the others")
-      .Add("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger",
-           "BYTES")
+      .AddSize("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger")
       .Add("--strip-components", &ExtractOptions::stripComponents,
            "Take so many parts off the front of each name; names with no more are left out", "N")
       .AddFlag("--sync", &ExtractOptions::sync, "Have everything on the disk before the end")
@@ -550,6 +607,8 @@ CommandFacts MakeCommandTable(ConsoleOptions& options) {
           .AddFlag("-q,--quiet", &ConsoleOptions::quiet, "Tell only what went wrong")
           .AddFlag("-v,--verbose", &ConsoleOptions::verbose,
                    "Name each file, and tell the causes of failures")
+          .AddFlag("--json", &ConsoleOptions::json,
+                   "Print JSON objects, one a line, and tell what happened in the same way")
           .AddFlag("--no-progress", &ConsoleOptions::noProgress, "Show no progress")
           .Add("--color", &ConsoleOptions::color,
                "Colours in messages: auto (the default), which is at a terminal, always or never",

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "foundation/IO/StandardStream.h"
+#include "tools/larkspan/JsonOutput.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
@@ -23,26 +24,44 @@ bool WantsColor(const std::string& when) {
 Console::Console(const ConsoleOptions& options)
     : quiet(options.quiet),
       verbose(options.verbose),
+      json(options.json),
       colored(WantsColor(options.color)),
-      progress(!options.noProgress && !quiet) {}
+      progress(!options.noProgress && !quiet && !json) {}
 
-void Console::Print(const std::string& text, Color color) {
+// `report` is the chain of causes, for those who asked for it.
+void Console::Print(Kind kind, const std::string& subject, std::string_view text, ExitCode code,
+                    const std::string& report) {
+  struct Row {
+    const char* object;
+    const char* color;
+  };
+  constexpr Row rows[] = {{"note", ""}, {"warning", "\x1b[1;33m"}, {"failure", "\x1b[1;31m"}};
+  const Row& row = rows[static_cast<std::size_t>(kind)];
   progress.Clear();
-  std::string prefix = "larkspan:";
-  if (colored && color != Color::Plain) {
-    prefix = (color == Color::Red ? "\x1b[1;31m" : "\x1b[1;33m") + prefix + "\x1b[0m";
+  if (json) {
+    JsonObject object(row.object);
+    object.Put("subject", subject).Put("text", text);
+    if (kind != Kind::Note) object.Put("exitCode", static_cast<int>(code));
+    if (!report.empty()) object.Put("causes", report);
+    std::fputs(object.ToLine().c_str(), stderr);
+    return;
   }
-  std::fputs((prefix + " " + text + "\n").c_str(), stderr);
+  const bool plain = !colored || kind == Kind::Note;
+  const std::string prefix = plain ? "larkspan:" : row.color + std::string("larkspan:\x1b[0m");
+  std::fputs((prefix + " " + subject + ": " + std::string(text) + "\n").c_str(), stderr);
+  if (!report.empty()) std::fputs((report + "\n").c_str(), stderr);
 }
 
 void Console::ShowItem(Vx::UniString::View name) {
   if (!verbose || quiet) return;
   progress.Clear();
-  std::fputs((ToPrintable(name) + "\n").c_str(), stderr);
+  const std::string line =
+      json ? JsonObject("item").PutText("name", name).ToLine() : ToPrintable(name) + "\n";
+  std::fputs(line.c_str(), stderr);
 }
 
 void Console::Note(const std::string& subject, const std::string& text) {
-  if (!quiet) Print(subject + ": " + text, Color::Plain);
+  if (!quiet) Print(Kind::Note, subject, text, ExitCode::Done);
 }
 
 void Console::Detail(const std::string& subject, const std::string& text) {
@@ -50,16 +69,15 @@ void Console::Detail(const std::string& subject, const std::string& text) {
 }
 
 void Console::Warn(const std::string& subject, const std::string& text) {
-  Print(subject + ": " + text, Color::Yellow);
+  Print(Kind::Warning, subject, text, ExitCode::Incomplete);
   MarkIncomplete();
 }
 
 void Console::Report(const Failure& failure) {
-  Print(failure.what(), Color::Red);
+  const std::string& report = failure.GetReport();
+  Print(Kind::Failure, failure.GetSubject(), failure.GetText(), failure.GetExitCode(),
+        verbose && !report.empty() ? report.substr(1) : "");
   outcome = std::max(outcome, failure.GetExitCode());
-  if (verbose && !failure.GetReport().empty()) {
-    std::fputs((failure.GetReport().substr(1) + "\n").c_str(), stderr);
-  }
 }
 
 }  // namespace Tool

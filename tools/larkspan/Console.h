@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "foundation/Vx/UniString.h"
 #include "tools/larkspan/Failure.h"
@@ -14,11 +15,12 @@ struct ConsoleOptions {
   bool quiet = false;
   bool verbose = false;
   bool noProgress = false;
+  bool json = false;
   std::string color = "auto";  // or "always", "never"
 };
 
-/// The messages of a command, on the standard error: `larkspan: SUBJECT: what happened`. Subjects
-/// and texts come ready to be printed.
+/// The messages of a command, on the standard error: `larkspan: SUBJECT: what happened`, or JSON
+/// objects. Subjects and texts come ready to be printed.
 class Console final {
  public:
   explicit Console(const ConsoleOptions& options);
@@ -40,15 +42,19 @@ class Console final {
   [[nodiscard]] ExitCode GetOutcome() const noexcept { return outcome; }
   /// Whether good news aren't wanted.
   [[nodiscard]] bool IsQuiet() const noexcept { return quiet; }
+  /// Whether everything is to be printed for programs.
+  [[nodiscard]] bool IsJson() const noexcept { return json; }
   [[nodiscard]] Progress& GetProgress() noexcept { return progress; }
 
  private:
-  enum class Color : unsigned char { Plain, Yellow, Red };
+  enum class Kind : unsigned char { Note, Warning, Failure };
 
-  void Print(const std::string& text, Color color);
+  void Print(Kind kind, const std::string& subject, std::string_view text, ExitCode code,
+             const std::string& report = "");
 
   const bool quiet;
   const bool verbose;
+  const bool json;
   const bool colored;
   ExitCode outcome = ExitCode::Done;
   Progress progress;

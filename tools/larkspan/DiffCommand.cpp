@@ -15,6 +15,7 @@
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/InputFile.h"
 #include "tools/larkspan/Interruption.h"
+#include "tools/larkspan/JsonOutput.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/Text.h"
@@ -43,17 +44,42 @@ constexpr unsigned int HasFile = 512;
 constexpr unsigned int Owner = 1024;
 constexpr unsigned int AnyDifference = ~(IsFolder | HasFacts | HasFile);
 
-std::string DescribeChange(unsigned int facts) {
+const char* GetChange(unsigned int facts) {
+  if ((facts & Added) != 0) return "added";
+  return (facts & Removed) != 0 ? "removed" : "changed";
+}
+
+// What changed; nothing of what was added or removed.
+std::vector<std::string> ListDifferences(unsigned int facts) {
   constexpr std::pair<unsigned int, const char*> words[] = {
       {Type, "type"}, {Content, "content"}, {Mode, "mode"},
       {Time, "time"}, {Target, "target"},   {Owner, "owner"}};
-  if ((facts & Added) != 0) return "added";
-  if ((facts & Removed) != 0) return "removed";
-  std::string text;
+  std::vector<std::string> list;
+  if ((facts & (Added | Removed)) != 0) return list;
   for (const auto& [bit, word] : words) {
-    if ((facts & bit) != 0) (text += text.empty() ? "changed " : ",") += word;
+    if ((facts & bit) != 0) list.emplace_back(word);
+  }
+  return list;
+}
+
+std::string Describe(unsigned int facts) {
+  std::string text = GetChange(facts);
+  const char* separator = " ";
+  for (const std::string& word : ListDifferences(facts)) {
+    text += separator + word;
+    separator = ",";
   }
   return text;
+}
+
+std::string ToJson(const Vx::UniString& name, unsigned int facts) {
+  JsonObject object("difference");
+  object.PutText("name", name.GetView())
+      .Put("isFolder", (facts & IsFolder) != 0)
+      .Put("change", GetChange(facts));
+  const std::vector<std::string> differences = ListDifferences(facts);
+  if (!differences.empty()) object.Put("differences", differences);
+  return object.ToLine();
 }
 
 class Comparison final {
@@ -327,8 +353,11 @@ class Comparison final {
     StandardOutput output(options.null);
     for (const Vx::UniString& name : names) {
       const unsigned int facts = known.GetValue(name);
-      output.PrintName(DescribeChange(facts) + " ", name.GetView(),
-                       (facts & IsFolder) != 0 ? "/" : "");
+      if (console.IsJson()) {
+        output.Print(ToJson(name, facts));
+      } else {
+        output.PrintName(Describe(facts) + " ", name.GetView(), (facts & IsFolder) != 0 ? "/" : "");
+      }
     }
     output.Flush();
     if (!names.empty()) console.MarkIncomplete();

@@ -66,7 +66,8 @@ std::string Describe(const VxException& exception) {
 
 Failure::Failure(ExitCode exitCode, std::string subject, std::string text, std::string report)
     : code(exitCode),
-      message(std::move(subject) + ": " + std::move(text)),
+      about(std::move(subject)),
+      message(about + ": " + std::move(text)),
       details(std::move(report)) {}
 
 Failure SystemFailure(const std::string& subject, std::string_view action, int status) {

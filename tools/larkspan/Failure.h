@@ -26,13 +26,18 @@ class Failure final : public std::exception {
   Failure(ExitCode exitCode, std::string subject, std::string text, std::string report = "");
 
   [[nodiscard]] ExitCode GetExitCode() const noexcept { return code; }
+  [[nodiscard]] const std::string& GetSubject() const noexcept { return about; }
+  [[nodiscard]] std::string_view GetText() const noexcept {
+    return std::string_view(message).substr(about.size() + 2);
+  }
   [[nodiscard]] const std::string& GetReport() const noexcept { return details; }
   /// Subject and text.
   [[nodiscard]] const char* what() const noexcept override { return message.c_str(); }
 
  private:
   ExitCode code;
-  std::string message;
+  std::string about;
+  std::string message;  // subject, ": ", and text
   std::string details;
 };
 

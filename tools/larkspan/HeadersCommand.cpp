@@ -4,6 +4,7 @@
 #include "tools/larkspan/ArchiveEditor.h"
 #include "tools/larkspan/ArchiveReader.h"
 #include "tools/larkspan/HeaderArguments.h"
+#include "tools/larkspan/JsonOutput.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/Text.h"
 
@@ -24,9 +25,15 @@ void ChangeHeaders(const std::string& argument, Console& console, Change&& chang
   });
 }
 
-void PrintAll(const ArchiveReader& reader, StandardOutput& output) {
+std::string ToJson(const Vx::UniString& name, const Vx::UniString& value) {
+  JsonObject object("header");
+  return object.PutText("name", name.GetView()).PutText("value", value.GetView()).ToLine();
+}
+
+void PrintAll(const ArchiveReader& reader, bool json, StandardOutput& output) {
   for (const auto& [name, value] : reader.GetArchive().EnumerateHeaders()) {
-    output.Print(ToPrintable(name.GetView()) + "=" + ToPrintable(value.GetView()) + "\n");
+    output.Print(json ? ToJson(name, value)
+                      : ToPrintable(name.GetView()) + "=" + ToPrintable(value.GetView()) + "\n");
   }
 }
 
@@ -52,11 +59,12 @@ Vx::UniString NameFromArgument(const std::string& argument) {
 void RunHeadersGet(const HeadersGetOptions& options, Console& console) {
   const ArchiveReader reader(options.archive, console);
   StandardOutput output;
-  if (options.names.empty()) PrintAll(reader, output);
+  if (options.names.empty()) PrintAll(reader, console.IsJson(), output);
   for (const std::string& argument : options.names) {
+    const Vx::UniString name = NameFromArgument(argument);
     Vx::UniString value;
-    if (reader.GetArchive().GetHeader(NameFromArgument(argument), value)) {
-      output.Print(FormatValue(value));
+    if (reader.GetArchive().GetHeader(name, value)) {
+      output.Print(console.IsJson() ? ToJson(name, value) : FormatValue(value));
     } else {
       console.Warn(reader.GetSubject(), "no header named " + ToPrintable(argument));
     }

@@ -4,7 +4,9 @@
 
 #include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
+#include "tools/larkspan/JsonOutput.h"
 #include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
@@ -22,6 +24,23 @@ std::string FormatRatio(const Totals& totals) {
       text, sizeof(text), "%.1f %%",
       100.0 * static_cast<double>(totals.archivedSize) / static_cast<double>(totals.size));
   return text;
+}
+
+void PrintJson(const InfoOptions& options, const ArchiveReader& reader, const Totals& totals,
+               bool complete, StandardOutput& output) {
+  const Archive::ArchiveEnd end = reader.GetArchive().GetEnd();
+  JsonObject object("archive");
+  object.PutText("archive", TextFromArgument(options.archive).GetView())
+      .Put("complete", complete)
+      .Put("reservedSize", reader.GetArchive().GetReservedHeaderSize())
+      .Put("headers", reader.GetArchive().GetHeaderCount())
+      .Put("entries", totals.entries)
+      .Put("size", totals.size)
+      .Put("archivedSize", totals.archivedSize)
+      .Put("bytesRead", reader.GetPosition());
+  PutEnd(end, object);
+  output.Print(object.ToLine());
+  output.Flush();
 }
 
 void PrintTotals(const ArchiveReader& reader, const Totals& totals, StandardOutput& output) {
@@ -47,6 +66,14 @@ void RunInfo(const InfoOptions& options, Console& console) {
   ArchiveReader reader(options.archive, console);
   StandardOutput output;
   Totals totals;
+  const auto print = [&](bool complete) {
+    console.GetProgress().Clear();
+    if (console.IsJson()) {
+      PrintJson(options, reader, totals, complete, output);
+    } else {
+      PrintTotals(reader, totals, output);
+    }
+  };
   try {
     for (auto entry = reader.Next(); entry; entry = reader.Next()) {
       reader.Leave();
@@ -55,11 +82,10 @@ void RunInfo(const InfoOptions& options, Console& console) {
       totals.archivedSize += entry->GetArchivedSize();
     }
   } catch (const Failure&) {
-    PrintTotals(reader, totals, output);
+    print(false);
     throw;
   }
-  console.GetProgress().Clear();
-  PrintTotals(reader, totals, output);
+  print(true);
 }
 
 }  // namespace Tool

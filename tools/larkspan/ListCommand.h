@@ -9,10 +9,14 @@ namespace Tool {
 
 struct ListOptions : NameOptions {
   std::string archive;
+  std::string sort = "none";  // or "name", "size", "time"
   bool longForm = false;
+  bool human = false;  // sizes with units
+  bool tree = false;
 };
 
-/// Prints the names of entries and empty folders, each one as soon as it has been verified.
+/// Prints the names of entries and empty folders; unless they are sorted, or make a tree, each one
+/// as soon as it has been found.
 void RunList(const ListOptions& options, Console& console);
 
 }  // namespace Tool

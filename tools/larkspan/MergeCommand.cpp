@@ -9,6 +9,7 @@
 #include "Larkspan/Common/IO/ArchiveHeaderSize.h"
 #include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
+#include "tools/larkspan/DryRun.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/TargetFile.h"
@@ -94,8 +95,8 @@ class Merger final {
   void Show() const {
     StandardOutput output;
     for (std::size_t number = 0; number < entries.GetCount(); ++number) {
-      const char* const action = entries.IsDropped(number) ? "drop " : "add ";
-      output.PrintName(action, entries.GetName(number).GetView());
+      PrintStep(entries.IsDropped(number) ? "drop" : "add", entries.GetName(number), false, console,
+                output);
     }
     output.Flush();
   }

@@ -2,8 +2,8 @@
 
 #include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveEditor.h"
+#include "tools/larkspan/DryRun.h"
 #include "tools/larkspan/NameSelection.h"
-#include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/Text.h"
 
 namespace Tool {
@@ -42,7 +42,7 @@ class Removal final {
     for (std::size_t number = 0; number < entries.GetCount(); ++number) {
       const Vx::UniString name = entries.GetName(number);
       if (!selection.TakeTree(name)) continue;
-      Tell(name);
+      Tell(name, false);
       const auto entry = entries.GetEntry(number);
       entries.Drop(number);
       for (const auto& [header, value] : entry->EnumerateHeaders()) {
@@ -57,15 +57,15 @@ class Removal final {
     for (const auto& [header, value] : headers.EnumeratePairs()) {
       const Vx::UniString path = PathOf(header);
       if (path.IsEmpty() || !selection.TakeTree(path, true)) continue;
-      Tell(path, "/");
+      Tell(path, true);
       editor.GetChange().ClearHeader(header);
     }
   }
 
-  void Tell(const Vx::UniString& name, const char* end = "") {
+  void Tell(const Vx::UniString& name, bool isFolder) {
     changed = true;
     if (options.dryRun) {
-      output.PrintName("remove ", name.GetView(), end);
+      PrintStep("remove", name, isFolder, console, output);
     } else {
       console.ShowItem(name.GetView());
     }

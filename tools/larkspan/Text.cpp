@@ -158,6 +158,20 @@ std::string ToPrintable(const ::IO::Location& location) {
   return best->given + (best->given.ends_with('/') ? "" : "/") + rest;
 }
 
+std::string ToHumanSize(unsigned __int64 size) {
+  if (size < 1024) return std::to_string(size);
+  auto scaled = static_cast<double>(size);
+  const char* unit = "BKMGTPE";
+  // What would be printed as 1024 is one of the next unit.
+  while (scaled >= 1023.5) {
+    scaled /= 1024;
+    ++unit;
+  }
+  char text[32];
+  std::snprintf(text, sizeof(text), scaled < 9.95 ? "%.1f%c" : "%.0f%c", scaled, *unit);
+  return text;
+}
+
 std::string ToCalendar(__int64 secondsSince1970) {
   // Years 0 to 9999, so that the text always has the same width.
   constexpr __int64 first = -62167219200;

@@ -34,4 +34,7 @@ void NameAs(const ::IO::Location& location, const std::string& argument);
 /// Date and time of day in UTC; the text of a time that no calendar has is a dash.
 [[nodiscard]] std::string ToCalendar(__int64 secondsSince1970);
 
+/// "17", "1.5K", "20G": powers of 1024.
+[[nodiscard]] std::string ToHumanSize(unsigned __int64 size);
+
 }  // namespace Tool

@@ -2,7 +2,9 @@
 
 #include "tools/larkspan/ArchiveEndReport.h"
 #include "tools/larkspan/ArchiveReader.h"
+#include "tools/larkspan/JsonOutput.h"
 #include "tools/larkspan/OutputChannel.h"
+#include "tools/larkspan/Text.h"
 
 namespace Tool {
 namespace {
@@ -15,9 +17,9 @@ std::string Count(unsigned __int64 number, const char* one, const char* many) {
 // One archive, of which a damaged entry doesn't hide those behind it.
 class Verification final {
  public:
-  Verification(const std::string& archive, unsigned int jobs, StandardOutput& results,
+  Verification(const std::string& given, unsigned int jobs, StandardOutput& results,
                Console& messages)
-      : output(results), console(messages), reader(archive, messages, jobs) {}
+      : archive(given), output(results), console(messages), reader(archive, messages, jobs) {}
 
   void Run() {
     for (auto entry = reader.Next(); entry; entry = reader.Next()) {
@@ -27,11 +29,13 @@ class Verification final {
       console.ShowItem(entry->GetName().GetView());
     }
     console.GetProgress().Clear();
-    if (console.IsQuiet() && damaged == 0 && IsWhole(reader.GetEnd())) return;
-    output.Print(reader.GetSubject() + ": " + Describe() + "\n");
+    if (console.IsQuiet() && IsRight()) return;
+    output.Print(console.IsJson() ? ToJson() : reader.GetSubject() + ": " + Describe() + "\n");
   }
 
  private:
+  [[nodiscard]] bool IsRight() const { return damaged == 0 && IsWhole(reader.GetEnd()); }
+
   bool IsGood() {
     try {
       reader.Verify();
@@ -48,12 +52,24 @@ class Verification final {
 
   [[nodiscard]] std::string Describe() const {
     const Archive::ArchiveEnd end = reader.GetEnd();
-    std::string text = damaged == 0 && IsWhole(end) ? "ok (" : "not ok (";
+    std::string text = IsRight() ? "ok (" : "not ok (";
     text += Count(entries, "entry", "entries");
     if (damaged > 0) text += ", " + std::to_string(damaged) + " of them damaged";
     return text + ", " + Count(bytes, "byte", "bytes") + ", " + DescribeSeal(end) + ")";
   }
 
+  [[nodiscard]] std::string ToJson() const {
+    JsonObject object("verification");
+    object.PutText("archive", TextFromArgument(archive).GetView())
+        .Put("ok", IsRight())
+        .Put("entries", entries)
+        .Put("damaged", damaged)
+        .Put("size", bytes);
+    PutEnd(reader.GetEnd(), object);
+    return object.ToLine();
+  }
+
+  const std::string& archive;
   StandardOutput& output;
   Console& console;
   ArchiveReader reader;

@@ -34,7 +34,9 @@ ExitCode Main(int count, const char* const* arguments) {
   try {
     request = Tool::ParseCommandLine(count, arguments);
   } catch (const Tool::Failure& failure) {
-    Tool::Console console(Tool::ConsoleOptions{});
+    Tool::ConsoleOptions options;
+    options.json = Tool::AsksForJson(count, arguments);
+    Tool::Console console(options);
     console.Report(failure);
     return console.GetOutcome();
   }
