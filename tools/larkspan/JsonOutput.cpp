@@ -35,6 +35,8 @@ void PutTextInto(Json& object, const std::string& key, Vx::UniString::View text)
 }  // namespace
 
 struct JsonObject::Value {
+  Value() : object(Json::object()) {}
+
   Json object;
 };
 
