@@ -12,12 +12,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::string plain(plainSize, '\0');
   BlockCodec zlib(Codec::Engine::Zlib);
   BlockCodec fastest;
+  BlockCodec fast(Codec::GetFastestEngine(), Codec::Level::Fast);
+  BlockCodec best(Codec::GetFastestEngine(), Codec::Level::Best);
   const bool isWhole = zlib.Inflate(bytes.data(), bytes.size(), expected.data(), plainSize);
   const bool isTaken = fastest.Inflate(bytes.data(), bytes.size(), plain.data(), plainSize);
   Fuzz::Require(!isWhole || (isTaken && plain == expected), "both engines read a stream alike");
 
   // What one engine writes of the input, the other reads.
-  for (BlockCodec* const writer : {&zlib, &fastest}) {
+  for (BlockCodec* const writer : {&zlib, &fastest, &fast, &best}) {
     for (const Codec::BlockEnd end : {Codec::BlockEnd::Open, Codec::BlockEnd::Last}) {
       std::string block(BlockCodec::GetDeflateBound(bytes.size()), '\0');
       block.resize(writer->Deflate(bytes.data(), bytes.size(), end, block.data()));

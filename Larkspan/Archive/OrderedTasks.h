@@ -21,19 +21,24 @@ namespace Larkspan::Archive {
 }
 
 /// Does tasks side by side on threads, and gives them back in the order in which they were put in.
-/// `Worker` is made once for each thread, from nothing, and its `Do(Task&)` throws nothing. All
-/// operations belong to one thread.
+/// `Worker` is made once for each thread, and its `Do(Task&)` throws nothing. All operations belong
+/// to one thread.
 template <class Task, class Worker>
 class OrderedTasks final {
  public:
   /// One job is done by the caller's own thread, in `Put`. Where the system refuses threads, there
-  /// are fewer of them.
-  explicit OrderedTasks(unsigned int jobs) {
+  /// are fewer of them. Each worker is made of `arguments`.
+  template <class... Arguments>
+  explicit OrderedTasks(unsigned int jobs, const Arguments&... arguments)
+      : ownWorker(arguments...) {
     if (jobs < 2) return;
     threads.reserve(jobs);
     try {
       for (unsigned int index = 0; index < jobs; ++index) {
-        threads.emplace_back([this] { Run(); });
+        threads.emplace_back([this, arguments...] {
+          Worker worker(arguments...);
+          Run(worker);
+        });
       }
     } catch (const std::exception&) {
       // The threads that could be started do it all; without any, the caller's does.
@@ -94,8 +99,7 @@ class OrderedTasks final {
     return task;
   }
 
-  void Run() {
-    Worker worker;
+  void Run(Worker& worker) {
     std::unique_lock lock(mutex);
     for (;;) {
       waiting.wait(lock, [this] { return stopping || begun < taken + tasks.size(); });

@@ -34,9 +34,15 @@ constexpr unsigned int BlockSize = BlockCodec::MaxBlockSize;
 constexpr unsigned int BatchSize = 0x20000;
 constexpr std::size_t MaxPieces = 32;
 
-// What stands before and behind the blocks of a zlib stream: RFC 1950 at the default level, and the
-// sum of the plain data.
-constexpr std::array<char, 2> StreamHead = {'\x78', '\x9c'};
+// What stands before the blocks of a zlib stream, by level: the second byte has it (RFC 1950, 2.2).
+constexpr std::array<std::array<char, 2>, 3> StreamHeads = {
+    {{'\x78', '\x01'}, {'\x78', '\x9c'}, {'\x78', '\xda'}}};
+
+Codec::Level ToCodecLevel(ParallelWriter::Level level) noexcept {
+  if (level == ParallelWriter::Level::Fast) return Codec::Level::Fast;
+  return level == ParallelWriter::Level::Best ? Codec::Level::Best : Codec::Level::Default;
+}
+
 // A block of an entry: all of a short one's data.
 struct Piece {
   ArchiveEntry::Method method;
@@ -67,6 +73,8 @@ struct Batch {
 // Compresses the pieces of batches.
 class Encoder final {
  public:
+  explicit Encoder(Codec::Level level) noexcept : codec(Codec::GetFastestEngine(), level) {}
+
   void Do(Batch& batch) noexcept {
     try {
       std::size_t written = 0;
@@ -98,8 +106,11 @@ static_assert(Batch::EncodedSize > BlockSize + (BlockSize / 0x1000 + 1) * 5 + Ma
 
 class ParallelWriter::Pipeline final {
  public:
-  Pipeline(ArchiveOBinaryChannel& target, unsigned int jobs)
-      : archive(target), maxBatches(jobs < 2 ? 2 : 2 * std::size_t{jobs} + 2), tasks(jobs) {}
+  Pipeline(ArchiveOBinaryChannel& target, unsigned int jobs, Level level)
+      : archive(target),
+        streamHead(StreamHeads[static_cast<std::size_t>(level)]),
+        maxBatches(jobs < 2 ? 2 : 2 * std::size_t{jobs} + 2),
+        tasks(jobs, ToCodecLevel(level)) {}
 
   void Add(const Vx::UniString& name, const ArchiveHeaders& headers, ArchiveEntry::Method method,
            Vx::IBinaryChannel& source) {
@@ -231,10 +242,10 @@ class ParallelWriter::Pipeline final {
 
   void WriteDeflated(const Batch& batch, const Piece& piece, unsigned int adler) {
     const auto size = static_cast<unsigned int>(piece.encodedSize);
-    const std::size_t head = piece.isFirst ? StreamHead.size() : 0;
+    const std::size_t head = piece.isFirst ? streamHead.size() : 0;
     const std::size_t foot = piece.isLast ? sizeof(adler) : 0;
     archive.PutFrame(static_cast<unsigned int>(head + size + foot));
-    archive.Write(StreamHead.data(), static_cast<unsigned int>(head));
+    archive.Write(streamHead.data(), static_cast<unsigned int>(head));
     archive.Write(batch.encoded.get() + piece.encodedOffset, size);
     const auto sum = Common::IO::BigEndian::Encode(adler);
     archive.Write(sum.data(), static_cast<unsigned int>(foot));
@@ -251,6 +262,7 @@ class ParallelWriter::Pipeline final {
   }
 
   ArchiveOBinaryChannel& archive;
+  const std::array<char, 2> streamHead;
   const std::size_t maxBatches;
   Queue<Entry> entries;
   Queue<Batch> batches;
@@ -262,8 +274,8 @@ class ParallelWriter::Pipeline final {
   OrderedTasks<Batch, Encoder> tasks;
 };
 
-ParallelWriter::ParallelWriter(ArchiveOBinaryChannel& archive, unsigned int jobs)
-    : pipeline(Vx::New<Pipeline>(archive, CheckedJobs(jobs))) {}
+ParallelWriter::ParallelWriter(ArchiveOBinaryChannel& archive, unsigned int jobs, Level level)
+    : pipeline(Vx::New<Pipeline>(archive, CheckedJobs(jobs), level)) {}
 
 ParallelWriter::~ParallelWriter() = default;
 

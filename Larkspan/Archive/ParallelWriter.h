@@ -20,10 +20,20 @@ namespace Larkspan::Archive {
 /// what has not been written; no thread outlives the object.
 class LARKSPAN_API ParallelWriter final {
  public:
+  /// How much time goes into making few bytes; the plain data is the same, and so is its speed when
+  /// it is read. `docs/performance.md` has figures.
+  enum class Level : unsigned char {
+    Fast,
+    Default,
+    /// Takes 9 MiB more for each thread where libdeflate is at work.
+    Best,
+  };
+
   /// Adds to `archive`, which nobody else uses until `Finish`. With one job no thread is started;
   /// where the system refuses threads, there are fewer.
   /// Throws `Vx::IllegalArgumentException` for no job, and `Vx::OutOfMemoryException`.
-  ParallelWriter(Common::IO::ArchiveOBinaryChannel& archive, unsigned int jobs);
+  ParallelWriter(Common::IO::ArchiveOBinaryChannel& archive, unsigned int jobs,
+                 Level level = Level::Default);
   ParallelWriter(const ParallelWriter&) = delete;
   ParallelWriter& operator=(const ParallelWriter&) = delete;
   ~ParallelWriter();

@@ -137,6 +137,20 @@ void TreeArchiver::Write(ParallelWriter& writer) {
   }
 }
 
+ArchiveEntry::Method TreeArchiver::GetMethod(const Vx::UniString& name) const {
+  const Vx::UniString::View path = name.GetView();
+  const std::size_t dot = path.rfind(u'.');
+  // A name that begins with its only dot is that of a hidden file.
+  const bool hasSuffix = dot != path.npos && dot != 0 && path[dot - 1] != u'/';
+  if (options.storedSuffixes.empty() || !hasSuffix) return options.method;
+  std::u16string suffix(path.substr(dot + 1));
+  for (char16_t& unit : suffix) {
+    if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit - u'A' + u'a');
+  }
+  const bool isStored = options.storedSuffixes.contains(Vx::UniString(suffix));
+  return isStored ? ArchiveEntry::Stored : options.method;
+}
+
 void TreeArchiver::Add(const FileTree::Item& item, ParallelWriter& writer) {
   const Vx::UniString name = tree.GetEntryName(item);
   watcher.OnItemBegin(name, item.attributes.size);
@@ -152,7 +166,7 @@ void TreeArchiver::AddFile(const Vx::UniString& name, const FileTree::Item& item
                            ParallelWriter& writer) {
   if (item.source != nullptr) {
     PutFacts(name, item.attributes, item.attributes.type == ::IO::EntryType::File);
-    writer.Add(name, entryHeaders, options.method, *item.source);
+    writer.Add(name, entryHeaders, GetMethod(name), *item.source);
     watcher.OnItem(name);
     return;
   }
@@ -164,7 +178,7 @@ void TreeArchiver::AddFile(const Vx::UniString& name, const FileTree::Item& item
   }
   PutFacts(name, item.attributes, true);
   if (item.attributes.IsSparse()) entryHeaders.Put(TreeFacts::SparseHeader, u"1");
-  writer.Add(name, entryHeaders, options.method, input);
+  writer.Add(name, entryHeaders, GetMethod(name), input);
   if (item.attributes.links > 1) {
     firstNames.try_emplace({item.attributes.device, item.attributes.node}, name);
   }

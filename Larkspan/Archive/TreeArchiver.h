@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -20,12 +21,25 @@ namespace Larkspan::Archive {
 /// text.
 class LARKSPAN_API TreeArchiver final {
  public:
+  /// Ends of names, behind the last dot, of files whose data is compressed already and does not
+  /// shrink by much (see `docs/performance.md`): archives, pictures, sound, films, fonts, and
+  /// documents of office programs.
+  static constexpr std::u16string_view DefaultStoredSuffixes[] = {
+      u"7z",   u"aac",  u"apk", u"avif", u"br",    u"bz2",  u"cab",  u"deb", u"docx", u"epub",
+      u"flac", u"gif",  u"gz",  u"heic", u"jar",   u"jpeg", u"jpg",  u"jxl", u"lz",   u"lz4",
+      u"lzma", u"m4a",  u"m4v", u"mkv",  u"mov",   u"mp3",  u"mp4",  u"odp", u"ods",  u"odt",
+      u"ogg",  u"opus", u"png", u"pptx", u"rar",   u"rpm",  u"tbz2", u"tgz", u"txz",  u"war",
+      u"webm", u"webp", u"whl", u"woff", u"woff2", u"xlsx", u"xz",   u"zip", u"zst"};
+
   struct Options {
     Common::IO::ArchiveEntry::Method method = Common::IO::ArchiveEntry::Deflated;
     /// Store further names of a file as files of their own.
     bool copyHardLinks = false;
     /// Keep owner and group of everything, by number and name.
     bool keepOwners = false;
+    /// Files whose names end with a dot and one of these are stored. Without the dot and in small
+    /// letters, which stand for large ones, too.
+    std::unordered_set<Vx::UniString> storedSuffixes = {};
   };
 
   /// What happens on the way. Whatever an operation throws ends the work and passes through: that
@@ -72,6 +86,7 @@ class LARKSPAN_API TreeArchiver final {
   void PutFacts(const Vx::UniString& name, const ::IO::Attributes& attributes, bool hasTime);
   void PutFolders(const Vx::UniString& name);
   void PutOwners(const ::IO::Attributes& attributes);
+  [[nodiscard]] Common::IO::ArchiveEntry::Method GetMethod(const Vx::UniString& name) const;
   void Add(const FileTree::Item& item, ParallelWriter& writer);
   void AddFile(const Vx::UniString& name, const FileTree::Item& item, ParallelWriter& writer);
   bool AddHardLink(const Vx::UniString& name, const FileTree::Item& item, ParallelWriter& writer);

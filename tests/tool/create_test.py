@@ -137,6 +137,33 @@ class CreateTest(ToolTest):
                               data=b"t/sub\0t/tmp\0")[0]
         self.assertEqual(added, b"add t/sub/\0add t/tmp/f\0")
 
+    def test_levels_trade_time_for_bytes(self):
+        words = [b"%d of %x" % (number * number, number % 9973) for number in range(150_000)]
+        data = self.write("f", b"\n".join(words)).read_bytes()
+        sizes = []
+        for level in ("fast", "default", "best"):
+            made = [self.run_tool("create", "--level", level, "-j", jobs, "-", "f")[0]
+                    for jobs in ("1", "3")]
+            self.assertEqual(made[0], made[1])
+            self.assertEqual(self.run_tool("cat", "-", "f", data=made[0])[0], data)
+            sizes.append(len(made[0]))
+        self.assertEqual(sizes, sorted(set(sizes), reverse=True))
+        self.assertEqual(len(self.run_tool("create", "-", "f")[0]), sizes[1])
+
+    def test_data_that_does_not_shrink_is_stored(self):
+        names = [".gz", "a.JPG", "b.txt", "c.tar.gz", "d.gz/e", "f"]
+        for name in names:
+            self.write(name, b"data")
+        for option, stored in (([], ["a.JPG", "c.tar.gz"]), (["none"], []),
+                               ([".TXT, tar"], ["b.txt"])):
+            arguments = [f"--stored-suffixes={word}" for word in option]
+            for command in (["create", "--force"], ["add"]):
+                self.run_tool(*command, *arguments, "a.lsa", *names)
+                rows = self.run_tool("list", "-l", "a.lsa")[0].decode().splitlines()
+                self.assertEqual([row.split()[-1] for row in rows if " stored " in row], stored)
+        for bad in ("a,b/c", "", "a,,b"):
+            self.run_tool("create", "--stored-suffixes", bad, "b.lsa", "f", code=USAGE)
+
     def test_what_force_replaces(self):
         self.write("f", b"x")
         self.write("old", b"old", mode=0o600)

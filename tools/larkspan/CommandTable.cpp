@@ -376,6 +376,14 @@ Command<Options>& AddPackingOptions(Command<Options>& command) {
       .Add("-C,--directory", &TreeOptions::folder, "What relative paths count from", "DIR")
       .Add("--method", &TreeOptions::method, "deflated (the default) or stored", "METHOD")
       .OneOf({"deflated", "stored"})
+      .Add("--level", &TreeOptions::level,
+           "fast, default, or best, which is the smallest and takes many times as long", "LEVEL")
+      .OneOf({"fast", "default", "best"})
+      .Add("--stored-suffixes", &TreeOptions::storedSuffixes,
+           "Store files with these ends of names, as jpg,zip, and no others; none for no file. If "
+           "not given: " +
+               ListStoredSuffixes(),
+           "LIST")
       .Add("-j,--jobs", &TreeOptions::jobs, JobsText, "N")
       .Between(1, MaxJobs)
       .AddFlag("-L,--dereference", &TreeOptions::followLinks,

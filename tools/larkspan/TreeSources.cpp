@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "Larkspan/Archive/ParallelWriter.h"
@@ -18,6 +19,7 @@ namespace {
 
 namespace TreeFacts = Larkspan::Archive::TreeFacts;
 using Larkspan::Archive::FileTree;
+using Larkspan::Archive::ParallelWriter;
 using Larkspan::Archive::TreeArchiver;
 using Larkspan::Common::IO::ArchiveEntry;
 
@@ -44,13 +46,46 @@ int GetStatus(const VxException& exception) noexcept {
   return detail != nullptr ? detail->status : ::IO::StatusFailed;
 }
 
+std::unordered_set<Vx::UniString> ReadSuffixes(const std::string& list) {
+  std::unordered_set<Vx::UniString> suffixes;
+  if (list == "none") return suffixes;
+  for (std::size_t start = 0, end = 0; start <= list.size(); start = end + 1) {
+    end = std::min(list.find(',', start), list.size());
+    std::string suffix = list.substr(start, end - start);
+    while (suffix.starts_with(' ')) suffix.erase(0, 1);
+    if (suffix.starts_with('.')) suffix.erase(0, 1);
+    if (suffix.find_first_of("./") != suffix.npos || suffix.empty()) {
+      throw Failure(ExitCode::WrongUsage, "--stored-suffixes",
+                    "takes ends of names behind the last dot, with commas between, or none");
+    }
+    for (char& letter : suffix) {
+      if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    }
+    suffixes.insert(TextFromArgument(suffix));
+  }
+  return suffixes;
+}
+
 TreeArchiver::Options MakeArchiverOptions(const TreeOptions& options) {
   const bool stored = options.method == "stored";
   return {stored ? ArchiveEntry::Stored : ArchiveEntry::Deflated, options.copyHardLinks,
-          options.keepOwners};
+          options.keepOwners, ReadSuffixes(options.storedSuffixes)};
+}
+
+ParallelWriter::Level GetLevel(const std::string& word) {
+  if (word == "fast") return ParallelWriter::Level::Fast;
+  return word == "best" ? ParallelWriter::Level::Best : ParallelWriter::Level::Default;
 }
 
 }  // namespace
+
+std::string ListStoredSuffixes() {
+  std::string list;
+  for (const auto suffix : TreeArchiver::DefaultStoredSuffixes) {
+    list += (list.empty() ? "" : ", ") + Vx::UniString(suffix).ToUTF8();
+  }
+  return list;
+}
 
 void TreeMessages::OnStep() {
   CheckInterruption();
@@ -146,7 +181,7 @@ void TreeSources::Collect() {
 }
 
 void TreeSources::Write(Larkspan::Common::IO::ArchiveOBinaryChannel& archive) {
-  Larkspan::Archive::ParallelWriter writer(archive, options.jobs);
+  ParallelWriter writer(archive, options.jobs, GetLevel(options.level));
   console.GetProgress().BeginAll(GetTotalSize());
   archiver.Write(writer);
   if (input && input->HasChanged()) watcher.TellChange(input->GetSubject());

@@ -13,6 +13,9 @@
 
 namespace Tool {
 
+/// The library's `TreeArchiver::DefaultStoredSuffixes`, with commas between.
+[[nodiscard]] std::string ListStoredSuffixes();
+
 /// What is packed into an archive, and how.
 struct TreeOptions : ExcludeOptions {
   std::vector<std::string> paths;  // `-` is the standard input
@@ -21,6 +24,8 @@ struct TreeOptions : ExcludeOptions {
   std::string folder;  // what relative paths count from; empty for the current one
   std::string inputName = "stdin";
   std::string method = "deflated";
+  std::string level = "default";                      // or "fast", "best"
+  std::string storedSuffixes = ListStoredSuffixes();  // or "none"
   unsigned int jobs = ::IO::GetProcessorCount();
   bool followLinks = false;
   bool copyHardLinks = false;

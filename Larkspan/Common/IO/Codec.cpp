@@ -20,6 +20,16 @@ namespace {
 constexpr int RawWindowBits = -15;
 constexpr int MemoryLevel = 8;
 
+// The levels of the engines, by `Level`.
+constexpr std::array<int, 3> ZlibLevels = {1, Z_DEFAULT_COMPRESSION, 9};
+#ifdef LARKSPAN_HAS_LIBDEFLATE
+constexpr std::array<int, 3> LibdeflateLevels = {1, 6, 12};
+#endif
+
+std::size_t GetIndex(Level level) noexcept {
+  return static_cast<std::size_t>(level);
+}
+
 // Where a deflate stream has its last block and its end, in bits.
 struct StreamEnd {
   std::size_t lastBlock;
@@ -90,7 +100,7 @@ Engine GetFastestEngine() noexcept {
 // The states that were needed so far.
 class BlockCodec::State final {
  public:
-  State() noexcept = default;
+  explicit State(Level stateLevel) noexcept : level(stateLevel) {}
   State(const State&) = delete;
   State& operator=(const State&) = delete;
   ~State() {
@@ -128,14 +138,15 @@ class BlockCodec::State final {
 
 #ifdef LARKSPAN_HAS_LIBDEFLATE
   std::size_t DeflateByLibdeflate(const char* data, std::size_t size, BlockEnd end, char* target) {
-    constexpr int DefaultLevel = 6;
     // The engine's own form of no data is longer.
     constexpr std::array<char, 2> EmptyLastBlock = {'\x03', '\x00'};
     if (size == 0 && end == BlockEnd::Last) {
       std::copy(EmptyLastBlock.begin(), EmptyLastBlock.end(), target);
       return EmptyLastBlock.size();
     }
-    if (compressor == nullptr) compressor = libdeflate_alloc_compressor(DefaultLevel);
+    if (compressor == nullptr) {
+      compressor = libdeflate_alloc_compressor(LibdeflateLevels[GetIndex(level)]);
+    }
     if (compressor == nullptr) FailForMemory(__LINE__);
     const std::size_t written =
         libdeflate_deflate_compress(compressor, data, size, target, GetDeflateBound(size));
@@ -164,7 +175,7 @@ class BlockCodec::State final {
   void PrepareDeflate() {
     if (!hasDeflate) {
       deflateStream = z_stream();
-      if (deflateInit2_(&deflateStream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, RawWindowBits,
+      if (deflateInit2_(&deflateStream, ZlibLevels[GetIndex(level)], Z_DEFLATED, RawWindowBits,
                         MemoryLevel, Z_DEFAULT_STRATEGY, ZlibVersion,
                         static_cast<int>(sizeof(z_stream))) != Z_OK) {
         FailForMemory(__LINE__);
@@ -240,16 +251,18 @@ class BlockCodec::State final {
 #endif
   z_stream deflateStream;
   z_stream inflateStream;
+  const Level level;
   bool hasDeflate = false;
   bool hasInflate = false;
 };
 
-BlockCodec::BlockCodec(Engine codecEngine) noexcept : engine(codecEngine) {}
+BlockCodec::BlockCodec(Engine codecEngine, Level codecLevel) noexcept
+    : engine(codecEngine), level(codecLevel) {}
 
 BlockCodec::~BlockCodec() = default;
 
 BlockCodec::State& BlockCodec::GetState() {
-  if (!state) state.reset(Vx::New<State>());
+  if (!state) state.reset(Vx::New<State>(level));
   return *state;
 }
 

@@ -30,6 +30,13 @@ enum class Engine {
 /// Libdeflate where it is there, else zlib.
 [[nodiscard]] LARKSPAN_API Engine GetFastestEngine() noexcept;
 
+/// How much time goes into making few bytes.
+enum class Level : unsigned char {
+  Fast,
+  Default,
+  Best,
+};
+
 /// Whether what `BlockCodec::Deflate` writes ends the stream.
 enum class BlockEnd {
   Open,  ///< the stream can go on with another block, at the next byte
@@ -43,7 +50,7 @@ class LARKSPAN_API BlockCodec final {
   /// The most plain bytes that a block has.
   static constexpr std::size_t MaxBlockSize = 0x100000;
 
-  explicit BlockCodec(Engine engine = GetFastestEngine()) noexcept;
+  explicit BlockCodec(Engine engine = GetFastestEngine(), Level level = Level::Default) noexcept;
   BlockCodec(const BlockCodec&) = delete;
   BlockCodec& operator=(const BlockCodec&) = delete;
   ~BlockCodec();
@@ -51,8 +58,8 @@ class LARKSPAN_API BlockCodec final {
   /// The most bytes that `Deflate` writes for `size` bytes.
   [[nodiscard]] static std::size_t GetDeflateBound(std::size_t size) noexcept;
 
-  /// Deflates at most `MaxBlockSize` bytes at the default level, and gives the bytes written.
-  /// `target` has room for `GetDeflateBound(size)`. The bytes depend on data, engine and end alone.
+  /// Deflates at most `MaxBlockSize` bytes, and gives the bytes written. `target` has room for
+  /// `GetDeflateBound(size)`. The bytes depend on data, engine, level and end alone.
   /// Throws `Vx::OutOfMemoryException`, and `Vx::IOException` if the engine's output does not give
   /// the data again, as faulty memory has it.
   [[nodiscard]] std::size_t Deflate(const char* data, std::size_t size, BlockEnd end, char* target);
@@ -70,6 +77,7 @@ class LARKSPAN_API BlockCodec final {
   [[nodiscard]] State& GetState();
 
   [[maybe_unused]] const Engine engine;  // without libdeflate there is one alone
+  const Level level;
   std::unique_ptr<State> state;
 };
 
