@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string_view>
 
 #include "foundation/Vx/UniString.h"
@@ -18,6 +19,18 @@ void ForEachFolderAbove(const Vx::UniString& name, Work&& work) {
   for (auto end = path.find(u'/'); end != path.npos; end = path.find(u'/', end + 1)) {
     work(Vx::UniString(path.substr(0, end)));
   }
+}
+
+/// The name without its first `count` parts; empty if no more is left.
+[[nodiscard]] inline Vx::UniString StripParts(const Vx::UniString& name, unsigned int count) {
+  constexpr std::u16string_view separators = u"/\\";
+  std::u16string_view rest = name.GetView();
+  while (count-- > 0 && !rest.empty()) {
+    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
+    rest.remove_prefix(std::min(rest.find_first_of(separators), rest.size()));
+    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
+  }
+  return Vx::UniString(rest);
 }
 
 }  // namespace Larkspan::Archive

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Larkspan/Archive/EntryName.h"
 #include "Larkspan/Archive/LocalAccounts.h"
 #include "Larkspan/Archive/SparseOutput.h"
 #include "Larkspan/Archive/TargetTree.h"
@@ -51,18 +52,6 @@ struct Place {
   ::IO::Location parent;
   ::IO::Name name;
 };
-
-// The name without its first `count` parts; empty if no more is left.
-Vx::UniString StripParts(const Vx::UniString& name, unsigned int count) {
-  constexpr std::u16string_view separators = u"/\\";
-  std::u16string_view rest = name.GetView();
-  while (count-- > 0 && !rest.empty()) {
-    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
-    rest.remove_prefix(std::min(rest.find_first_of(separators), rest.size()));
-    rest.remove_prefix(std::min(rest.find_first_not_of(separators), rest.size()));
-  }
-  return Vx::UniString(rest);
-}
 
 // The mode that the entry's headers hold, of its bits those in `mask`.
 unsigned int GetMode(const ArchiveEntry& entry, unsigned int mask, unsigned int otherwise) {

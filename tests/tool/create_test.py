@@ -124,6 +124,25 @@ class CreateTest(ToolTest):
             self.assertEqual(self.run_tool("create", "-", *arguments, data=b"in")[0], stream)
             self.assertEqual(self.run_tool("list", "-", data=stream)[0].decode(), names)
 
+    def test_dry_runs_tell_and_write_nothing(self):
+        self.write("t/a")
+        self.run_tool("create", "-H", "owner=ada", "a.lsa", "t")
+        self.write("out/t/a", b"old")
+        before = snapshot(self.folder)
+        for arguments, shown, code in (
+                (("create", "-n", "b.lsa", "t"), b"add t/a\n", DONE),
+                (("create", "-n", "a.lsa", "t"), b"", SYSTEM),
+                (("extract", "-n", "-C", "new", "a.lsa"), b"extract t/a\n", DONE),
+                (("extract", "-n", "-C", "out", "a.lsa"), b"", SYSTEM),
+                (("extract", "-n", "-C", "out", "--overwrite", "skip", "a.lsa"), b"keep t/a\n", DONE),
+                (("extract", "-n", "--strip-components", "1", "a.lsa"), b"extract a\n", DONE),
+                (("headers", "set", "-n", "a.lsa", "x=y"), b"set x\n", DONE),
+                (("headers", "clear", "-n", "a.lsa", "owner"), b"clear owner\n", DONE)):
+            output = self.run_tool(*arguments, code=code)[0]
+            output = b"".join(line for line in output.splitlines(True) if line != b"set seal\n")
+            self.assertEqual(output, shown, arguments)
+        self.assertEqual(snapshot(self.folder), before)
+
     def test_paths_come_from_files_and_patterns_leave_out(self):
         for name in ("t/keep.c", "t/drop.o", "t/sub/deep/drop.o", "t/sub/keep.o", "t/tmp/f", "u/tmp"):
             self.write(name)

@@ -10,7 +10,6 @@ namespace Tool {
 struct AddOptions : TreeOptions {
   std::string archive;
   std::string replace = "always";
-  bool dryRun = false;
 };
 
 /// Adds files to an archive, behind its entries, which are copied as they are. Entries of the same

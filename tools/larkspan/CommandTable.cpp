@@ -367,6 +367,7 @@ constexpr const char* JobsText = "Threads at work; by default as many as there a
 
 constexpr const char* ExcludeText = "Leave out what matches; any number of patterns";
 constexpr const char* ExcludeFromText = "Patterns in a file, one a line";
+constexpr const char* DryRunText = "Print what would be done, and write nothing";
 constexpr const char* NullText = "Names that are read or printed end with a zero byte, not a line";
 
 // What commands have that pack files.
@@ -400,6 +401,7 @@ Command<Options>& AddPackingOptions(Command<Options>& command) {
       .Add("-T,--files-from", &TreeOptions::pathFiles,
            "Take paths from a file, one a line, too; - is standard input", "FILE")
       .AddFlag("-0,--null", &TreeOptions::null, NullText)
+      .AddFlag("-n,--dry-run", &TreeOptions::dryRun, DryRunText)
       .Add("--stdin-name", &TreeOptions::inputName, "Entry name of standard input", "NAME");
 }
 
@@ -484,6 +486,7 @@ CommandFacts MakeExtract() {
       .AddSize("--max-size", &ExtractOptions::maxSize, "Stop where all files together get larger")
       .Add("--strip-components", &ExtractOptions::stripComponents,
            "Take so many parts off the front of each name; names with no more are left out", "N")
+      .AddFlag("-n,--dry-run", &ExtractOptions::dryRun, DryRunText)
       .AddFlag("--sync", &ExtractOptions::sync, "Have everything on the disk before the end")
       .AddFlag("--same-owner", &ExtractOptions::sameOwner,
                "Give files to the owners that the archive names; the default for root")
@@ -509,15 +512,12 @@ CommandFacts MakeDiff() {
       .Required();
 }
 
-constexpr const char* DryRunText = "Print what would be done, and write nothing";
-
 CommandFacts MakeAdd() {
   Command command("add", "Add files to an archive", AddWords, RunAdd);
   return AddPackingOptions(command)
       .Add("--replace", &AddOptions::replace,
            "When entries of the same names give way: always (the default), newer or never", "WHEN")
       .OneOf({"always", "newer", "never"})
-      .AddFlag("-n,--dry-run", &AddOptions::dryRun, DryRunText)
       .Add("ARCHIVE", &AddOptions::archive, "The archive")
       .Required()
       .Add("PATH", &TreeOptions::paths, "Files and folders; - is standard input")
@@ -563,11 +563,13 @@ CommandFacts MakeHeaders() {
           .Add("NAME", &HeadersGetOptions::names, "The header")
           .AtMost(1),
       Command("set", "Set headers", HeadersWords, RunHeadersSet)
+          .AddFlag("-n,--dry-run", &HeadersSetOptions::dryRun, DryRunText)
           .Add("ARCHIVE", &HeadersSetOptions::archive, "The archive")
           .Required()
           .Add("NAME=VALUE", &HeadersSetOptions::headers, "The headers")
           .Required(),
       Command("clear", "Remove headers", HeadersWords, RunHeadersClear)
+          .AddFlag("-n,--dry-run", &HeadersClearOptions::dryRun, DryRunText)
           .AddFlag("--all", &HeadersClearOptions::all, "All but those that stand for empty folders")
           .Add("ARCHIVE", &HeadersClearOptions::archive, "The archive")
           .Required()

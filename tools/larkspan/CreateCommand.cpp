@@ -35,7 +35,7 @@ void CheckOptions(const CreateOptions& options) {
   if (options.archive.ends_with('/')) {
     throw Failure(ExitCode::WrongUsage, ToPrintable(options.archive), "the name of a folder");
   }
-  if (options.archive == "-" && ::IO::IsTerminal(::IO::StandardStream::Output)) {
+  if (options.archive == "-" && !options.dryRun && ::IO::IsTerminal(::IO::StandardStream::Output)) {
     throw Failure(ExitCode::WrongUsage, "standard output",
                   "no archive goes to a terminal; redirect it, or name a file");
   }
@@ -50,6 +50,7 @@ void CreateStream(const CreateOptions& options, Console& console) {
     sources.GetTree().Exclude(attributes);
   }
   sources.Collect();
+  if (options.dryRun) return sources.Show();
   StandardOutput output;
   try {
     Write(options, sources, output.GetChannel());
@@ -65,6 +66,7 @@ void CreateFile(const CreateOptions& options, Console& console) {
   TreeSources sources(options, console);
   if (target.GetPresent()) sources.GetTree().Exclude(*target.GetPresent());
   sources.Collect();
+  if (options.dryRun) return sources.Show();
   OutputChannel sink(target.Make(console), target.GetSubject());
   Vx::BufferedOBinaryChannel output(sink, OutputChannel::BufferSize);
   Write(options, sources, output);

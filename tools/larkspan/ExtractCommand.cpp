@@ -1,8 +1,13 @@
 #include "tools/larkspan/ExtractCommand.h"
 
+#include "Larkspan/Archive/EntryName.h"
 #include "Larkspan/Archive/TreeExtractor.h"
+#include "Larkspan/Common/IO/EntryLocation.h"
+#include "foundation/IO/FileSystem.h"
 #include "tools/larkspan/ArchiveReader.h"
+#include "tools/larkspan/DryRun.h"
 #include "tools/larkspan/NameSelection.h"
+#include "tools/larkspan/OutputChannel.h"
 #include "tools/larkspan/PathArgument.h"
 #include "tools/larkspan/Text.h"
 
@@ -120,6 +125,67 @@ class Reporter final : public TreeExtractor::Watcher {
   Console& console;
 };
 
+// Reads and verifies everything, and prints what would become of it.
+class Preview final {
+ public:
+  Preview(const ExtractOptions& given, ArchiveReader& entries, NameSelection& names,
+          Reporter& observer, const Console& messages)
+      : options(given),
+        console(messages),
+        reader(entries),
+        selection(names),
+        reporter(observer),
+        folder(LocationFromArgument(given.folder.empty() ? "." : given.folder)),
+        output(given.null) {}
+
+  void Run() {
+    for (auto entry = reader.Next(); entry; entry = reader.Next()) {
+      try {
+        Show(entry->GetName());
+      } catch (const Failure&) {
+        if (!reporter.GoesOn()) throw;
+        reader.Leave();
+      }
+    }
+    output.Flush();
+  }
+
+ private:
+  void Show(const Vx::UniString& name) {
+    const Vx::UniString left = Larkspan::Archive::StripParts(name, options.stripComponents);
+    if (!selection.TakeTree(name) || left.IsEmpty()) return reader.Leave();
+    const ::IO::Location location = Locate(name, left);
+    reader.Verify();
+    ::IO::Attributes present;
+    const int status = ::IO::fileSystem.GetAttributes(location, &present, false);
+    const bool isFree = status == ::IO::StatusNotFound || status == ::IO::StatusNotAFolder;
+    if (!isFree && status != 0) reporter.OnRefused(Step::Look, location, status);
+    if (!isFree && options.overwrite == "fail") reporter.OnRefused(Step::Exists, location, status);
+    const char* const action = options.overwrite == "skip" ? "keep" : "replace";
+    PrintStep(isFree ? "extract" : action, left, false, console, output);
+  }
+
+  [[nodiscard]] ::IO::Location Locate(const Vx::UniString& name, const Vx::UniString& left) {
+    try {
+      static_cast<void>(Archive::LocationFromEntryName(folder, name));
+      return Archive::LocationFromEntryName(folder, left);
+    } catch (const Vx::OutOfMemoryException&) {
+      throw;
+    } catch (const VxException& exception) {
+      reporter.OnFault(TreeExtractor::Fault::BadName, name, &exception);
+      throw;
+    }
+  }
+
+  const ExtractOptions& options;
+  const Console& console;
+  ArchiveReader& reader;
+  NameSelection& selection;
+  Reporter& reporter;
+  const ::IO::Location folder;
+  StandardOutput output;
+};
+
 }  // namespace
 
 void RunExtract(const ExtractOptions& options, Console& console) {
@@ -129,6 +195,11 @@ void RunExtract(const ExtractOptions& options, Console& console) {
     reader.LookAhead([&](const Vx::UniString& name) { selection.Note(name); });
   }
   Reporter reporter(options, reader.GetSubject(), console);
+  if (options.dryRun) {
+    Preview(options, reader, selection, reporter, console).Run();
+    selection.ReportMissing(reader.GetSubject(), console);
+    return;
+  }
   TreeExtractor::Options wanted;
   wanted.overwrite = GetOverwrite(options.overwrite);
   wanted.makeUnsafeLinks = options.unsafeLinks;

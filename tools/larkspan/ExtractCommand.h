@@ -19,6 +19,7 @@ struct ExtractOptions : NameOptions {
   unsigned int jobs = ::IO::GetProcessorCount();
   unsigned int stripComponents = 0;  // parts taken off the front of each name
   bool keepGoing = false;
+  bool dryRun = false;
   bool sync = false;
   bool unsafeLinks = false;
   bool sameOwner = ::IO::IsPrivileged();

@@ -3,6 +3,7 @@
 #include "Larkspan/Archive/TreeFacts.h"
 #include "tools/larkspan/ArchiveEditor.h"
 #include "tools/larkspan/ArchiveReader.h"
+#include "tools/larkspan/DryRun.h"
 #include "tools/larkspan/HeaderArguments.h"
 #include "tools/larkspan/JsonOutput.h"
 #include "tools/larkspan/OutputChannel.h"
@@ -14,14 +15,38 @@ namespace {
 namespace TreeFacts = Larkspan::Archive::TreeFacts;
 using Archive::ArchiveHeaders;
 
+// Prints in what the headers differ from those before.
+void ShowChange(const ArchiveHeaders& before, ArchiveEditor& editor, Console& console) {
+  const ArchiveHeaders after = editor.GetChange().GetHeaders();
+  StandardOutput output;
+  for (const auto& [name, value] : after.EnumeratePairs()) {
+    Vx::UniString old;
+    const bool isSame = before.FindValue(name, old) && old == value;
+    if (!isSame) PrintStep("set", name, false, console, output);
+  }
+  for (const auto& [name, value] : before.EnumeratePairs()) {
+    if (after.Find(name) == nullptr) PrintStep("clear", name, false, console, output);
+  }
+  output.Flush();
+  if (editor.GetChange().NeedsRewrite()) {
+    console.Detail(editor.GetSubject(), "would be rewritten");
+  }
+}
+
 // Reads the headers, lets `change` work on them, and updates the file.
 template <class Change>
-void ChangeHeaders(const std::string& argument, Console& console, Change&& change) {
+void ChangeHeaders(const std::string& argument, bool dryRun, Console& console, Change&& change) {
   if (argument == "-") {
     throw Failure(ExitCode::WrongUsage, "-", "headers are changed in a file; name one");
   }
   EditArchive(argument, console, [&](ArchiveEditor& editor) {
-    if (change(editor.GetChange())) editor.Commit();
+    const ArchiveHeaders before = editor.GetChange().GetHeaders();
+    if (!change(editor.GetChange())) return;
+    if (dryRun) {
+      ShowChange(before, editor, console);
+    } else {
+      editor.Commit();
+    }
   });
 }
 
@@ -75,17 +100,19 @@ void RunHeadersGet(const HeadersGetOptions& options, Console& console) {
 void RunHeadersSet(const HeadersSetOptions& options, Console& console) {
   ArchiveHeaders headers;
   for (const std::string& header : options.headers) PutHeaderArgument(header, headers);
-  ChangeHeaders(options.archive, console, [&headers](ArchiveEditor::Change& archive) {
-    for (const auto& [name, value] : headers.EnumeratePairs()) archive.PutHeader(name, value);
-    return true;
-  });
+  ChangeHeaders(options.archive, options.dryRun, console,
+                [&headers](ArchiveEditor::Change& archive) {
+                  for (const auto& [name, value] : headers.EnumeratePairs())
+                    archive.PutHeader(name, value);
+                  return true;
+                });
 }
 
 void RunHeadersClear(const HeadersClearOptions& options, Console& console) {
   if (options.all != options.names.empty()) {
     throw Failure(ExitCode::WrongUsage, "headers clear", "takes either names or --all");
   }
-  ChangeHeaders(options.archive, console, [&](ArchiveEditor::Change& archive) {
+  ChangeHeaders(options.archive, options.dryRun, console, [&](ArchiveEditor::Change& archive) {
     bool changed = false;
     std::vector<Vx::UniString> names;
     for (const std::string& argument : options.names) names.push_back(NameFromArgument(argument));

@@ -15,12 +15,14 @@ struct HeadersGetOptions {
 struct HeadersSetOptions {
   std::string archive;
   std::vector<std::string> headers;  // NAME=VALUE
+  bool dryRun = false;
 };
 
 struct HeadersClearOptions {
   std::string archive;
   std::vector<std::string> names;
   bool all = false;
+  bool dryRun = false;
 };
 
 /// Print or change the headers of an archive. Changes are made in place where they fit; else the

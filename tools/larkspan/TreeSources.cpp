@@ -8,6 +8,7 @@
 #include "Larkspan/Archive/ParallelWriter.h"
 #include "Larkspan/Archive/TreeFacts.h"
 #include "foundation/IO/NewFile.h"
+#include "tools/larkspan/DryRun.h"
 #include "tools/larkspan/HeaderArguments.h"
 #include "tools/larkspan/Interruption.h"
 #include "tools/larkspan/NameFile.h"
@@ -178,6 +179,14 @@ void TreeSources::Collect() {
                   "two different files would have this name; make two archives of them");
   }
   CheckNameLengths();
+}
+
+void TreeSources::Show() const {
+  StandardOutput output(options.null);
+  for (const FileTree::Item& item : tree.GetItems()) {
+    PrintStep("add", tree.GetEntryName(item), item.IsFolder(), console, output);
+  }
+  output.Flush();
 }
 
 void TreeSources::Write(Larkspan::Common::IO::ArchiveOBinaryChannel& archive) {

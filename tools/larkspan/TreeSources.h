@@ -32,6 +32,7 @@ struct TreeOptions : ExcludeOptions {
   bool keepOwners = false;
   bool oneFileSystem = false;
   bool leaveOutCaches = false;
+  bool dryRun = false;
 };
 
 /// Prints what a walk and the writing of what it found tell.
@@ -66,6 +67,8 @@ class TreeSources final {
   /// Finds all files, in the file system and among the arguments, and checks their names.
   void Collect();
 
+  /// Prints what would be added.
+  void Show() const;
   /// Adds the headers of the archive that tell of empty folders.
   void PutHeaders(Larkspan::Common::IO::ArchiveHeaders& headers) { archiver.PutHeaders(headers); }
   /// Adds the entries.
