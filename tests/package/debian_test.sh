@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # debian_test.sh SOURCE: makes the Debian packages, lets lintian look at them, and installs them into a
 # fresh root: the tool and a program that was built against them run there, and after the removal all
-# is as it was. Where no root can be made, they are unpacked into a folder and used there.
+# is as it was. That root is loaded from apt's own mirror, so it is made only with
+# LARKSPAN_FRESH_ROOT=1; else, and where none can be made, they are unpacked into a folder and used there.
 set -euo pipefail
 source=$(realpath "$1")
 work=$(mktemp -d)
@@ -28,17 +29,18 @@ fi
 # Files, without what dpkg and the linker keep of their own.
 content() { (cd "$root" && find . -xdev ! -path './var/lib/dpkg*' ! -path './var/log*' ! -path './var/cache/*' -type f,l,d | sort); }
 
-mirror=$(apt-cache policy 2>/dev/null | grep -oE 'https?://[^ ]*debian\.org/debian\b' | head -n 1 || true)
-if [ "$(id -u)" -eq 0 ] && command -v debootstrap >/dev/null &&
+mirror=$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 2>/dev/null | head -n 1 || true)
+if [ "${LARKSPAN_FRESH_ROOT:-}" = 1 ] && [ -n "$mirror" ] && [ "$(id -u)" -eq 0 ] &&
+  command -v debootstrap >/dev/null &&
   debootstrap --variant=minbase --include=libdeflate0 "$(. /etc/os-release && echo "$VERSION_CODENAME")" \
-    "$root" "${mirror:-http://deb.debian.org/debian}" >"$work/log" 2>&1; then
+    "$root" "$mirror" >"$work/log" 2>&1; then
   in_root() { chroot "$root" "$@"; }
   content >"$work/before"
   cp "${packages[@]}" "$root/tmp"
   in_root sh -c 'dpkg -i /tmp/*.deb' >"$work/log" 2>&1 || fail "$(cat "$work/log")"
   rm "$root"/tmp/*.deb
 else
-  echo "no fresh root can be made here: the packages are unpacked into a folder"
+  echo "no fresh root is made: the packages are unpacked into a folder"
   mkdir "$root"
   for package in "${packages[@]}"; do dpkg-deb -x "$package" "$root"; done
   in_root() { (cd "$root" && LD_LIBRARY_PATH=$(echo usr/lib/*-linux-gnu) "${1#/}" "${@:2}"); }
