@@ -6,6 +6,8 @@ import io
 import json
 import pathlib
 import re
+import shutil
+import subprocess
 import sys
 import unittest
 import zlib
@@ -69,9 +71,12 @@ class Good(unittest.TestCase):
                     + entry("b", b"", DEFLATED, carried=EMPTY_ZLIB))
         sealed = promising_header(("author", "Ada")) + entry("a") + seal({"name": "a"})
         self.assertEqual(shown, [header(), complete, sealed])
-        self.assertEqual([run(archive, "verify")[1] for archive in shown],
-                         [b"Verified 0 entries.\n", b"Verified 2 entries.\n",
-                          b"Verified 1 entry, sealed.\n"])
+        told = [b"Verified 0 entries.\n", b"Verified 2 entries.\n", b"Verified 1 entry, sealed.\n"]
+        self.assertEqual([run(archive, "verify")[1] for archive in shown], told)
+        if shutil.which("javac"):
+            command = "java", ROOT / "examples" / "ReadArchive.java", "verify", "-"
+            self.assertEqual([subprocess.check_output(command, input=archive) for archive in shown],
+                             told)
 
 
 class Sealed(unittest.TestCase):
