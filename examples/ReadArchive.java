@@ -83,6 +83,32 @@ public final class ReadArchive {
     String methodName() {
       return method == DEFLATED ? "deflated" : "stored";
     }
+
+    /** Whether its data says where a symbolic or hard link leads. */
+    boolean isLink() {
+      String type = headers.getOrDefault("type", "");
+      return type.equals("link") || type.equals("hardlink");
+    }
+  }
+
+  /** Where a link leads, to be printed. No system has a longer target. */
+  static final class Target extends OutputStream {
+    private static final int LONGEST = 65535;
+    private final StringBuilder text = new StringBuilder();
+    private int size;
+
+    @Override
+    public void write(int value) {
+      if (size++ >= LONGEST) return;
+      int unit = value & 0xFF;
+      text.append(unit >= 32 && unit < 127 ? String.valueOf((char) unit)
+                                           : String.format("\\x%02x", unit));
+    }
+
+    @Override
+    public String toString() {
+      return text.toString();
+    }
   }
 
   /** Hands all that is read to a watcher, as long as there is one. */
@@ -399,12 +425,14 @@ public final class ReadArchive {
         return 0;
       }
       MessageDigest digest = newDigest();
+      Target target = new Target();
       archive.copyData(entry, command.equals("dump") ? into(digest)
-                                                     : OutputStream.nullOutputStream());
+                            : entry.isLink() ? target : OutputStream.nullOutputStream());
       if (command.equals("dump")) printLine(output, describe(entry, digest));
       if (command.equals("list")) {
         printLine(output, String.format("%-8s %12d %12d %08x %s", entry.methodName(),
-            entry.archivedSize, entry.size, entry.crc.getValue(), quote(entry.name)));
+            entry.archivedSize, entry.size, entry.crc.getValue(), quote(entry.name))
+            + (entry.isLink() ? " -> " + target : ""));
       }
     }
     if (command.equals("verify")) {

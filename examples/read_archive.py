@@ -36,6 +36,7 @@ MAGIC = b"LarkspanArchive"
 DEFLATED, STORED = 1, 2
 METHOD_NAMES = {DEFLATED: "deflated", STORED: "stored"}
 BLOCK_SIZE = 65536  # the most that is read, or inflated, at a time
+LONGEST_TARGET = 65535  # no system has a longer target of a link
 
 SEAL_MARK = b"\xFF\xFFLarkspanSeal"
 
@@ -313,11 +314,22 @@ def inflate(inflater, data):
         data = inflater.unconsumed_tail
 
 
+def read_target(entry):
+    """Where a symbolic or hard link leads, to be printed; nothing for any other entry."""
+    if entry.headers.get("type") not in ("link", "hardlink"):
+        return ""
+    target = b""
+    for block in entry.data:
+        target = (target + block)[:LONGEST_TARGET]
+    return " -> " + "".join(chr(byte) if 32 <= byte < 127 else f"\\x{byte:02x}" for byte in target)
+
+
 def list_entries(archive, _):
     for entry in archive.entries():
+        target = read_target(entry)
         entry.verify()
         print(f"{METHOD_NAMES[entry.method]:8} {entry.archived_size:12} {entry.size:12} "
-              f"{entry.crc:08x} {json.dumps(entry.name)}")
+              f"{entry.crc:08x} {json.dumps(entry.name)}{target}")
     return 0
 
 

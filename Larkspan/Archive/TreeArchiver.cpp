@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "Larkspan/Common/IO/JavaDataOutputProtocolUtils.h"
 #include "foundation/IO/Accounts.h"
 #include "foundation/IO/File.h"
 #include "foundation/IO/FileSystem.h"
@@ -113,6 +114,17 @@ Vx::UniString TreeArchiver::DescribeFolder(const ::IO::Attributes& attributes) {
   return TreeFacts::FolderToText(folder);
 }
 
+// Tells in a header of the folder, if its path fits.
+void TreeArchiver::PutFolder(const Vx::UniString& name, const ::IO::Attributes& attributes,
+                             ArchiveHeaders& headers) {
+  const Vx::UniString header = TreeFacts::FolderToHeader(name);
+  if (Common::IO::GetUTFSize(header) <= Common::IO::MaxUTFSize) {
+    headers.Put(header, DescribeFolder(attributes));
+  } else {
+    watcher.OnFactsLost(name);
+  }
+}
+
 void TreeArchiver::PutHeaders(ArchiveHeaders& headers) {
   // No entry will tell of the empty folders, nor of those with nothing but empty ones below them.
   std::unordered_set<Vx::UniString> withEntries;
@@ -122,11 +134,10 @@ void TreeArchiver::PutHeaders(ArchiveHeaders& headers) {
   for (const FileTree::Item& item : tree.GetItems()) {
     if (!item.IsFolder()) continue;
     const Vx::UniString name = tree.GetEntryName(item);
-    headers.Put(TreeFacts::FolderToHeader(name), DescribeFolder(item.attributes));
+    PutFolder(name, item.attributes, headers);
     MeetFoldersAbove(name, withEntries, [&](const Vx::UniString& folder) {
       const ::IO::Attributes* const attributes = tree.FindFolder(folder);
-      if (attributes != nullptr)
-        headers.Put(TreeFacts::FolderToHeader(folder), DescribeFolder(*attributes));
+      if (attributes != nullptr) PutFolder(folder, *attributes, headers);
     });
   }
 }
@@ -243,8 +254,7 @@ void TreeArchiver::PutOwners(const ::IO::Attributes& attributes) {
 void TreeArchiver::PutFolders(const Vx::UniString& name) {
   MeetFoldersAbove(name, toldFolders, [this](const Vx::UniString& folder) {
     const ::IO::Attributes* const attributes = tree.FindFolder(folder);
-    if (attributes != nullptr)
-      entryHeaders.Put(TreeFacts::FolderToHeader(folder), DescribeFolder(*attributes));
+    if (attributes != nullptr) PutFolder(folder, *attributes, entryHeaders);
   });
 }
 

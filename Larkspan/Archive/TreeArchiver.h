@@ -54,6 +54,8 @@ class LARKSPAN_API TreeArchiver final {
     /// An open file can't be read to its end. Has to throw; what the library throws if it doesn't
     /// is `Vx::IOException` with the status as its detail.
     virtual void OnReadFailure(const ::IO::Location& /*location*/, int /*status*/) {}
+    /// A folder's path is too long for a header that tells of its mode, time and owners.
+    virtual void OnFactsLost(const Vx::UniString& /*folder*/) {}
     /// So many bytes more have been read, perhaps none.
     virtual void OnRead(unsigned int /*bytes*/) {}
     /// An item is about to be read, with so many bytes as far as that is known.
@@ -82,6 +84,8 @@ class LARKSPAN_API TreeArchiver final {
  private:
   class Input;
 
+  void PutFolder(const Vx::UniString& name, const ::IO::Attributes& attributes,
+                 Common::IO::ArchiveHeaders& headers);
   [[nodiscard]] Vx::UniString DescribeFolder(const ::IO::Attributes& attributes);
   void PutFacts(const Vx::UniString& name, const ::IO::Attributes& attributes, bool hasTime);
   void PutFolders(const Vx::UniString& name);

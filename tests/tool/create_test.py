@@ -3,6 +3,7 @@
 import ctypes
 import json
 import os
+import pathlib
 import random
 import resource
 import shutil
@@ -123,6 +124,23 @@ class CreateTest(ToolTest):
             stream, _ = self.run_tool("create", "-", *arguments, data=b"in")
             self.assertEqual(self.run_tool("create", "-", *arguments, data=b"in")[0], stream)
             self.assertEqual(self.run_tool("list", "-", data=stream)[0].decode(), names)
+
+    def test_paths_longer_than_the_system_takes_come_back(self):
+        here = os.getcwd()
+        try:
+            os.chdir(self.folder)
+            for depth in range(30):
+                os.mkdir(f"{depth}_" + "x" * 190)
+                os.chdir(f"{depth}_" + "x" * 190)
+            pathlib.Path("deep").write_bytes(b"data")
+            os.symlink("deep", "link")
+        finally:
+            os.chdir(here)
+        top = "0_" + "x" * 190
+        self.run_tool("create", "a.lsa", top)
+        self.run_tool("extract", "-C", "out", "a.lsa")
+        self.assertEqual(self.run_tool("diff", "-C", "out", "--all", "a.lsa")[0], b"")
+        self.assertEqual(len(self.run_tool("list", "a.lsa")[0].splitlines()), 2)
 
     def test_dry_runs_tell_and_write_nothing(self):
         self.write("t/a")

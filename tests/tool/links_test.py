@@ -1,10 +1,12 @@
 """Links, folders, owners and holes: what `create` keeps of them, and what `extract` makes."""
 
 import os
+import subprocess
+import sys
 import unittest
 
 from archive_builder import STORED, entry, header
-from tool_test import BAD, DONE, INCOMPLETE, SYSTEM, ToolTest
+from tool_test import BAD, DONE, INCOMPLETE, READER, SYSTEM, ToolTest
 
 
 def facts_of(folder):
@@ -49,6 +51,9 @@ class LinksTest(ToolTest):
         before = self.make_tree()
         self.run_tool("create", "--owner", "t.lsa", "t")
         self.run_tool("extract", "-C", "by-file", "t.lsa")
+        shown = subprocess.check_output([sys.executable, READER, "list", "t.lsa"], cwd=self.folder)
+        self.assertIn(b'"t/to-folder" -> a\n', shown)
+        self.assertIn(b'"t/nowhere" -> gone \\xff\n', shown)
         stream, _ = self.run_tool("create", "--owner", "-", "t")
         self.assertEqual(stream, (self.folder / "t.lsa").read_bytes())
         self.run_tool("extract", "-j", "1", "-C", "by-stream", "-", data=stream)

@@ -127,6 +127,11 @@ void TreeMessages::OnReadFailure(const ::IO::Location& location, int status) {
   throw SystemFailure(ToPrintable(location), "can't be read to its end", status);
 }
 
+void TreeMessages::OnFactsLost(const Vx::UniString& folder) {
+  console.Warn(ToPrintable(folder.GetView()),
+               "mode and time are left out: the path is too long for a header");
+}
+
 void TreeMessages::OnRead(unsigned int bytes) {
   CheckInterruption();
   console.GetProgress().Advance(bytes);

@@ -47,6 +47,7 @@ class TreeMessages final : public Larkspan::Archive::FileTree::Watcher,
   void OnLeftOut(const ::IO::Location& location, int status) override;
   void OnChanged(const ::IO::Location& location) override;
   void OnReadFailure(const ::IO::Location& location, int status) override;
+  void OnFactsLost(const Vx::UniString& folder) override;
   void OnRead(unsigned int bytes) override;
   void OnItemBegin(const Vx::UniString& name, Vx::UInt64 size) override;
   void OnItem(const Vx::UniString& name) override;

@@ -5,6 +5,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "foundation/IO/posix/LongPath.h"
+
 namespace IO::Posix {
 namespace {
 
@@ -34,9 +36,9 @@ mode_t GetMode(Access access) noexcept {
   return access == Access::WriteNewPrivate ? 0600 : 0666;
 }
 
-int OpenPath(int folder, const Vx::String& path, int flags, mode_t mode, int* descriptor) noexcept {
-  const int opened = Restart(
-      [&] { return ::openat(folder, path.GetBuffer(), flags | O_CLOEXEC | O_NOCTTY, mode); });
+int OpenPath(int folder, const char* path, int flags, mode_t mode, int* descriptor) noexcept {
+  const int opened =
+      Restart([&] { return ::openat(folder, path, flags | O_CLOEXEC | O_NOCTTY, mode); });
   if (opened < 0) return errno;
   return KeepFromStreams(opened, descriptor);
 }
@@ -48,7 +50,7 @@ constexpr int NamesOnly = O_PATH;
 constexpr int NamesOnly = O_SEARCH;
 #endif
 
-int OpenFolderPath(int folder, const Vx::String& path, int flags, int* descriptor) noexcept {
+int OpenFolderPath(int folder, const char* path, int flags, int* descriptor) noexcept {
   const int error = OpenPath(folder, path, O_RDONLY | O_DIRECTORY | flags, 0, descriptor);
   return error == EACCES ? OpenPath(folder, path, NamesOnly | O_DIRECTORY | flags, 0, descriptor)
                          : error;
@@ -87,20 +89,25 @@ int KeepFromStreams(int opened, int* descriptor) noexcept {
 }
 
 int OpenFile(const Vx::String& path, Access access, int* descriptor) noexcept {
-  return OpenPath(AT_FDCWD, path, GetFlags(access), GetMode(access), descriptor);
-}
-
-int OpenFileIn(int folder, const Vx::String& name, Access access, int* descriptor) noexcept {
-  return OpenPath(folder, name, GetFlags(access) | O_NOFOLLOW | O_NONBLOCK, GetMode(access),
+  const LongPath place(path);
+  if (place.GetError() != 0) return place.GetError();
+  return OpenPath(place.GetFolder(), place.GetPath(), GetFlags(access), GetMode(access),
                   descriptor);
 }
 
+int OpenFileIn(int folder, const Vx::String& name, Access access, int* descriptor) noexcept {
+  return OpenPath(folder, name.GetBuffer(), GetFlags(access) | O_NOFOLLOW | O_NONBLOCK,
+                  GetMode(access), descriptor);
+}
+
 int OpenFolder(const Vx::String& path, int* descriptor) noexcept {
-  return OpenFolderPath(AT_FDCWD, path, 0, descriptor);
+  const LongPath place(path);
+  if (place.GetError() != 0) return place.GetError();
+  return OpenFolderPath(place.GetFolder(), place.GetPath(), 0, descriptor);
 }
 
 int OpenFolderIn(int folder, const Vx::String& name, int* descriptor) noexcept {
-  return OpenFolderPath(folder, name, O_NOFOLLOW, descriptor);
+  return OpenFolderPath(folder, name.GetBuffer(), O_NOFOLLOW, descriptor);
 }
 
 int Duplicate(int descriptor, int* copy) noexcept {

@@ -13,6 +13,7 @@
 #include "foundation/IO/MemoryGuard.h"
 #include "foundation/IO/posix/Descriptor.h"
 #include "foundation/IO/posix/ItemAttributes.h"
+#include "foundation/IO/posix/LongPath.h"
 #include "foundation/IO/posix/PathText.h"
 
 namespace IO::Posix {
@@ -149,9 +150,11 @@ int ResolvePath(const Vx::String& path, Vx::String& real) noexcept {
 }
 
 int ReadLink(const Vx::String& path, Vx::String& target) {
+  const LongPath place(path);
+  if (place.GetError() != 0) return place.GetError();
   for (unsigned int size = 256; size <= 0x100000U; size *= 2) {
     const Vx::ByteArray buffer = Vx::NewByteArray(size);
-    const ssize_t length = ::readlink(path.GetBuffer(), buffer.get(), size);
+    const ssize_t length = ::readlinkat(place.GetFolder(), place.GetPath(), buffer.get(), size);
     if (length < 0) return errno;
     if (length == static_cast<ssize_t>(size)) continue;  // there may be more
     target = Vx::String(std::string_view(buffer.get(), static_cast<std::size_t>(length)));

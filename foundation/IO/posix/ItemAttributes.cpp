@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "foundation/IO/posix/LongPath.h"
+
 namespace IO::Posix {
 namespace {
 
@@ -34,6 +36,14 @@ Attributes FromSystem(const struct stat& facts) noexcept {
   return attributes;
 }
 
+int ReadAttributesOf(int folder, const char* path, bool followLinks,
+                     Attributes* attributes) noexcept {
+  struct stat facts {};
+  if (::fstatat(folder, path, &facts, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0) return errno;
+  *attributes = FromSystem(facts);
+  return 0;
+}
+
 // The time of access stays.
 struct Times {
   explicit Times(const Attributes& attributes) noexcept {
@@ -47,16 +57,14 @@ struct Times {
 }  // namespace
 
 int ReadAttributes(const Vx::String& path, bool followLinks, Attributes* attributes) noexcept {
-  return ReadAttributes(AT_FDCWD, path, followLinks, attributes);
+  const LongPath place(path);
+  if (place.GetError() != 0) return place.GetError();
+  return ReadAttributesOf(place.GetFolder(), place.GetPath(), followLinks, attributes);
 }
 
 int ReadAttributes(int folder, const Vx::String& name, bool followLinks,
                    Attributes* attributes) noexcept {
-  struct stat facts {};
-  const int flags = followLinks ? 0 : AT_SYMLINK_NOFOLLOW;
-  if (::fstatat(folder, name.GetBuffer(), &facts, flags) != 0) return errno;
-  *attributes = FromSystem(facts);
-  return 0;
+  return ReadAttributesOf(folder, name.GetBuffer(), followLinks, attributes);
 }
 
 int ReadAttributes(int descriptor, Attributes* attributes) noexcept {
