@@ -13,6 +13,7 @@
 #include "foundation/Vx/MemoryIBinaryChannel.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/MemoryStore.h"
 #include "tests/support/Noise.h"
 #include "tests/support/RecordingOutput.h"
 #include "tests/support/SeededRandom.h"
@@ -22,20 +23,6 @@ namespace {
 using namespace Larkspan::Common::IO;
 using namespace Larkspan::Archive;
 using namespace Tests;
-
-class MemoryStore final : public RandomInput {
- public:
-  explicit MemoryStore(std::string content) : bytes(std::move(content)) {}
-  [[nodiscard]] unsigned __int64 GetSize() const noexcept override { return bytes.size(); }
-  [[nodiscard]] unsigned int ReadAt(unsigned __int64 offset, char* buffer,
-                                    unsigned int size) const override {
-    if (offset >= bytes.size()) return 0;
-    return static_cast<unsigned int>(bytes.copy(buffer, size, offset));
-  }
-
- private:
-  const std::string bytes;
-};
 
 // The entries that come, each with its data or what it failed with.
 std::vector<std::string> Collect(ParallelReader& reader) {

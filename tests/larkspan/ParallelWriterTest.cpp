@@ -1,12 +1,26 @@
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <iterator>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <string>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "Larkspan/Archive/ParallelReader.h"
 #include "Larkspan/Archive/ParallelWriter.h"
 #include "foundation/IO/Processors.h"
 #include "tests/larkspan/ArchiveSample.h"
 #include "tests/support/FailureOf.h"
+#include "tests/support/MemoryStore.h"
 #include "tests/support/Noise.h"
 #include "tests/support/PiecewiseInput.h"
 #include "tests/support/RecordingOutput.h"
@@ -15,6 +29,7 @@ namespace {
 
 using namespace Larkspan::Common::IO;
 using namespace Tests;
+using Larkspan::Archive::ParallelReader;
 using Larkspan::Archive::ParallelWriter;
 
 // Text whose blocks all differ.
@@ -77,6 +92,49 @@ TEST(ParallelWriter, BytesDependOnTheEntriesAloneAndAnyReaderReadsThem) {
     EXPECT_TRUE(WriteArchive(entries, jobs, 70000) == bytes) << jobs;
   }
   EXPECT_GE(IO::GetProcessorCount(), 1U);
+}
+
+// Runs `work` in a process to which the system gives no thread. False also where one starts.
+bool WorksWithoutThreads(const std::function<bool()>& work) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    sock_filter rules[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone3, 1, 0),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 1),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program = {std::size(rules), rules};
+    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    bool refused = ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+    try {
+      std::thread([] {}).join();
+      refused = false;
+    } catch (const std::system_error&) {
+    }
+    ::_exit(refused && work() ? 0 : 1);
+  }
+  int result = -1;
+  ::waitpid(child, &result, 0);
+  return result == 0;
+}
+
+TEST(ParallelWriter, WorksWhereNoThreadCanBeStarted) {
+  std::vector<SampleEntry> entries = MakeEntries();
+  const std::string bytes = WriteArchive(entries, 1, std::string::npos);
+  EXPECT_TRUE(WorksWithoutThreads([&] { return WriteArchive(entries, 4, 70000) == bytes; }));
+  EXPECT_TRUE(WorksWithoutThreads([&] {
+    const MemoryStore store(bytes);
+    ParallelReader reader(store, 4);
+    std::size_t count = 0;
+    while (reader.Next()) {
+      std::string data;
+      for (auto chunk = reader.ReadChunk(); !chunk.empty(); chunk = reader.ReadChunk()) {
+        data += chunk;
+      }
+      if (data != entries[count++].data) return false;
+    }
+    return count == entries.size();
+  }));
 }
 
 TEST(ParallelWriter, FailuresComeUpInTheCallsThatSaySo) {
