@@ -48,21 +48,9 @@ void ExpectIntegers(const char* modifier) {
     ExpectAsInC<T>({"", "-6", "06", "08.3", "#", "#8", "#08", "-#8", "#.4", "#08.4", "#.0"},
                    modifier, "xXo", values);
   }
-  for (const T limit : {Limits::min(), Limits::max()}) {
-    T value = 77;
-    UniString text;
-    text.Printf("%d", limit);
-    EXPECT_EQ(text.Scanf("%d", &value), 1U);
-    EXPECT_EQ(value, limit);
-    // What lies one beyond leaves the value and counts as not converted. No limit ends in 9.
-    if (limit == 0) text = u"-0";
-    ++text[text.GetLength() - 1];
-    EXPECT_EQ(text.Scanf("%d", &value), 0U) << text.ToUTF8();
-    EXPECT_EQ(value, limit);
-  }
 }
 
-TEST(Printf, NumbersAndTextsLookAsInCAndNumbersAreReadBackUpToTheLimits) {
+TEST(Printf, NumbersAndTextsLookAsInC) {
   ExpectIntegers<signed char>("hh");
   ExpectIntegers<unsigned char>("hh");
   ExpectIntegers<int>("");

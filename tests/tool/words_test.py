@@ -96,6 +96,19 @@ class WordsTest(ToolTest):
 
 class DocumentsTest(ToolTest):
 
+    def test_manual_and_completions_know_every_option(self):
+        scripts = {name: (DOCUMENTS / name).read_text() for name in (
+            "bash-completion/completions/larkspan", "zsh/site-functions/_larkspan",
+            "fish/vendor_completions.d/larkspan.fish")}
+        for command in LEAVES:
+            page = (DOCUMENTS / f"man/man1/larkspan-{command[0]}.1").read_text().replace("\\-", "-")
+            for short, name, _ in options_of(help_of(*command)):
+                for option in filter(None, (short, name)):
+                    self.assertIn(f"fB{option}\\fR", page, command)
+                    for script, text in scripts.items():
+                        wanted = f" -{'sl'[option[1] == '-']} {option.strip('-')} "
+                        self.assertIn(wanted if script.endswith("fish") else option, text, command)
+
     def test_pages_and_scripts_are_clean(self):
         bash = DOCUMENTS / "bash-completion/completions/larkspan"
         for program, arguments in (("groff", ["-t", "-man", "-ww", "-z", "-Tutf8"]),
