@@ -56,7 +56,7 @@ class LinksTest(ToolTest):
         self.assertIn(b'"t/nowhere" -> gone \\xff\n', shown)
         stream, _ = self.run_tool("create", "--owner", "-", "t")
         self.assertEqual(stream, (self.folder / "t.lsa").read_bytes())
-        self.run_tool("extract", "-j", "1", "-C", "by-stream", "-", data=stream)
+        self.run_tool("extract", "--sync", "-j", "1", "-C", "by-stream", "-", data=stream)
         # Added to an archive of their folder as it was when it was empty.
         (self.folder / "old/t").mkdir(parents=True)
         self.run_tool("create", "-C", "old", "added.lsa", "t")
